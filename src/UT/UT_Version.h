@@ -1,0 +1,6 @@
+#pragma once
+// The version of the library. The build, the packages and the command read it from these three lines and from nowhere
+// else.
+#define TARVANI_VERSION_MAJOR 10
+#define TARVANI_VERSION_MINOR 0
+#define TARVANI_VERSION_PATCH 401

@@ -1,0 +1,7 @@
+#pragma once
+// The one thing that stream access knows of plug-ins.
+#include <UT/UT_Export.h>
+
+// Makes sure that the plug-ins which serve paths are loaded and have registered their helpers. Every handle calls it
+// before it looks at its path; only the first call in a process does anything.
+TARVANI_EXPORT void FSloadCustomHelpers();

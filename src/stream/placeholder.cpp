@@ -1,0 +1,1 @@
+// Stands until the first source of this folder does.

@@ -1,0 +1,1 @@
+// Stands until the first test of a folder does.
