@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class UT_String;
@@ -48,8 +49,8 @@ public:
     // UTsaveStringBinary.
     bool readBinaryString(UT_String& text, UT_ISTREAM_RLE_IO mode);
     // In text mode the next word: a run without white space, or what stands in double quotes, with \" \\ \n \r \t
-    // undone, as operator<< writes it. False when there is none. In binary mode the same as readBinaryString.
-    bool readString(UT_String& text, bool) { return readWord(text); }
+    // undone, as operator<< writes it. False when there is none. In binary mode it is readBinaryString.
+    bool readString(UT_String& text, bool unused);
     // The next line up to `end`, which is not kept, replacing what `line` held. False when nothing could be read. A
     // last line without `end` is a line.
     bool getLine(UT_WorkBuffer& line, int end);
@@ -76,32 +77,38 @@ public:
     // are bytes.
     UT_IStream* getSubStream(std::int64_t offset, std::int64_t length);
 
-    // A view of unread bytes, at least `want` of them while the stream has so many, in `*have` how many there are. It
-    // moves nothing and is valid until the next call. Fewer than `want` are given only at the end, or when `want`
-    // passes kBlockSize.
-    const char* peek(std::size_t want, std::size_t* have);
+    // Unread bytes as they lie in memory: at least one unless the stream is at its end. Valid until the next call;
+    // moves nothing. With consume this is reading without a copy.
+    std::string_view buffered();
+    // Moves behind `count` bytes of what buffered() gave.
+    void consume(std::size_t count);
+    // True once reading failed for another reason than the end of the stream.
+    bool hasFailed() const { return failed_; }
     // The source under the window and the window's first position in it; null over nothing.
     const std::shared_ptr<UT_ByteSource>& getSource() const { return source_; }
     std::int64_t getSourceStart() const { return start_; }
 
-protected:
+    // A window of `length` bytes from position `start` of a source, cut to what the source has.
     UT_IStream(std::shared_ptr<UT_ByteSource> source, std::int64_t start, std::int64_t length,
                UT_ISTREAM_READTYPE type);
 
 private:
     bool fill();
-    bool readWord(UT_String& text);
     void noteEnd();
+    int readLarge(char* buffer, int count);
+    bool readWord(UT_String& text);
+    int nextCharacter();
 
     std::shared_ptr<UT_ByteSource> source_;
     std::int64_t start_ = 0;              // first position of the window in the source
     std::int64_t length_ = -1;            // bytes of the window; -1 while unknown
-    std::shared_ptr<const char[]> held_;  // keeps what cursor_ to limit_ point into
+    std::shared_ptr<const char[]> held_;  // keeps what the next three point into
+    const char* floor_ = nullptr;         // first byte in memory
     const char* cursor_ = nullptr;        // next unread byte
     const char* limit_ = nullptr;         // end of the bytes in memory
-    const char* floor_ = nullptr;         // first byte in memory
-    std::int64_t limitPosition_ = 0;      // position in the window of limit_
+    std::int64_t limitPosition_ = 0;      // position of limit_ in the window
     bool ended_ = false;
+    bool failed_ = false;
     UT_ISTREAM_READTYPE type_ = UT_ISTREAM_BINARY;
     std::vector<UT_ISTREAM_READTYPE> types_;  // what popBinary goes back to
 };

@@ -1,0 +1,234 @@
+// The sources that the library brings, and the read-ahead that windows on one source share.
+#include <UT/UT_ByteSource.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+UT_ByteSource::UT_ByteSource() = default;
+UT_ByteSource::~UT_ByteSource() = default;
+
+namespace {
+
+// The bytes that a window must be able to hold on to while the source goes on to fill others.
+std::shared_ptr<char[]> newBlock(std::size_t length) {
+    return std::make_shared_for_overwrite<char[]>(length);
+}
+
+bool holds(const UT_ByteBlock& block, std::int64_t position) {
+    return position >= block.start && position - block.start < static_cast<std::int64_t>(block.length);
+}
+
+}  // namespace
+
+UT_ByteBlock UT_ByteSource::block(std::int64_t position) {
+    const bool mine = !busy_.test_and_set(std::memory_order_acquire);
+    if (mine && holds(kept_, position)) {
+        UT_ByteBlock found = kept_;
+        busy_.clear(std::memory_order_release);
+        return found;
+    }
+    UT_ByteBlock fresh;
+    if (mine) fresh = std::move(kept_);
+    // Filled again in place when no window holds it: the first touch of fresh pages costs more than the read itself. A
+    // small file needs no whole block.
+    const std::int64_t total = size();
+    std::size_t wanted = kBlockSize;
+    if (total >= 0 && total < static_cast<std::int64_t>(kBlockSize))
+        wanted = static_cast<std::size_t>(std::max<std::int64_t>(total, 1));
+    if (!fresh.bytes || fresh.bytes.use_count() != 1)
+        fresh.bytes = newBlock(wanted);
+    else
+        std::atomic_thread_fence(std::memory_order_acquire);  // the last window's reads come before our writes
+    // A block only ever stands under its own source, whose size does not change: what is there is large enough.
+    const std::int64_t got = readAt(position, const_cast<char*>(fresh.bytes.get()), wanted);
+    fresh.start = position;
+    fresh.length = got > 0 ? static_cast<std::size_t>(got) : 0;
+    if (mine) {
+        kept_ = fresh;
+        busy_.clear(std::memory_order_release);
+    }
+    return fresh;
+}
+
+namespace {
+
+class MemorySource : public UT_ByteSource {
+public:
+    MemorySource(std::shared_ptr<const char[]> bytes, std::size_t length) : bytes_(std::move(bytes)), length_(length) {}
+
+    std::int64_t size() const override { return static_cast<std::int64_t>(length_); }
+
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        if (position < 0) return -1;
+        if (position >= size()) return 0;
+        const std::size_t n = std::min(count, length_ - static_cast<std::size_t>(position));
+        std::memcpy(out, bytes_.get() + position, n);
+        return static_cast<std::int64_t>(n);
+    }
+
+    UT_ByteBlock block(std::int64_t position) override {
+        if (position < 0 || position >= size()) return {};
+        return {bytes_, 0, length_};
+    }
+
+private:
+    const std::shared_ptr<const char[]> bytes_;
+    const std::size_t length_;
+};
+
+// A pipe, a terminal or a socket that has a path: read as it comes.
+class PipeSource : public UT_ByteSource {
+public:
+    explicit PipeSource(int fd) : fd_(fd) {}
+    ~PipeSource() override { ::close(fd_); }
+
+    std::int64_t size() const override { return -1; }
+    bool isSeekable() const override { return false; }
+
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        if (position != position_) return -1;
+        ssize_t n = 0;
+        do n = ::read(fd_, out, count);
+        while (n < 0 && errno == EINTR);
+        if (n > 0) position_ += n;
+        return n;
+    }
+
+private:
+    const int fd_;
+    std::int64_t position_ = 0;
+};
+
+class FileSource : public UT_ByteSource {
+public:
+    FileSource(int fd, std::int64_t size) : fd_(fd), size_(size) {}
+    ~FileSource() override { ::close(fd_); }
+
+    std::int64_t size() const override { return size_; }
+
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        if (position < 0) return -1;
+        std::size_t done = 0;
+        while (done < count) {
+            const ssize_t n =
+                ::pread(fd_, out + done, count - done, static_cast<off_t>(position) + static_cast<off_t>(done));
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0) return done > 0 ? static_cast<std::int64_t>(done) : -1;
+            if (n == 0) break;
+            done += static_cast<std::size_t>(n);
+            // What a regular file has been asked for up to its end needs no further call to learn that it ends there.
+            if (size_ >= 0 && position + static_cast<std::int64_t>(done) >= size_) break;
+        }
+        return static_cast<std::int64_t>(done);
+    }
+
+private:
+    const int fd_;
+    const std::int64_t size_;
+};
+
+// A C file has one position for everybody, so the source remembers where it left it. What can't seek is read in rising
+// order only.
+class CFileSource : public UT_ByteSource {
+public:
+    explicit CFileSource(std::FILE* file) : file_(file) {
+        struct stat status {};
+        const bool regular = ::fstat(::fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+        base_ = ::ftello(file);
+        seekable_ = base_ >= 0;
+        if (!seekable_) base_ = 0;
+        if (regular && seekable_ && status.st_size > base_) size_ = status.st_size - base_;
+    }
+
+    std::int64_t size() const override { return size_; }
+    bool isSeekable() const override { return seekable_; }
+
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        if (position < 0) return -1;
+        if (position != position_ && !goTo(position)) return -1;
+        const std::size_t n = seekable_ ? std::fread(out, 1, count, file_) : readAvailable(out, count);
+        position_ += static_cast<std::int64_t>(n);
+        if (n == 0 && std::ferror(file_)) return -1;
+        return static_cast<std::int64_t>(n);
+    }
+
+private:
+    bool goTo(std::int64_t position) {
+        if (!seekable_ || position > std::numeric_limits<off_t>::max() - base_) return false;
+        if (::fseeko(file_, static_cast<off_t>(base_ + position), SEEK_SET) != 0) return false;
+        position_ = position;
+        return true;
+    }
+
+    // What a pipe or a terminal has ready, and waits for the first byte alone: a person who typed a line is to be
+    // answered.
+    std::size_t readAvailable(char* out, std::size_t count) {
+        if (count == 0) return 0;
+        const int first = std::getc(file_);
+        if (first == EOF) return 0;
+        out[0] = static_cast<char>(first);
+        std::size_t n = 1;
+#if defined(__GLIBC__)
+        const auto ready = static_cast<std::size_t>(file_->_IO_read_end - file_->_IO_read_ptr);
+        n += std::fread(out + 1, 1, std::min(count - 1, ready), file_);
+#else
+        // Without a view of the C library's buffer, a line is what can be taken without waiting.
+        while (n < count && out[n - 1] != '\n') {
+            const int next = std::getc(file_);
+            if (next == EOF) break;
+            out[n++] = static_cast<char>(next);
+        }
+#endif
+        return n;
+    }
+
+    std::FILE* const file_;
+    std::int64_t base_ = 0;      // where the file stood at the beginning: position 0
+    std::int64_t position_ = 0;  // where it stands now
+    std::int64_t size_ = -1;
+    bool seekable_ = false;
+};
+
+}  // namespace
+
+std::shared_ptr<UT_ByteSource> UTmakeMemorySource(const char* data, std::size_t length) {
+    if (data == nullptr) length = 0;
+    auto copy = newBlock(length);
+    if (length > 0) std::memcpy(copy.get(), data, length);
+    return UTmakeMemorySource(std::shared_ptr<const char[]>(std::move(copy)), length);
+}
+
+std::shared_ptr<UT_ByteSource> UTmakeMemorySource(std::shared_ptr<const char[]> data, std::size_t length) {
+    if (!data) length = 0;
+    return std::make_shared<MemorySource>(std::move(data), length);
+}
+
+std::shared_ptr<UT_ByteSource> UTmakeFileSource(const char* path) {
+    if (path == nullptr) {
+        errno = ENOENT;
+        return nullptr;
+    }
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    struct stat status {};
+    if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
+        const int error = S_ISDIR(status.st_mode) ? EISDIR : errno;
+        ::close(fd);
+        errno = error;
+        return nullptr;
+    }
+    // Generated files say 0 and hold bytes all the same, so only a length above 0 is believed.
+    if (S_ISREG(status.st_mode) && status.st_size > 0) return std::make_shared<FileSource>(fd, status.st_size);
+    if (::lseek(fd, 0, SEEK_CUR) < 0) return std::make_shared<PipeSource>(fd);
+    return std::make_shared<FileSource>(fd, -1);
+}
+
+std::shared_ptr<UT_ByteSource> UTmakeCFileSource(std::FILE* file) {
+    if (file == nullptr) return nullptr;
+    return std::make_shared<CFileSource>(file);
+}

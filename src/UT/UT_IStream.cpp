@@ -1,0 +1,302 @@
+// Windows on byte sources. What is buffered is a block of the source itself, so reading within it copies nothing twice
+// and a neighbouring window finds it again.
+#include <UT/UT_IStream.h>
+#include <UT/UT_Path.h>
+#include <UT/UT_String.h>
+#include <UT/UT_WorkBuffer.h>
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr std::size_t kLargeRead = UT_ByteSource::kBlockSize;
+
+bool isBlank(int c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// What stands behind a backslash inside quotes.
+char unescaped(char c) {
+    switch (c) {
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        default:
+            return c;
+    }
+}
+
+void cutAtNul(std::string& text) {
+    text.resize(std::strlen(text.c_str()));
+}
+
+}  // namespace
+
+UT_IStream::UT_IStream(const char* data, int length, UT_ISTREAM_READTYPE type)
+    : UT_IStream(UTmakeMemorySource(data, static_cast<std::size_t>(std::max(length, 0))), type) {}
+
+UT_IStream::UT_IStream(std::shared_ptr<const char[]> data, std::int64_t length, UT_ISTREAM_READTYPE type)
+    : UT_IStream(UTmakeMemorySource(std::move(data), static_cast<std::size_t>(std::max<std::int64_t>(length, 0))),
+                 type) {}
+
+UT_IStream::UT_IStream(std::FILE* file, UT_ISTREAM_READTYPE type) : UT_IStream(UTmakeCFileSource(file), type) {}
+
+UT_IStream::UT_IStream(std::shared_ptr<UT_ByteSource> source, UT_ISTREAM_READTYPE type)
+    : UT_IStream(std::move(source), 0, INT64_MAX, type) {}
+
+UT_IStream::UT_IStream(std::shared_ptr<UT_ByteSource> source, std::int64_t start, std::int64_t length,
+                       UT_ISTREAM_READTYPE type)
+    : source_(std::move(source)), start_(std::max<std::int64_t>(start, 0)), ended_(!source_), type_(type) {
+    const std::int64_t total = source_ ? source_->size() : 0;
+    length = std::max<std::int64_t>(length, 0);
+    if (total >= 0)
+        length_ = std::min(length, std::max<std::int64_t>(total - start_, 0));
+    else if (length <= INT64_MAX - start_ && length != INT64_MAX)
+        length_ = length;
+}
+
+UT_IStream::~UT_IStream() = default;
+
+// Brings the next bytes into memory. False at the end of the window and after a failed read.
+bool UT_IStream::fill() {
+    // Let go of the old block first: when nobody else holds it the source fills it again in place.
+    held_.reset();
+    floor_ = cursor_ = limit_ = nullptr;
+    if (!source_ || (length_ >= 0 && limitPosition_ >= length_)) return false;
+    UT_ByteBlock block = source_->block(start_ + limitPosition_);
+    if (block.length == 0) {
+        // Only a source that knows better than its end says less than its size; a real failure shows in a read for
+        // itself.
+        char probe;
+        if (source_->isSeekable() && source_->readAt(start_ + limitPosition_, &probe, 1) < 0) failed_ = true;
+        return false;
+    }
+    // The block may begin before the window and reach beyond it.
+    const std::int64_t inBlock = start_ + limitPosition_ - block.start;
+    const char* const bytes = block.bytes.get();
+    std::int64_t available = static_cast<std::int64_t>(block.length) - inBlock;
+    if (length_ >= 0) available = std::min(available, length_ - limitPosition_);
+    cursor_ = bytes + inBlock;
+    floor_ = cursor_ - std::min(inBlock, limitPosition_);
+    limit_ = cursor_ + available;
+    limitPosition_ += available;
+    held_ = std::move(block.bytes);
+    return true;
+}
+
+// To be called when a read has taken bytes: the last one may have been among them.
+void UT_IStream::noteEnd() {
+    if (cursor_ == limit_ && length_ >= 0 && limitPosition_ >= length_) ended_ = true;
+}
+
+std::string_view UT_IStream::buffered() {
+    if (cursor_ == limit_ && !fill()) {
+        ended_ = true;
+        return {};
+    }
+    return {cursor_, static_cast<std::size_t>(limit_ - cursor_)};
+}
+
+void UT_IStream::consume(std::size_t count) {
+    cursor_ += std::min(count, static_cast<std::size_t>(limit_ - cursor_));
+    noteEnd();
+}
+
+// The part of a read that is as large as a block or larger: straight from the source into the caller's memory.
+int UT_IStream::readLarge(char* buffer, int count) {
+    held_.reset();
+    floor_ = cursor_ = limit_ = nullptr;
+    std::int64_t wanted = count;
+    if (length_ >= 0) wanted = std::min(wanted, length_ - limitPosition_);
+    int done = 0;
+    while (done < wanted) {
+        const std::int64_t n =
+            source_->readAt(start_ + limitPosition_, buffer + done, static_cast<std::size_t>(wanted - done));
+        if (n < 0) failed_ = true;
+        if (n <= 0) break;
+        done += static_cast<int>(n);
+        limitPosition_ += n;
+    }
+    return done;
+}
+
+int UT_IStream::bread(char* buffer, int count) {
+    if (buffer == nullptr || count <= 0) return 0;
+    int done = 0;
+    while (done < count) {
+        const int left = count - done;
+        if (cursor_ == limit_) {
+            if (static_cast<std::size_t>(left) >= kLargeRead && source_) {
+                done += readLarge(buffer + done, left);
+                break;
+            }
+            if (!fill()) break;
+        }
+        const int n = static_cast<int>(std::min<std::ptrdiff_t>(left, limit_ - cursor_));
+        std::memcpy(buffer + done, cursor_, static_cast<std::size_t>(n));
+        cursor_ += n;
+        done += n;
+    }
+    if (done < count)
+        ended_ = true;
+    else
+        noteEnd();
+    return done;
+}
+
+int UT_IStream::bread(int* values, int count) {
+    static_assert(sizeof(int) == 4);
+    if (count <= 0 || count > INT_MAX / 4) return 0;
+    const int whole = bread(reinterpret_cast<char*>(values), count * 4) / 4;
+    if constexpr (std::endian::native == std::endian::big) {
+        for (int i = 0; i < whole; ++i) {
+            const auto v = static_cast<unsigned>(values[i]);
+            values[i] = static_cast<int>(v >> 24 | (v >> 8 & 0xff00u) | (v << 8 & 0xff0000u) | v << 24);
+        }
+    }
+    return whole;
+}
+
+bool UT_IStream::readBinaryString(UT_String& text, UT_ISTREAM_RLE_IO) {
+    int length = 0;
+    if (bread(&length, 1) != 1 || length < 0) return false;
+    // The text grows with what is really there: the length alone may be a lie.
+    std::string bytes;
+    while (static_cast<int>(bytes.size()) < length) {
+        const std::string_view ready = buffered();
+        if (ready.empty()) return false;
+        const std::size_t n = std::min(ready.size(), static_cast<std::size_t>(length) - bytes.size());
+        bytes.append(ready.substr(0, n));
+        consume(n);
+    }
+    cutAtNul(bytes);
+    text.harden(bytes.c_str());
+    return true;
+}
+
+int UT_IStream::nextCharacter() {
+    if (buffered().empty()) return -1;
+    const int c = static_cast<unsigned char>(*cursor_);
+    consume(1);
+    return c;
+}
+
+bool UT_IStream::readString(UT_String& text, bool) {
+    return isBinary() ? readBinaryString(text, UT_ISTREAM_RLE32) : readWord(text);
+}
+
+bool UT_IStream::readWord(UT_String& text) {
+    int c = nextCharacter();
+    while (c >= 0 && isBlank(c)) c = nextCharacter();
+    if (c < 0) return false;
+    std::string word;
+    if (c == '"') {
+        for (c = nextCharacter(); c >= 0 && c != '"'; c = nextCharacter()) {
+            if (c == '\\') {
+                const int escaped = nextCharacter();
+                if (escaped < 0) break;
+                word += unescaped(static_cast<char>(escaped));
+            } else {
+                word += static_cast<char>(c);
+            }
+        }
+    } else {
+        word += static_cast<char>(c);
+        // The blank that ends the word is left for whoever reads on by lines.
+        while (!buffered().empty() && !isBlank(static_cast<unsigned char>(*cursor_)))
+            word += static_cast<char>(nextCharacter());
+    }
+    cutAtNul(word);
+    text.harden(word.c_str());
+    return true;
+}
+
+bool UT_IStream::getLine(UT_WorkBuffer& line, int end) {
+    if (cursor_ == limit_ && !fill()) {
+        ended_ = true;
+        return false;
+    }
+    // Nearly every line lies in one block.
+    auto n = static_cast<std::size_t>(limit_ - cursor_);
+    const char* found = static_cast<const char*>(std::memchr(cursor_, end, n));
+    line.assign({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
+    while (found == nullptr) {
+        cursor_ = limit_;
+        if (!fill()) {
+            ended_ = true;
+            return true;
+        }
+        n = static_cast<std::size_t>(limit_ - cursor_);
+        found = static_cast<const char*>(std::memchr(cursor_, end, n));
+        line.append({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
+    }
+    cursor_ = found + 1;
+    noteEnd();
+    return true;
+}
+
+bool UT_IStream::seekg(std::int64_t position, int) {
+    if (!source_ || position < 0 || position > INT64_MAX - start_) return false;
+    const std::int64_t behind = limitPosition_ - position;  // how far the place lies before limit_
+    if (floor_ != nullptr && behind >= 0 && behind <= limit_ - floor_) {
+        cursor_ = limit_ - behind;
+    } else if (position != tellg()) {
+        if (!source_->isSeekable()) return false;
+        held_.reset();
+        floor_ = cursor_ = limit_ = nullptr;
+        limitPosition_ = position;
+    }
+    ended_ = false;
+    return true;
+}
+
+std::int64_t UT_IStream::tellg() const {
+    return limitPosition_ - (limit_ - cursor_);
+}
+
+std::int64_t UT_IStream::getSize() const {
+    return length_;
+}
+
+void UT_IStream::pushBinary(UT_ISTREAM_READTYPE type) {
+    types_.push_back(type_);
+    type_ = type;
+}
+
+void UT_IStream::popBinary() {
+    if (types_.empty()) return;
+    type_ = types_.back();
+    types_.pop_back();
+}
+
+UT_IStream* UT_IStream::getSubStream(std::int64_t offset, std::int64_t length) {
+    if (!source_) return new UT_IStream(std::shared_ptr<UT_ByteSource>(), type_);
+    offset = std::max<std::int64_t>(offset, 0);
+    // A window of a window: the inner one never reaches beyond the outer.
+    std::int64_t reach = length_ >= 0 ? std::max<std::int64_t>(length_ - offset, 0) : INT64_MAX;
+    reach = std::min(reach, std::max<std::int64_t>(length, 0));
+    const std::int64_t start = offset <= INT64_MAX - start_ ? start_ + offset : INT64_MAX;
+    return new UT_IStream(source_, start, reach, type_);
+}
+
+namespace {
+
+std::shared_ptr<UT_ByteSource> openAbsolute(const char* path) {
+    UT_String absolute(path, 1);
+    UTmakeAbsoluteFilePath(absolute, nullptr);
+    if (absolute.isEmpty()) return nullptr;
+    return UTmakeFileSource(absolute.buffer());
+}
+
+}  // namespace
+
+UT_IFStream::UT_IFStream(const char* path, UT_ISTREAM_READTYPE type) : UT_IStream(openAbsolute(path), type) {}
+
+UT_IFStream::~UT_IFStream() = default;
