@@ -1,0 +1,44 @@
+// Private: directories: reading, making, and the current one.
+//
+//     platform::Directory directory("/d");
+//     while (const char* name = directory.next()) use(name);
+#pragma once
+#include <platform/FileStatus.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+// Reads the names of one directory in the order in which the system gives them.
+class Directory {
+public:
+    explicit Directory(const char* path);
+
+    // False when the directory can't be read; error() then tells why. next() gives nothing.
+    bool isOpen() const { return handle_ != nullptr; }
+    // The next name, `.` and `..` left out, valid until the next call; null at the end.
+    const char* next();
+    // The status of the name that next() gave last; a link is not followed.
+    FileStatus status() const;
+    // errno of a failed opening or reading, else 0.
+    int error() const { return error_; }
+
+private:
+    struct Close {
+        void operator()(void* handle) const;
+    };
+    std::unique_ptr<void, Close> handle_;
+    const char* name_ = "";
+    int error_ = 0;
+};
+
+// Makes a directory and the parents that are missing. One that exists is no error. 0, or the errno of the failure.
+[[nodiscard]] int makeDirectories(const char* path, unsigned mode);
+// The current directory; nothing when it has been removed or can't be told.
+std::optional<std::string> currentDirectory();
+// The absolute path of an existing file with every link followed.
+std::optional<std::string> realPath(const char* path);
+
+}  // namespace platform
