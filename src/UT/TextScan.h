@@ -1,0 +1,51 @@
+#pragma once
+// Private: scanning of quoted text. The quoting of words, definitions, lines and arguments differs in what a backslash
+// does, and the differences stay visible side by side here.
+#include <cstddef>
+#include <string_view>
+
+namespace textscan {
+
+// ASCII's, whatever the locale.
+constexpr bool isSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool isUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+constexpr bool isLetter(char c) {
+    return isUpper(c) || (c >= 'a' && c <= 'z');
+}
+constexpr char toLower(char c) {
+    return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+enum class QuoteRule {
+    Plain,               // a backslash is an ordinary character: words, arguments of macro calls
+    NotBehindBackslash,  // a quote directly behind a backslash doesn't close, even if that stands behind another:
+                         // definitions, line structure, conditions
+    BackslashPairs,      // a backslash and the character behind it belong together, so that \\" closes: lines being
+                         // expanded
+};
+
+// The position of the quote that closes the one at `open`, npos if there is none. It is the same character, either
+// quote alike.
+inline std::size_t closingQuote(std::string_view text, std::size_t open, QuoteRule rule) {
+    const char quote = text[open];
+    if (rule == QuoteRule::BackslashPairs) {
+        const char stops[] = {quote, '\\'};
+        std::size_t at = text.find_first_of(std::string_view(stops, 2), open + 1);
+        while (at != text.npos && text[at] == '\\') at = text.find_first_of(std::string_view(stops, 2), at + 2);
+        return at;
+    }
+    std::size_t at = text.find(quote, open + 1);
+    if (rule == QuoteRule::NotBehindBackslash) {
+        while (at != text.npos && text[at - 1] == '\\') at = text.find(quote, at + 1);
+    }
+    return at;
+}
+
+}  // namespace textscan
