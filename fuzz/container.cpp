@@ -1,0 +1,109 @@
+// Container bytes: opened over memory and as a file, listed, read, edited, written and expanded. Whatever the bytes
+// say, what the object shows must agree with itself, and what it writes must read back as the same.
+#include "Check.h"
+#include "Scratch.h"
+
+#include <UT/UT_IStream.h>
+#include <indexfile/FS_IndexFile.h>
+#include <stream/FS_Reader.h>
+#include <stream/FS_ReaderStream.h>
+
+#include <memory>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t kLongestInput = 64 * 1024;  // longer tables reach no new code
+
+// The content of a section as a stream of its own gives it; nothing if that isn't as long as promised.
+std::string content(const FS_IndexFile& index, const char* name) {
+    const std::unique_ptr<FS_ReaderStream> stream(index.getSectionStream(name));
+    std::string bytes;
+    if (!stream || stream->getStream() == nullptr) return bytes;
+    char piece[4096];
+    while (const int n = stream->getStream()->bread(piece, sizeof piece)) {
+        bytes.append(piece, static_cast<std::size_t>(n));
+        check(bytes.size() <= kLongestInput, "a section holds no more than its container");
+    }
+    return bytes;
+}
+
+void checkAgreement(const FS_IndexFile& index, std::size_t size) {
+    check(index.getNumSections() >= 0, "a count is not negative");
+    check(static_cast<std::size_t>(index.getNumSections()) * 16 <= size,
+          "every section has an entry of at least 16 bytes");
+    check(index.getSectionName(-1) == nullptr, "no name before the first");
+    check(index.getSectionName(index.getNumSections()) == nullptr, "no name behind the last");
+    for (int i = 0; i < index.getNumSections(); ++i) {
+        const char* name = index.getSectionName(i);
+        check(name != nullptr && index.hasSection(name), "every listed section is found");
+        check(index.getSectionDataSizeAt(i) >= 0, "a size is not negative");
+    }
+}
+
+// Written out and read back: the same names, sizes, times and bytes, unless a section could not be delivered.
+void checkRoundTrip(FS_IndexFile& index) {
+    std::ostringstream out;
+    index.writeFile(out);
+    if (!out.good()) return;
+    const std::string bytes = out.str();
+    FS_IndexFile back(new FS_Reader(new FS_ReaderStream(bytes.data(), static_cast<int>(bytes.size()), 0)));
+    check(back.getNumSections() == index.getNumSections(), "as many sections as before");
+    for (int i = 0; i < back.getNumSections(); ++i) {
+        check(std::string(back.getSectionName(i)) == index.getSectionName(i), "the same name");
+        check(back.getSectionDataSizeAt(i) == index.getSectionDataSizeAt(i), "the same size");
+        check(back.getSectionModTimeAt(i) == index.getSectionModTimeAt(i), "the same time");
+    }
+}
+
+void edit(FS_IndexFile& index) {
+    const int before = index.getNumSections();
+    index.moveSections(0, before / 2, 1);
+    index.moveSections(-1, before, before);
+    if (before > 0) {
+        const std::string first = index.getSectionName(0);
+        index.modifySection(first.c_str(), "abc", 3, 7);
+        check(content(index, first.c_str()) == "abc", "an edit shows at once");
+        index.removeSection(first.c_str());
+        check(index.getNumSections() == before - 1, "one section less");
+    }
+    index.addSection("\x01 added", "x", 1, -1);
+    index.setDescription("edited");
+    checkRoundTrip(index);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size > kLongestInput) return 0;
+    static const Scratch scratch;
+    const auto* bytes = reinterpret_cast<const char*>(data);
+    FS_IndexFile memory(new FS_Reader(new FS_ReaderStream(bytes, static_cast<int>(size), 0)));
+    checkAgreement(memory, size);
+
+    scratch.write("x.idx", data, size);
+    FS_IndexFile file(scratch.path("x.idx").c_str());
+    check(file.getNumSections() == memory.getNumSections(), "a file reads like memory");
+    for (int i = 0; i < std::min(file.getNumSections(), 64); ++i) {
+        const char* name = file.getSectionName(i);
+        std::string whole(static_cast<std::size_t>(std::min(file.getSectionDataSize(name), 1 << 20)), '\0');
+        const std::string streamed = content(file, name);
+        if (whole.size() == streamed.size() && file.getSectionDataSize(name) <= 1 << 20) {
+            memory.readSection(name, whole.data());
+            check(whole == streamed, "a section reads the same whole and as a stream");
+        }
+        FS_Reader path((scratch.path("x.idx") + "?" + name).c_str());
+        if (std::string(name).find('?') == std::string::npos)
+            check((path.getStream() != nullptr) == true, "a listed section opens by its path");
+    }
+    checkRoundTrip(file);
+    // Expanding writes what the sections hold, so small promises only.
+    if (size <= 4096 && file.expandToDirectory(scratch.path("out").c_str())) {
+        FS_IndexFile back;
+        check(back.collapseFromDirectory(scratch.path("out").c_str()), "what was expanded collapses");
+    }
+    edit(memory);
+    scratch.clear();
+    return 0;
+}

@@ -1,0 +1,183 @@
+// What is written can be read back whole, and filters are called as they are promised.
+#include <UT/UT_IStream.h>
+#include <UT/UT_OStrStream.h>
+#include <UT/UT_Output.h>
+#include <UT/UT_StreamBufferFilter.h>
+#include <UT/UT_String.h>
+#include <UT/UT_WorkBuffer.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <sstream>
+
+namespace {
+
+UT_IStream over(const std::string& bytes) {
+    return UT_IStream(bytes.data(), static_cast<int>(bytes.size()), UT_ISTREAM_BINARY);
+}
+
+// Turns bytes around in blocks of three, keeping back what doesn't fill a block, and counts its last calls.
+class Reverser : public UT_StreamBufferFilter {
+public:
+    bool filter(const char* data, std::size_t count, bool last, UT_WorkBuffer& out) override {
+        ++calls;
+        lasts += last;
+        if (calls == failingCall) return false;
+        kept_.append(data, count);
+        while (kept_.size() >= 3 || (last && !kept_.empty())) {
+            std::string block = kept_.substr(0, 3);
+            kept_.erase(0, block.size());
+            out.append(std::string(block.rbegin(), block.rend()).c_str(), static_cast<int>(block.size()));
+        }
+        return true;
+    }
+    int calls = 0;
+    int lasts = 0;
+    int failingCall = -1;
+
+private:
+    std::string kept_;
+};
+
+}  // namespace
+
+TEST(TextOutput, AnyTextComesBackByOneReadString) {
+    std::mt19937 random(11);
+    const std::string alphabet = "ab \t\n\r\"\\#n/\x01\x7f\xc3\xa9";
+    for (int round = 0; round < 2000; ++round) {
+        std::ostringstream out;
+        std::vector<std::string> texts(1 + random() % 4);
+        for (auto& text : texts) {
+            for (std::size_t n = random() % 8; n > 0; --n) text += alphabet[random() % alphabet.size()];
+            out << UT_String(text.c_str(), 1) << (random() % 2 ? '\t' : '\n');
+        }
+        UT_IStream in = over(out.str());
+        in.pushBinary(UT_ISTREAM_ASCII);
+        for (const auto& text : texts) {
+            UT_String word;
+            ASSERT_TRUE(in.readString(word, false)) << out.str();
+            ASSERT_EQ(word.view(), text) << out.str();
+        }
+    }
+}
+
+TEST(TextOutput, QuotesOnlyWhatNeedsIt) {
+    const struct {
+        const char *text, *written;
+    } cases[] = {{"geo", "geo"},    {"a/b.c", "a/b.c"}, {"", "\"\""},
+                 {nullptr, "\"\""}, {"a b", "\"a b\""}, {"a\n\"", "\"a\\n\\\"\""}};
+    for (const auto& c : cases) {
+        std::ostringstream out;
+        out << UT_String(c.text);
+        EXPECT_EQ(out.str(), c.written);
+    }
+}
+
+TEST(BinaryOutput, IsTheInverseOfReading) {
+    std::ostringstream out;
+    const int values[] = {0, -1, 0x01020304, INT32_MIN, INT32_MAX};
+    UTwrite(out, values, 5);
+    UTsaveStringBinary(out, "geo", UT_STRING_BINARY32);
+    UTsaveStringBinary(out, nullptr, UT_STRING_BINARY32);
+    EXPECT_EQ(out.str().substr(8, 4), "\4\3\2\1");
+    EXPECT_EQ(out.str().substr(20, 7), std::string("\3\0\0\0geo", 7));
+    UT_IStream in = over(out.str());
+    int back[5];
+    EXPECT_EQ(in.bread(back, 5), 5);
+    EXPECT_TRUE(std::equal(back, back + 5, values));
+    UT_String text;
+    EXPECT_TRUE(in.readBinaryString(text, UT_ISTREAM_RLE32));
+    EXPECT_STREQ(text.buffer(), "geo");
+    EXPECT_TRUE(in.readBinaryString(text, UT_ISTREAM_RLE32));
+    EXPECT_TRUE(text.isEmpty());
+}
+
+TEST(Copying, TakesAsMuchAsItIsToldAndSaysWhetherThatWasThere) {
+    const std::string text(150'000, 'x');
+    const struct {
+        unsigned count;
+        std::size_t copied;
+        bool whole;
+    } cases[] = {{0, 0, true},
+                 {10, 10, true},
+                 {150'000, 150'000, true},
+                 {150'001, 150'000, false},
+                 {UT_COPY_ALL, 150'000, true}};
+    for (const auto& c : cases) {
+        UT_IStream in = over(text);
+        std::ostringstream out;
+        EXPECT_EQ(UTcopyStreamToStream(in, out, c.count, nullptr), c.whole) << c.count;
+        EXPECT_EQ(out.str().size(), c.copied) << c.count;
+    }
+    UT_IStream in = over(text);
+    std::ostringstream bad;
+    bad.setstate(std::ios::badbit);
+    EXPECT_FALSE(UTcopyStreamToStream(in, bad, UT_COPY_ALL, nullptr));
+    EXPECT_EQ(in.tellg(), 0) << "nothing is taken that can't be written";
+}
+
+TEST(Filters, GetEveryByteOnceAndAreToldOfTheEndOnce) {
+    std::string text;
+    for (int i = 0; i < 100'000; ++i) text += static_cast<char>('a' + i % 26);
+    std::string expected;
+    for (std::size_t i = 0; i < text.size(); i += 3) {
+        const std::string block = text.substr(i, 3);
+        expected.append(block.rbegin(), block.rend());
+    }
+    std::ostringstream copied;
+    Reverser copying;
+    UT_IStream in = over(text);
+    EXPECT_TRUE(UTcopyStreamToStream(in, copied, UT_COPY_ALL, &copying));
+    EXPECT_EQ(copied.str(), expected);
+    EXPECT_EQ(copying.lasts, 1);
+
+    std::ostringstream written;
+    Reverser writing;
+    EXPECT_TRUE(UTwriteFiltered(written, text.data(), static_cast<int>(text.size()), &writing));
+    EXPECT_EQ(written.str(), expected);
+    EXPECT_EQ(writing.lasts, 1);
+
+    // No bytes at all: the filter still hears that it is the end.
+    std::ostringstream none;
+    Reverser empty;
+    UT_IStream nothing = over("");
+    EXPECT_TRUE(UTcopyStreamToStream(nothing, none, 0, &empty));
+    EXPECT_EQ(empty.lasts, 1);
+}
+
+TEST(Filters, AFalseFailsTheWriteWhicheverCallItIs) {
+    int failing = 1;
+    for (bool reached = true; reached && failing < 100; ++failing) {
+        const std::string text(200'000, 'x');
+        UT_IStream in(UTmakeMemorySource(text.data(), text.size()), UT_ISTREAM_BINARY);
+        std::ostringstream out;
+        Reverser filter;
+        filter.failingCall = failing;
+        const bool done = UTcopyStreamToStream(in, out, UT_COPY_ALL, &filter);
+        reached = filter.calls >= failing;
+        EXPECT_EQ(done, !reached);
+        EXPECT_EQ(out.fail(), reached);
+    }
+    EXPECT_GT(failing, 2);
+}
+
+TEST(MemoryOutput, ShowsItsBytesWithoutACopyAndGoesOn) {
+    UT_OStrStream out(4);
+    out << "geometry " << 12;
+    EXPECT_EQ(std::string(out.str(), out.pcount()), "geometry 12");
+    out.rdbuf()->freeze(false);
+    out << "!";
+    EXPECT_EQ(std::string(out.str(), out.pcount()), "geometry 12!");
+    out.rdbuf()->freeze(false);
+}
+
+TEST(CheckOutStream, ReportsOnABadStreamAlone) {
+    std::ostringstream out;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(UTcheckOutStream(out, "Saving failed.", nullptr), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    out.setstate(std::ios::failbit);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(UTcheckOutStream(out, "Saving failed.", nullptr), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Saving failed.\n");
+}

@@ -1,0 +1,341 @@
+// Windows on byte sources: positions, ends, sharing, and how often a source is asked.
+#include "../support/ScratchDir.h"
+
+#include <UT/UT_IStream.h>
+#include <UT/UT_String.h>
+#include <UT/UT_WorkBuffer.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstring>
+#include <random>
+#include <thread>
+
+namespace {
+
+// Serves a text and counts what it is asked for.
+class CountingSource : public UT_ByteSource {
+public:
+    explicit CountingSource(std::string text, bool sizeKnown = true) : text_(std::move(text)), sizeKnown_(sizeKnown) {}
+    std::int64_t size() const override { return sizeKnown_ ? static_cast<std::int64_t>(text_.size()) : -1; }
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        ++reads;
+        if (failAt >= 0 && position >= failAt) return -1;
+        if (position >= static_cast<std::int64_t>(text_.size())) return 0;
+        const std::size_t n = std::min(count, text_.size() - static_cast<std::size_t>(position));
+        std::memcpy(out, text_.data() + position, n);
+        return static_cast<std::int64_t>(n);
+    }
+    int reads = 0;
+    std::int64_t failAt = -1;
+
+private:
+    const std::string text_;
+    const bool sizeKnown_;
+};
+
+UT_IStream over(std::string_view text) {
+    return UT_IStream(text.data(), static_cast<int>(text.size()), UT_ISTREAM_BINARY);
+}
+
+std::string numbered(std::size_t length) {
+    std::string text;
+    for (int i = 0; text.size() < length; ++i) text += "line " + std::to_string(i) + "\n";
+    return text;
+}
+
+std::string readAll(UT_IStream& stream) {
+    std::string all;
+    char piece[777];
+    while (const int n = stream.bread(piece, sizeof piece)) all.append(piece, static_cast<std::size_t>(n));
+    return all;
+}
+
+std::vector<std::string> lines(UT_IStream& stream, int end = '\n') {
+    std::vector<std::string> all;
+    UT_WorkBuffer line;
+    while (stream.getLine(line, end)) all.emplace_back(line.view());
+    return all;
+}
+
+using Lines = std::vector<std::string>;
+
+}  // namespace
+
+TEST(GetLine, GivesEachLineOnceWithOrWithoutALastEnd) {
+    const struct {
+        const char* text;
+        Lines expected;
+    } cases[] = {
+        {"", {}}, {"\n", {""}}, {"a", {"a"}}, {"a\nb", {"a", "b"}}, {"a\n\nb\n", {"a", "", "b"}}, {"a\r\n", {"a\r"}},
+    };
+    for (const auto& c : cases) {
+        UT_IStream stream = over(c.text);
+        EXPECT_EQ(lines(stream), c.expected) << c.text;
+        EXPECT_TRUE(stream.isEof()) << c.text;
+    }
+}
+
+TEST(GetLine, FindsLinesThatCrossAnyNumberOfBlocks) {
+    // Around the edges of a block, and one line over several.
+    for (const std::size_t length : {UT_ByteSource::kBlockSize - 1, UT_ByteSource::kBlockSize,
+                                     UT_ByteSource::kBlockSize + 1, 3 * UT_ByteSource::kBlockSize + 17}) {
+        const std::string longLine(length, 'x');
+        UT_IStream stream(std::make_shared<CountingSource>("first\n" + longLine + "\nlast", length % 2 == 0),
+                          UT_ISTREAM_BINARY);
+        EXPECT_EQ(lines(stream), (Lines{"first", longLine, "last"}));
+    }
+}
+
+TEST(IsEof, IsTrueOnceTheLastByteWasTakenOrNoneWasFound) {
+    char byte = 0;
+    UT_IStream two = over("ab");
+    EXPECT_FALSE(two.isEof());
+    EXPECT_EQ(two.bread(&byte, 1), 1);
+    EXPECT_FALSE(two.isEof());
+    EXPECT_EQ(two.bread(&byte, 1), 1);
+    EXPECT_TRUE(two.isEof()) << "the last byte was taken";
+    EXPECT_TRUE(two.seekg(1, 0));
+    EXPECT_FALSE(two.isEof()) << "going back makes it readable again";
+    EXPECT_EQ(two.bread(&byte, 1), 1);
+    EXPECT_EQ(byte, 'b');
+
+    UT_IStream empty = over("");
+    EXPECT_FALSE(empty.isEof()) << "an empty stream is good until a read was tried";
+    EXPECT_EQ(empty.bread(&byte, 1), 0);
+    EXPECT_TRUE(empty.isEof());
+
+    UT_IStream unknown(std::make_shared<CountingSource>("a", false), UT_ISTREAM_BINARY);
+    EXPECT_EQ(unknown.bread(&byte, 1), 1);
+    EXPECT_FALSE(unknown.isEof()) << "nobody knows yet";
+    EXPECT_EQ(unknown.bread(&byte, 1), 0);
+    EXPECT_TRUE(unknown.isEof());
+}
+
+TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
+    const ScratchDir dir;
+    for (const std::string& path : {dir.path("missing"), dir.path(), std::string()}) {
+        UT_IFStream stream(path.c_str(), UT_ISTREAM_BINARY);
+        EXPECT_TRUE(stream.isEof()) << path;
+        char byte;
+        EXPECT_EQ(stream.bread(&byte, 1), 0);
+        EXPECT_FALSE(stream.seekg(0, 0));
+        const std::unique_ptr<UT_IStream> sub(stream.getSubStream(0, 10));
+        EXPECT_TRUE(sub->isEof());
+    }
+    UT_IFStream none(nullptr, UT_ISTREAM_BINARY);
+    EXPECT_TRUE(none.isEof());
+}
+
+TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
+    const ScratchDir dir;
+    const std::string text = numbered(200'000);
+    auto parent = std::make_unique<UT_IFStream>(dir.write("f", text).c_str(), UT_ISTREAM_BINARY);
+    const std::unique_ptr<UT_IStream> middle(parent->getSubStream(70'000, 100'000));
+    const std::unique_ptr<UT_IStream> inner(middle->getSubStream(99'000, 5'000));
+    const std::unique_ptr<UT_IStream> beyond(middle->getSubStream(200'000, 5));
+    parent.reset();
+    EXPECT_EQ(middle->tellg(), 0);
+    EXPECT_EQ(readAll(*middle), text.substr(70'000, 100'000));
+    EXPECT_EQ(middle->tellg(), 100'000);
+    EXPECT_EQ(readAll(*inner), text.substr(169'000, 1'000)) << "never beyond the window that it came from";
+    EXPECT_EQ(readAll(*beyond), "");
+    EXPECT_TRUE(middle->seekg(12, 0));
+    char piece[5];
+    EXPECT_EQ(middle->bread(piece, 5), 5);
+    EXPECT_EQ(std::string(piece, 5), text.substr(70'012, 5));
+}
+
+TEST(SubStream, WindowsOnOneSourceDoNotDisturbEachOther) {
+    const std::string text = numbered(300'000);
+    const auto source = std::make_shared<CountingSource>(text);
+    UT_IStream a(source, UT_ISTREAM_BINARY);
+    const std::unique_ptr<UT_IStream> b(a.getSubStream(150'000, 150'000));
+    std::string readA, readB;
+    std::mt19937 random(7);
+    char piece[5000];
+    while (readA.size() < text.size() || readB.size() < 150'000) {
+        const int wanted = static_cast<int>(random() % sizeof piece);
+        readA.append(piece, static_cast<std::size_t>(a.bread(piece, wanted)));
+        readB.append(piece, static_cast<std::size_t>(b->bread(piece, wanted)));
+    }
+    EXPECT_EQ(readA, text);
+    EXPECT_EQ(readB, text.substr(150'000));
+}
+
+TEST(SubStream, WindowsMayLiveOnDifferentThreads) {
+    const ScratchDir dir;
+    const std::string text = numbered(1'000'000);
+    UT_IFStream parent(dir.write("f", text).c_str(), UT_ISTREAM_BINARY);
+    const auto check = [&](UT_IStream* window, std::size_t offset) {
+        const std::unique_ptr<UT_IStream> owned(window);
+        EXPECT_EQ(readAll(*owned), text.substr(offset, 400'000));
+    };
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < 4; ++i)
+        threads.emplace_back(check, parent.getSubStream(static_cast<std::int64_t>(i) * 100'000, 400'000), i * 100'000);
+    for (auto& thread : threads) thread.join();
+}
+
+TEST(Source, IsAskedNoMoreThanNeeded) {
+    const std::string text = numbered(64'000);
+    const auto source = std::make_shared<CountingSource>(text);
+    UT_IStream stream(source, UT_ISTREAM_BINARY);
+    // A thousand neighbouring windows share one read-ahead.
+    for (int i = 0; i < 1000; ++i) {
+        const std::unique_ptr<UT_IStream> section(stream.getSubStream(i * 60, 60));
+        EXPECT_EQ(readAll(*section), text.substr(static_cast<std::size_t>(i) * 60, 60));
+    }
+    EXPECT_EQ(source->reads, 1);
+    // Seeking inside what is buffered asks for nothing.
+    char byte;
+    for (int i = 999; i >= 0; --i) {
+        EXPECT_TRUE(stream.seekg(i * 50, 0));
+        EXPECT_EQ(stream.bread(&byte, 1), 1);
+        EXPECT_EQ(byte, text[static_cast<std::size_t>(i) * 50]);
+    }
+    EXPECT_EQ(source->reads, 1);
+
+    // A large read is one call and goes to the caller's memory.
+    const std::string large = numbered(3'000'000);
+    const auto largeSource = std::make_shared<CountingSource>(large);
+    UT_IStream largeStream(largeSource, UT_ISTREAM_BINARY);
+    std::string out(large.size(), '\0');
+    EXPECT_EQ(largeStream.bread(out.data(), static_cast<int>(out.size())), static_cast<int>(out.size()));
+    EXPECT_EQ(out, large);
+    EXPECT_EQ(largeSource->reads, 1);
+    EXPECT_TRUE(largeStream.isEof());
+}
+
+TEST(Source, AFailedReadIsToldApartFromTheEnd) {
+    const auto source = std::make_shared<CountingSource>(numbered(200'000));
+    source->failAt = 100'000;
+    UT_IStream stream(source, UT_ISTREAM_BINARY);
+    EXPECT_LT(readAll(stream).size(), 200'000u);
+    EXPECT_TRUE(stream.isEof());
+    EXPECT_TRUE(stream.hasFailed());
+}
+
+TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
+    char local[] = "abc";
+    UT_IStream copied(local, 3, UT_ISTREAM_BINARY);
+    local[0] = 'x';
+    EXPECT_EQ(readAll(copied), "abc");
+
+    const auto shared = std::make_shared<char[]>(3);
+    std::memcpy(shared.get(), "abc", 3);
+    UT_IStream stream(std::shared_ptr<const char[]>(shared), 3, UT_ISTREAM_BINARY);
+    EXPECT_EQ(stream.buffered().data(), shared.get());
+
+    UT_IStream null(static_cast<const char*>(nullptr), 5, UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(null), "");
+    UT_IStream negative("abc", -1, UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(negative), "");
+}
+
+TEST(BinaryString, ALyingLengthCostsNoMoreThanTheBytesThatAreThere) {
+    const struct {
+        std::string bytes;
+        bool good;
+        const char* text;
+    } cases[] = {
+        {std::string("\3\0\0\0geo", 7), true, "geo"},
+        {std::string("\0\0\0\0", 4), true, ""},
+        {std::string("\4\0\0\0a\0bc", 8), true, "a"},  // cut at a NUL
+        {std::string("\4\0\0\0geo", 7), false, ""},
+        {std::string("\xff\xff\xff\x7fgeo", 7), false, ""},
+        {std::string("\xff\xff\xff\xffgeo", 7), false, ""},  // negative
+        {std::string("\3\0", 2), false, ""},
+    };
+    for (const auto& c : cases) {
+        UT_IStream stream = over(c.bytes);
+        UT_String text;
+        EXPECT_EQ(stream.readBinaryString(text, UT_ISTREAM_RLE32), c.good) << c.bytes;
+        if (c.good) EXPECT_STREQ(text.buffer(), c.text);
+    }
+}
+
+TEST(BinaryIntegers, AreLittleEndianAndCountedWhole) {
+    UT_IStream stream = over(std::string_view("\1\2\3\4\xff\xff\xff\xff\7\0", 10));
+    int values[3] = {};
+    EXPECT_EQ(stream.bread(values, 3), 2);
+    EXPECT_EQ(values[0], 0x04030201);
+    EXPECT_EQ(values[1], -1);
+    EXPECT_EQ(stream.bread(values, INT_MAX), 0);
+    EXPECT_EQ(stream.bread(values, -1), 0);
+}
+
+TEST(Words, AreReadInTextModeAndBinaryStringsOtherwise) {
+    UT_IStream stream = over(" plain\t\"two words\" \"q\\\"b\\\\n\\n\\t\\r\" \"\" a\"b \"open");
+    UT_IStreamAutoBinary mode(stream, UT_ISTREAM_ASCII);
+    UT_String word;
+    for (const char* expected : {"plain", "two words", "q\"b\\n\n\t\r", "", "a\"b", "open"}) {
+        ASSERT_TRUE(stream.readString(word, false)) << expected;
+        EXPECT_STREQ(word.buffer(), expected);
+    }
+    EXPECT_FALSE(stream.readString(word, false));
+    stream.popBinary();
+    EXPECT_TRUE(stream.isBinary());
+    stream.popBinary();  // more pops than pushes change nothing
+    EXPECT_TRUE(stream.isBinary());
+}
+
+TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {
+    const ScratchDir dir;
+    std::FILE* file = std::fopen(dir.write("f", "0123456789").c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(std::getc(file), '0');
+    {
+        UT_IStream stream(file, UT_ISTREAM_BINARY);
+        EXPECT_EQ(readAll(stream), "123456789");
+        EXPECT_TRUE(stream.seekg(3, 0));
+        EXPECT_EQ(readAll(stream), "456789");
+    }
+    std::fclose(file);
+}
+
+TEST(CFile, APipeIsReadForwardOnlyAndAnswersALineAtATime) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::FILE* file = ::fdopen(ends[0], "r");
+    UT_IStream stream(file, UT_ISTREAM_BINARY);
+    UT_WorkBuffer line;
+    // The line must come although the writer has not finished: waiting for a full block would hang here.
+    ASSERT_EQ(::write(ends[1], "first\n", 6), 6);
+    ASSERT_TRUE(stream.getLine(line, '\n'));
+    EXPECT_EQ(line.view(), "first");
+    EXPECT_TRUE(stream.seekg(0, 0)) << "still buffered";
+    ASSERT_TRUE(stream.getLine(line, '\n'));
+    ASSERT_EQ(::write(ends[1], "second", 6), 6);
+    ::close(ends[1]);
+    ASSERT_TRUE(stream.getLine(line, '\n'));
+    EXPECT_EQ(line.view(), "second");
+    EXPECT_FALSE(stream.seekg(0, 0));
+    EXPECT_FALSE(stream.getLine(line, '\n'));
+    std::fclose(file);
+}
+
+TEST(FileStream, ReadsWhatHasNoLengthOfItsOwn) {
+    const ScratchDir dir;
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+    std::thread writer([&] { dir.write("pipe", numbered(100'000)); });
+    UT_IFStream pipe(dir.path("pipe").c_str(), UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(pipe), numbered(100'000));
+    writer.join();
+
+    UT_IFStream generated("/proc/self/status", UT_ISTREAM_BINARY);
+    EXPECT_NE(readAll(generated).find("Pid:"), std::string::npos) << "its size says 0";
+}
+
+TEST(FileStream, AFileThatShrinksEndsEarly) {
+    const ScratchDir dir;
+    UT_IFStream stream(dir.write("f", numbered(300'000)).c_str(), UT_ISTREAM_BINARY);
+    char byte;
+    EXPECT_EQ(stream.bread(&byte, 1), 1);
+    dir.cutAt("f", 100'000);
+    EXPECT_EQ(readAll(stream).size(), 99'999u);
+    EXPECT_TRUE(stream.isEof());
+    EXPECT_FALSE(stream.hasFailed());
+}
