@@ -1,4 +1,5 @@
 // The sources that the library brings, and the read-ahead that windows on one source share.
+#include <UT/FileSource.h>
 #include <UT/UT_ByteSource.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -208,24 +209,40 @@ std::shared_ptr<UT_ByteSource> UTmakeMemorySource(std::shared_ptr<const char[]> 
     return std::make_shared<MemorySource>(std::move(data), length);
 }
 
-std::shared_ptr<UT_ByteSource> UTmakeFileSource(const char* path) {
+OpenedFile openFileSource(const char* path) {
+    OpenedFile opened;
     if (path == nullptr) {
         errno = ENOENT;
-        return nullptr;
+        return opened;
     }
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return nullptr;
+    if (fd < 0) return opened;
     struct stat status {};
-    if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
-        const int error = S_ISDIR(status.st_mode) ? EISDIR : errno;
+    if (::fstat(fd, &status) != 0) {
+        const int error = errno;
         ::close(fd);
         errno = error;
-        return nullptr;
+        return opened;
     }
-    // Generated files say 0 and hold bytes all the same, so only a length above 0 is believed.
-    if (S_ISREG(status.st_mode) && status.st_size > 0) return std::make_shared<FileSource>(fd, status.st_size);
-    if (::lseek(fd, 0, SEEK_CUR) < 0) return std::make_shared<PipeSource>(fd);
-    return std::make_shared<FileSource>(fd, -1);
+    opened.hasStatus = true;
+    opened.size = status.st_size;
+    opened.time = status.st_mtime;
+    if (S_ISDIR(status.st_mode)) {
+        ::close(fd);
+        errno = EISDIR;
+    } else if (S_ISREG(status.st_mode) && status.st_size > 0) {
+        // Generated files say 0 and hold bytes all the same, so only a length above 0 is believed.
+        opened.source = std::make_shared<FileSource>(fd, status.st_size);
+    } else if (::lseek(fd, 0, SEEK_CUR) < 0) {
+        opened.source = std::make_shared<PipeSource>(fd);
+    } else {
+        opened.source = std::make_shared<FileSource>(fd, -1);
+    }
+    return opened;
+}
+
+std::shared_ptr<UT_ByteSource> UTmakeFileSource(const char* path) {
+    return openFileSource(path).source;
 }
 
 std::shared_ptr<UT_ByteSource> UTmakeCFileSource(std::FILE* file) {
