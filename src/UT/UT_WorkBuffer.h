@@ -84,7 +84,8 @@ public:
     int sprintf(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     // A place to write on, from character `offset`, with room for at least `length` characters; those behind the
-    // content are NUL. Until release the buffer must not be changed in another way. Null for an offset out of range.
+    // content are NUL. Until release the buffer must not be changed in another way. Null for an offset out of range,
+    // and for a second lock that would have to move the characters.
     char* lock(int offset = 0, unsigned length = 0);
     // Ends lock: the length becomes what stands in front of the first NUL. The argument is not used.
     void release(int = 0);
@@ -98,6 +99,7 @@ public:
     void copyIntoString(UT_String& text) const;
 
 private:
+    void swapText(UT_WorkBuffer& other) noexcept;
     void grow(std::size_t more);
     void appendGrowing(std::string_view text);
 
