@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# console.sh PAGE COMMAND_DIR: types what the ```console blocks of a page show and compares the answers, so that a page
+# tells what the programs do. Lines that begin "$ " are typed, all in one directory that is made for them; the lines up to
+# the next are the answer, standard error included.
+set -euo pipefail
+page=$(realpath "$1")
+PATH=$2:$PATH
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+export TZ=UTC LC_ALL=C
+umask 022
+
+typed="" expected="" commands=0 failures=0
+settle() {
+    [ -n "$typed" ] || return 0
+    local answer
+    answer=$(eval "$typed" 2>&1 && echo . || echo .) # the dot keeps the line ends behind an answer
+    commands=$((commands + 1))
+    if [ "${answer%.}" != "$expected" ]; then
+        failures=$((failures + 1))
+        printf '%s\n' "$page: \$ $typed" && diff <(printf %s "$expected") <(printf %s "${answer%.}") || true
+    fi
+    typed="" expected=""
+}
+
+block=""
+while IFS= read -r line; do
+    case "$block:$line" in
+        ':```console') block=console ;;
+        'console:```') settle && block="" ;;
+        'console:$ '*) settle && typed=${line#'$ '} ;;
+        console:*) expected+=$line$'\n' ;;
+    esac
+done <"$page"
+echo "$commands commands, $failures with another answer"
+[ "$commands" -gt 0 ] && [ "$failures" = 0 ]

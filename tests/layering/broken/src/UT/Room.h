@@ -1,0 +1,2 @@
+#pragma once
+// Private: rooms of UT alone.

@@ -1,0 +1,3 @@
+#pragma once
+// Users could not include this one.
+#include <UT/Room.h>

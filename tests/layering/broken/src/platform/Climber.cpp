@@ -1,0 +1,1 @@
+#include <UT/UT_Thing.h>

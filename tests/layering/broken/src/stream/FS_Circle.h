@@ -1,0 +1,3 @@
+#pragma once
+#include <UT/UT_Thing.h>
+#include <indexfile/FS_IndexFile.h>

@@ -1,0 +1,43 @@
+# The build as it stands, installed: what lies there, that it serves users, and that its headers ask nothing of them.
+cmake_minimum_required(VERSION 3.25)
+include("${CMAKE_CURRENT_LIST_DIR}/steps.cmake")
+include("${SOURCE_DIR}/cmake/TarvaniHeaders.cmake")
+
+install_into_blank("${BUILD_DIR}" shared prefix)
+
+# The headers are the public ones, all of them and no others.
+tarvani_public_headers("${SOURCE_DIR}/src" headers)
+file(GLOB_RECURSE installed RELATIVE "${prefix}/include/tarvani" "${prefix}/include/*")
+list(SORT installed)
+if(NOT installed STREQUAL headers OR NOT "stream/FS_Reader.h" IN_LIST installed)
+    message(FATAL_ERROR "public:    ${headers}\ninstalled: ${installed}")
+endif()
+
+# Each compiles alone, without a warning, under every compiler at hand and with only the installed headers in reach.
+find_program(CLANG clang++)
+foreach(compiler IN ITEMS "${CXX}" ${CLANG})
+    foreach(header IN LISTS headers)
+        file(WRITE "${WORK_DIR}/alone.cpp" "#include <${header}>\n")
+        run("${compiler}" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only
+            "-I${prefix}/include/tarvani" "${WORK_DIR}/alone.cpp")
+    endforeach()
+endforeach()
+
+# The name that programs are bound to holds the major version alone, and what the library shows is its own.
+string(REGEX MATCH "^[0-9]+" major "${VERSION}")
+set(library "${prefix}/${LIBDIR}/libtarvani.so")
+run(readelf -d "${library}")
+if(NOT output MATCHES "SONAME.*\\[libtarvani\\.so\\.${major}\\]")
+    message(FATAL_ERROR "no SONAME libtarvani.so.${major} in ${output}")
+endif()
+run(nm -D -C --defined-only "${library}")
+string(REGEX MATCHALL "[^\n]* [TDBR] (platform::|opendir|readdir|closedir|getopt|optind)[^\n]*" stray "${output}")
+if(stray)
+    message(FATAL_ERROR "symbols that the library should keep to itself: ${stray}")
+endif()
+
+run("${prefix}/bin/tarvani" --version)
+if(NOT output MATCHES "${VERSION}")
+    message(FATAL_ERROR "tarvani --version printed: ${output}")
+endif()
+build_consumers("${prefix}" shared)
