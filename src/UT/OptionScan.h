@@ -31,4 +31,5 @@ private:
     int index_ = 1;
     const char* place_ = "";  // what is left of the word being read
     const char* argument_ = nullptr;
+    bool ended_ = false;
 };

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 struct TARVANI_EXPORT UT_FileStat {
-    enum FileType { UNKNOWN = 0, FILE = 1, DIRECTORY = 2, SHORTCUT = 3 };
+    enum FileType { UNKNOWN = 0, REGULAR = 1, DIRECTORY = 2, SHORTCUT = 3 };
 
     FileType type = UNKNOWN;  // SHORTCUT is a symbolic link; devices, pipes and sockets are UNKNOWN
     std::int64_t size = 0;    // bytes

@@ -1,0 +1,76 @@
+// Directories over the system's calls.
+#include <dirent.h>
+#include <platform/Directory.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+namespace platform {
+
+Directory::Directory(const char* path) {
+    handle_.reset(::opendir(path ? path : ""));
+    if (!handle_) error_ = errno;
+}
+
+void Directory::Close::operator()(void* handle) const {
+    ::closedir(static_cast<DIR*>(handle));
+}
+
+const char* Directory::next() {
+    if (!handle_) return nullptr;
+    for (;;) {
+        // Only a cleared errno tells the end from a failure.
+        errno = 0;
+        const dirent* entry = ::readdir(static_cast<DIR*>(handle_.get()));
+        if (!entry) {
+            error_ = errno;
+            return nullptr;
+        }
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+        name_ = entry->d_name;
+        return name_;
+    }
+}
+
+FileStatus Directory::status() const {
+    if (!handle_) return {.error = error_};
+    return linkStatusAt(::dirfd(static_cast<DIR*>(handle_.get())), name_);
+}
+
+int makeDirectories(const char* path, unsigned mode) {
+    if (!path || !*path) return ENOENT;
+    std::string part(path);
+    // Each prefix that ends in front of a slash, then the whole. The usual case, where all parents stand, is one call.
+    if (::mkdir(path, mode) == 0) return 0;
+    if (errno == ENOENT) {
+        for (std::size_t slash = part.find('/', 1); slash != std::string::npos; slash = part.find('/', slash + 1)) {
+            part[slash] = '\0';
+            // What fails here shows at the next level, where it matters.
+            ::mkdir(part.c_str(), mode);
+            part[slash] = '/';
+        }
+        if (::mkdir(path, mode) == 0) return 0;
+    }
+    const int error = errno;
+    return fileStatus(path).isDirectory() ? 0 : error;
+}
+
+std::optional<std::string> currentDirectory() {
+    char usual[PATH_MAX];
+    if (::getcwd(usual, sizeof usual)) return usual;
+    if (errno != ERANGE) return std::nullopt;
+    // A directory that is deeper than any one path may be: the C library takes as much memory as it needs.
+    const std::unique_ptr<char, decltype(&std::free)> deep(::getcwd(nullptr, 0), std::free);
+    return deep ? std::optional<std::string>(deep.get()) : std::nullopt;
+}
+
+std::optional<std::string> realPath(const char* path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(path ? ::realpath(path, nullptr) : nullptr, std::free);
+    return real ? std::optional<std::string>(real.get()) : std::nullopt;
+}
+
+}  // namespace platform
