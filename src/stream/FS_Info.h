@@ -13,6 +13,7 @@
 #include <stream/FS_Stat.h>
 
 #include <cstdint>
+#include <string>
 
 class FS_IndexFile;
 class FS_InfoHelper;
@@ -53,9 +54,10 @@ public:
 
     // Lists a directory, a container, or a section that is one. Appends names to `files` and, if `dirs` isn't null, the
     // names of what has contents itself to `dirs` instead; in the order in which they come, a local directory's without
-    // "." and "..". `fileStats` and `dirStats`, where not null, get one record for each name of their array; a link's
-    // record is its own, not its target's, and one that can't be looked at is zero. False, and nothing appended, if the
-    // path can't be listed.
+    // "." and "..". Without `dirs` nothing looks into the entries, and all count as files. `fileStats` and `dirStats`,
+    // where not null, get a record for each name listed, in a container or from a helper for each name that the array
+    // then holds; a link's record is its own, not its target's, and one of an entry that can't be looked at is zero.
+    // False, and nothing appended, if the path can't be listed.
     bool getContents(UT_StringArray& files, UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
                      UT_RefArray<FS_Stat>* dirStats);
 
@@ -78,7 +80,11 @@ public:
 private:
     static HelperList<FS_InfoHelper>& getHelpers();
     static FS_InfoHelper* claimingHelper(const char* source);
-    void appendStats(const UT_StringArray& names, unsigned first, UT_RefArray<FS_Stat>& stats) const;
+    std::string wholePath() const;
+    bool listDirectory(UT_StringArray& files, UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
+                       UT_RefArray<FS_Stat>* dirStats) const;
+    void appendStats(const UT_StringArray& files, const UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
+                     UT_RefArray<FS_Stat>* dirStats) const;
 
     UT_String path;     // without the section
     UT_String section;  // empty where there is none
