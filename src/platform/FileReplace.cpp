@@ -178,7 +178,7 @@ void ReplacementFile::prepare(ReplaceBy how) {
         if (real) prepareBeside(real.get());
         if (temporary_) {
             // Owner and mode as they were, as far as this user may set them.
-            if (::fchown(temporary_.fd(), old.st_uid, old.st_gid) != 0) errno = 0;
+            [[maybe_unused]] const int chowned = ::fchown(temporary_.fd(), old.st_uid, old.st_gid);
             if (::fchmod(temporary_.fd(), old.st_mode & 07777) != 0) error_ = failure(name_, errno);
             return;
         }
@@ -197,6 +197,7 @@ void ReplacementFile::prepareBeside(std::string path) {
 Outcome ReplacementFile::commit() {
     Outcome outcome = error_.done ? place() : error_;
     error_ = failure(name_ + ": already done");
+    if (!outcome.done && !touched_) outcome.reason += "; nothing was written";
     if (!outcome.done) stream_->setstate(std::ios_base::failbit);
     return outcome;
 }
@@ -213,14 +214,13 @@ Outcome ReplacementFile::place() {
 
 Outcome ReplacementFile::copyToOld() {
     struct stat content {};
-    bool touched = false;
     const HeldSignals held;
     // While the old bytes change the temporary is the only whole copy: no signal handler may take it.
     temporary_.keep();
     int error = ::fstat(temporary_.fd(), &content) == 0 ? 0 : errno;
-    if (error == 0) error = copyOver(temporary_.fd(), content.st_size, old_.get(), touched);
+    if (error == 0) error = copyOver(temporary_.fd(), content.st_size, old_.get(), touched_);
     if (::close(old_.release()) != 0 && errno != EINTR && error == 0) error = errno;
-    if (error != 0 && touched)
+    if (error != 0 && touched_)
         return failure(name_ + ": " + errorWords(error) + "; the new content is whole in " + temporary_.path());
     temporary_.remove();
     return error == 0 ? success() : failure(name_, error);

@@ -32,7 +32,9 @@ public:
 
     const Outcome& error() const { return error_; }
     // Where the new content is written.
-    std::ostream& stream() { return *stream_; }
+    FileOutput& stream() { return *stream_; }
+    // The file that takes what is written before it has its place.
+    const std::string& temporary() const { return temporary_.path(); }
     // Puts the content into its place. Fails if the stream did: nothing incomplete is put anywhere. A second call
     // fails.
     Outcome commit();
@@ -50,6 +52,7 @@ private:
     TempFile temporary_;
     std::optional<FileOutput> stream_;
     Outcome error_;
+    bool touched_ = false;  // old bytes have begun to change
 };
 
 }  // namespace platform

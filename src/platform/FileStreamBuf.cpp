@@ -15,7 +15,7 @@ FileStreamBuf::FileStreamBuf(UniqueFd fd, int error) : owned_(std::move(fd)), fd
     setp(buffer_.get(), buffer_.get() + kBufferSize);
 }
 
-FileStreamBuf::FileStreamBuf(int fd) : FileStreamBuf(UniqueFd(fd)) {
+FileStreamBuf::FileStreamBuf(int fd, int error) : FileStreamBuf(UniqueFd(fd), error) {
     owned_.release();
 }
 
@@ -116,7 +116,7 @@ FileOutput::FileOutput(const char* path) : std::ostream(nullptr), file_(openBuff
     if (file_.error() != 0) setstate(failbit);
 }
 
-FileOutput::FileOutput(int fd) : std::ostream(nullptr), file_(fd) {
+FileOutput::FileOutput(int fd, int error) : std::ostream(nullptr), file_(fd, error) {
     rdbuf(&file_);
     if (file_.error() != 0) setstate(failbit);
 }

@@ -17,7 +17,7 @@ public:
     // Adopts `fd`. With none every write fails, and `error` says why.
     explicit FileStreamBuf(UniqueFd fd, int error = 0);
     // Borrows `fd`, which close() then leaves open.
-    explicit FileStreamBuf(int fd);
+    explicit FileStreamBuf(int fd, int error = 0);
     // Closes, for who didn't want to know.
     ~FileStreamBuf() override;
 
@@ -50,8 +50,8 @@ public:
     // Opens a file for writing: what it held goes, a missing one is made with mode 0666 less the mask. When it can't be
     // opened the stream is in a failed state and error() tells why.
     explicit FileOutput(const char* path);
-    // Borrows `fd`; with -1 the stream is in a failed state.
-    explicit FileOutput(int fd);
+    // Borrows `fd`; with -1 the stream is in a failed state because of `error`.
+    explicit FileOutput(int fd, int error = 0);
 
     // As FileStreamBuf::close; false too when the stream failed for another reason, such as a caller's setstate.
     bool close();
