@@ -1,0 +1,352 @@
+// Paths and files: kinds, absolute forms, status, temporary names, variables.
+#include "../support/Environment.h"
+#include "../support/ScratchDir.h"
+
+#include <UT/UT_FileShortcutUtil.h>
+#include <UT/UT_FileStat.h>
+#include <UT/UT_FileUtil.h>
+#include <UT/UT_Path.h>
+#include <UT/UT_PathSearch.h>
+#include <UT/UT_String.h>
+#include <UT/UT_Tarvani.h>
+#include <UT/UT_VariableScan.h>
+#include <UT/UT_WorkBuffer.h>
+#include <gmock/gmock.h>
+#include <platform/Directory.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <set>
+
+namespace {
+
+std::string absoluteOf(const char* path, const char* base = nullptr) {
+    UT_String text(path, 1);
+    EXPECT_TRUE(UTmakeAbsoluteFilePath(text, base)) << path;
+    return std::string(text.view());
+}
+
+std::string resolved(const char* path) {
+    UT_String out("old", 1);
+    const bool done = UT_PathSearch::resolveAbsolutePath(path, out);
+    EXPECT_EQ(done, !out.isNull());
+    return std::string(out.view());
+}
+
+std::string scanned(const char* text, bool expandHome = true, bool keepUnknown = true) {
+    const UTVariableLookup lookup = [](const char* name, void*) -> const char* {
+        const std::string_view known(name);
+        return known == "HOME" ? "/h" : known == "A" ? "$B" : known == "B_2" ? "two" : known == "NONE" ? "" : nullptr;
+    };
+    UT_WorkBuffer out(std::string_view("old"));
+    UTVariableScan(out, text, lookup, nullptr, expandHome, keepUnknown);
+    return std::string(out.view());
+}
+
+// Kinds and absolute forms.
+
+TEST(Path, KindsAreToldByTheText) {
+    UTaddAbsolutePathPrefix("test-kind:");
+    UTaddAbsolutePathPrefix("");
+    UTaddAbsolutePathPrefix(nullptr);
+    const struct {
+        const char* path;
+        bool absolute, full, root;
+    } cases[] = {
+        {nullptr, false, false, false}, {"", false, false, false},          {"/", true, true, true},
+        {"//", true, true, true},       {"/a", true, true, false},          {"a/b", false, false, false},
+        {"./a", false, true, false},    {"../a", false, true, false},       {".a", false, false, false},
+        {"..", false, false, false},    {"test-kind:a", true, true, false}, {"TEST-KIND:a", false, false, false},
+        {"File:/a", true, true, false}, {"file:a", false, false, false},    {"file:./a", false, true, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path ? c.path : "null");
+        EXPECT_EQ(UTisAbsolutePath(c.path), c.absolute);
+        EXPECT_EQ(UTfullPathSpecified(c.path), c.full ? 1 : 0);
+        EXPECT_EQ(UTisRootPath(c.path), c.root);
+    }
+}
+
+TEST(Path, MakingAbsoluteKeepsPrefixesAndDots) {
+    UTaddAbsolutePathPrefix("test-absolute:");
+    const ScratchDir dir;
+    const InDirectory here(dir.path());
+    const struct {
+        const char *path, *base;
+        std::string absolute;
+    } cases[] = {
+        {nullptr, nullptr, ""},
+        {"", nullptr, ""},
+        {"/a/../b//c", nullptr, "/a/../b//c"},
+        {"a//b", nullptr, dir.path("a//b")},
+        {"./a", nullptr, dir.path("./a")},
+        {"test-absolute:a", nullptr, "test-absolute:a"},
+        {"file:a?b", nullptr, "file:" + dir.path("a?b")},
+        {"FILE:/a", nullptr, "FILE:/a"},
+        {"file:test-absolute:a", nullptr, "file:test-absolute:a"},
+        {"file:", nullptr, "file:"},
+        {"a", "/base", "/base/a"},
+        {"a", "/base/", "/base/a"},
+        {"a", "base", dir.path("base/a")},
+        {"a", "", dir.path("a")},
+    };
+    for (const auto& c : cases) EXPECT_EQ(absoluteOf(c.path, c.base), c.absolute) << (c.path ? c.path : "null");
+}
+
+TEST(Path, WithoutACurrentDirectoryNothingBecomesAbsolute) {
+    const ScratchDir dir;
+    const InDirectory here(dir.makeDirectory("gone"));
+    ASSERT_EQ(::rmdir(dir.path("gone").c_str()), 0);
+    UT_String path("a", 1), out;
+    EXPECT_FALSE(UTmakeAbsoluteFilePath(path, nullptr));
+    EXPECT_EQ(path, "a");
+    EXPECT_FALSE(UT_PathSearch::resolveAbsolutePath("a", out));
+    char buffer[8] = "old";
+    EXPECT_EQ(getUnixCwd(buffer, sizeof buffer), nullptr);
+    EXPECT_STREQ(buffer, "");
+}
+
+TEST(Path, TheCurrentDirectoryFitsOrIsRefused) {
+    const ScratchDir dir;
+    const InDirectory here(dir.path());
+    const int length = static_cast<int>(dir.path().size());
+    std::vector<char> buffer(dir.path().size() + 2, 'x');
+    EXPECT_EQ(getUnixCwd(buffer.data(), length), nullptr) << "no room for the end";
+    EXPECT_EQ(buffer[static_cast<std::size_t>(length)], 'x') << "written past the size";
+    EXPECT_EQ(getUnixCwd(buffer.data(), length + 1), buffer.data());
+    EXPECT_EQ(std::string(buffer.data()), dir.path());
+    EXPECT_EQ(getUnixCwd(nullptr, 10), nullptr);
+}
+
+TEST(Path, ResolvingTakesOutDotsAsText) {
+    UTaddAbsolutePathPrefix("test-resolve:");
+    const ScratchDir dir;
+    const InDirectory here(dir.path());
+    const struct {
+        const char* path;
+        std::string resolved;
+    } cases[] = {
+        {nullptr, ""},
+        {"", ""},
+        {"/", "/"},
+        {"//a///b/", "/a/b/"},
+        {"/a/./b/../c", "/a/c"},
+        {"/../../a", "/a"},
+        {"/a/..", "/"},
+        {"/a/b/../", "/a/"},
+        {"/a/...", "/a/..."},
+        {"x/../y", dir.path("y")},
+        {"file:/a/../b", "file:/b"},
+        {"test-resolve:a/../b", "test-resolve:a/../b"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(resolved(c.path), c.resolved) << (c.path ? c.path : "null");
+}
+
+TEST(Path, OnlyAWholeHomeDirectoryIsCondensed) {
+    const WithVariable home("HOME", "/home/ann/");
+    const struct {
+        const char *path, *condensed;
+    } cases[] = {
+        {"/home/ann/a", "~/a"}, {"/home/ann", "~"}, {"/home/anna/a", "/home/anna/a"}, {"a/home/ann", "a/home/ann"}};
+    for (const auto& c : cases) {
+        UT_String path(c.path, 1);
+        EXPECT_EQ(UT_PathSearch::condenseCommon(path), std::string(c.path) != c.condensed);
+        EXPECT_EQ(path, c.condensed);
+    }
+    const WithVariable root("HOME", "/");
+    UT_String path("/etc", 1);
+    EXPECT_EQ(UT_PathSearch::condenseCommon(path), 0);
+}
+
+// Files.
+
+TEST(Files, StatusTellsLinksFromWhatTheyStandFor) {
+    const ScratchDir dir;
+    const std::string file = dir.write("file", "12345");
+    dir.setTime("file", 1000000);
+    dir.makeDirectory("sub");
+    ASSERT_EQ(::symlink("sub", dir.path("link").c_str()), 0);
+    ASSERT_EQ(::symlink("file", dir.path("fileLink").c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", dir.path("dangling").c_str()), 0);
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+
+    const struct {
+        const char* name;
+        UT_FileStat::FileType type;
+        const char* target;  // null: resolves to nothing
+        bool isDirectory;
+    } cases[] = {
+        {"file", UT_FileStat::REGULAR, nullptr, false},      {"sub", UT_FileStat::DIRECTORY, nullptr, false},
+        {"link", UT_FileStat::SHORTCUT, "sub", true},        {"fileLink", UT_FileStat::SHORTCUT, "file", false},
+        {"dangling", UT_FileStat::SHORTCUT, nullptr, false}, {"pipe", UT_FileStat::UNKNOWN, nullptr, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        UT_FileStat stat;
+        EXPECT_EQ(statLastRead(dir.path(c.name).c_str(), stat), 0);
+        EXPECT_EQ(stat.type, c.type);
+        UT_String target("old", 1);
+        bool isDirectory = true;
+        EXPECT_EQ(UT_FileShortcutUtil().resolve(dir.path(c.name).c_str(), target, false, &isDirectory),
+                  c.target != nullptr);
+        EXPECT_EQ(target, c.target
+                              ? UT_String(std::string_view(std::filesystem::canonical(dir.path(c.target)).string()))
+                              : UT_String());
+        EXPECT_EQ(isDirectory, c.isDirectory);
+    }
+
+    UT_FileStat stat;
+    EXPECT_EQ(statLastRead(file.c_str(), stat), 0);
+    EXPECT_EQ(stat.size, 5);
+    EXPECT_EQ(stat.time, 1000000);
+    const std::string none = dir.path("missing");
+    for (const char* missing : {none.c_str(), static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(statLastRead(missing, stat), -1);
+        EXPECT_EQ(errno, ENOENT);
+        EXPECT_EQ(stat.type, UT_FileStat::UNKNOWN) << "an earlier entry's values stay";
+        EXPECT_EQ(stat.size + stat.time, 0);
+    }
+}
+
+TEST(Files, SizesPastThirtyTwoBitsAreWhole) {
+    const ScratchDir dir;
+    const std::string path = dir.write("big", "");
+    dir.cutAt("big", 5'000'000'000);
+    EXPECT_EQ(UT_FileUtil::getFileSize(path.c_str()), 5'000'000'000);
+    EXPECT_EQ(UT_FileUtil::getFileSize(nullptr), 0);
+}
+
+TEST(Files, RemovalTakesFilesAndLinksButNoDirectory) {
+    const ScratchDir dir;
+    dir.write("sub/file", "x");
+    ASSERT_EQ(::symlink("sub/file", dir.path("link").c_str()), 0);
+    EXPECT_EQ(UT_FileUtil::removeFile(dir.path("link").c_str()), 0);
+    EXPECT_TRUE(dir.exists("sub/file"));
+    EXPECT_EQ(UT_FileUtil::removeFile(dir.path("sub").c_str()), -1);
+    EXPECT_EQ(UT_FileUtil::removeFile(dir.path("sub/file").c_str()), 0);
+    EXPECT_EQ(UT_FileUtil::removeFile(dir.path("sub/file").c_str()), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(UT_FileUtil::removeFile(nullptr), -1);
+}
+
+TEST(Files, DirectoriesAreMadeWithTheirParents) {
+    const ScratchDir dir;
+    const std::string deep = dir.path("a/b//c/");
+    EXPECT_EQ(TarvaniMakeDirectory(deep.c_str(), 0777), 0);
+    EXPECT_EQ(UTisValidDirectory(dir.path("a/b/c").c_str()), 1);
+    EXPECT_EQ(TarvaniMakeDirectory(deep.c_str(), 0777), 0) << "it exists";
+    const std::string file = dir.write("file", "");
+    EXPECT_EQ(UTisValidDirectory(file.c_str()), 0);
+    EXPECT_EQ(TarvaniMakeDirectory(file.c_str(), 0777), -1);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(TarvaniMakeDirectory((file + "/below").c_str(), 0777), -1);
+    EXPECT_EQ(TarvaniMakeDirectory("", 0777), -1);
+    EXPECT_EQ(TarvaniMakeDirectory(nullptr, 0777), -1);
+}
+
+TEST(Files, AccessTakesTheModesOfTheSystem) {
+    const ScratchDir dir;
+    const std::string path = dir.write("file", "");
+    ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+    EXPECT_EQ(UTaccess(path.c_str(), 0), 0);
+    EXPECT_EQ(UTaccess(path.c_str(), 4 + 2), 0);
+    EXPECT_LT(UTaccess(path.c_str(), 1), 0) << "nobody may run it, not even the superuser";
+    EXPECT_LT(UTaccess(nullptr, 0), 0);
+}
+
+TEST(Files, ADirectoryIsReadWithTheStatusOfItsEntries) {
+    const ScratchDir dir;
+    dir.write(".hidden", "12");
+    dir.makeDirectory("sub");
+    std::set<std::string> found;
+    platform::Directory directory(dir.path().c_str());
+    while (const char* name = directory.next())
+        found.insert(name + std::string(directory.status().isDirectory() ? "/" : ":") +
+                     (directory.status().isDirectory() ? "" : std::to_string(directory.status().size)));
+    EXPECT_EQ(found, (std::set<std::string>{".hidden:2", "sub/"}));
+    EXPECT_EQ(directory.error(), 0);
+
+    platform::Directory missing(dir.path("missing").c_str());
+    EXPECT_EQ(missing.next(), nullptr);
+    EXPECT_EQ(missing.error(), ENOENT);
+    EXPECT_EQ(missing.status().error, ENOENT);
+}
+
+// Temporary files.
+
+TEST(TemporaryName, EndsInTheLastComponentOfItsBase) {
+    const ScratchDir dir;
+    const WithVariable place("TMPDIR", dir.path().c_str());
+    const struct {
+        const char* base;
+        std::string ending;
+    } cases[] = {
+        {"http://h/a/page.html?x=1&y", "-page.html_x_1_y"},
+        {"a b\n\xc3\xa9.c", "-a_b___.c"},
+        {"dir/", ""},
+        {"", ""},
+    };
+    for (const auto& c : cases) {
+        UT_String name;
+        ASSERT_TRUE(UTcreateTempFileName(name, c.base));
+        EXPECT_THAT(std::string(name.view()), testing::StartsWith(dir.path("tarvani-")));
+        EXPECT_THAT(std::string(name.view()), testing::EndsWith(c.ending));
+    }
+    UT_String name;
+    ASSERT_TRUE(UTcreateTempFileName(name, ("x" + std::string(500, 'y') + ".png").c_str()));
+    EXPECT_TRUE(name.endsWith(".png"));
+    EXPECT_LT(name.length() - static_cast<int>(dir.path().size()), 90);
+}
+
+TEST(TemporaryName, IsAFileThatOnlyTheUserCanOpen) {
+    const ScratchDir dir;
+    const InDirectory here(dir.path());
+    const WithVariable place("TMPDIR", dir.path().c_str());
+    UT_String one, two;
+    ASSERT_TRUE(UTgetTmpName(one, nullptr));
+    ASSERT_TRUE(UTgetTmpName(two, nullptr));
+    EXPECT_FALSE(one == two);
+    struct stat status;
+    ASSERT_EQ(::stat(one.buffer(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+
+    const WithVariable nowhere("TMPDIR", dir.path("missing").c_str());
+    EXPECT_FALSE(UTgetTmpName(one, nullptr));
+    EXPECT_TRUE(one.isNull());
+}
+
+// Variables.
+
+TEST(Variables, ReferencesAreReplacedOnce) {
+    const struct {
+        const char *text, *expanded;
+    } cases[] = {
+        {nullptr, ""},
+        {"", ""},
+        {"$A", "$B"},  // a value isn't scanned again
+        {"x${B_2}y$B_2/$B_2.z", "xtwoytwo/two.z"},
+        {"$B_23", "$B_23"},
+        {"[$NONE]", "[]"},
+        {"$", "$"},
+        {"$$A$", "$$B$"},
+        {"${A", "${A"},
+        {"${}${ A}${A-b}$1", "${}${ A}${A-b}$1"},
+        {"${A$A", "${A$B"},
+        {"~/a~/", "/h/a~/"},
+        {"~", "~"},
+        {"a~/b", "a~/b"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(scanned(c.text), c.expanded) << (c.text ? c.text : "null");
+    EXPECT_EQ(scanned("~/$X-${X}-$", false, false), "~/--$");
+}
+
+TEST(Variables, ComeFromTheEnvironmentAndMayReplaceTheirOwnText) {
+    const WithVariable variable("TARVANI_TEST", "value");
+    UT_WorkBuffer buffer(std::string_view("$TARVANI_TEST/$TARVANI_TEST"));
+    EXPECT_EQ(UTVariableScan(buffer, buffer.buffer(), nullptr, nullptr, true, true), 2);
+    EXPECT_EQ(buffer.view(), "value/value");
+    EXPECT_EQ(TarvaniGetenv(nullptr), nullptr);
+}
+
+}  // namespace
