@@ -96,14 +96,20 @@ public:
         return place;
     }
 
-    Entry* find(std::string_view name) {
+    static std::uint32_t hashOf(std::string_view name) {
+        const std::uint64_t hash = std::hash<std::string_view>()(name);
+        return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+    }
+
+    Entry* find(std::string_view name, std::uint32_t hash) {
         if (live_ == 0) return nullptr;
-        const std::size_t slot = slotOf(name, hashOf(name));
+        const std::size_t slot = slotOf(name, hash);
         return slots_[slot].place == kNone ? nullptr : &entries_[slots_[slot].place];
     }
 
     void add(std::string_view name, UT_Thing thing) {
-        if (Entry* const known = find(name)) {
+        const std::uint32_t hash = hashOf(name);
+        if (Entry* const known = find(name, hash)) {
             known->thing = thing;
             return;
         }
@@ -111,7 +117,6 @@ public:
         NameStore old;  // the name may be one that this table held
         if (walks_ == 0 && entries_.size() - live_ > live_) old = closeGaps();
         if (slots_.size() * 3 < (std::size_t{live_} + 1) * 4) index(std::max<std::size_t>(8, slots_.size() * 2));
-        const std::uint32_t hash = hashOf(name);
         entries_.push_back({names_.add(name), static_cast<std::uint32_t>(name.size()), hash, thing});
         slots_[slotOf(name, hash)] = {hash, size() - 1};
         ++live_;
@@ -157,10 +162,6 @@ private:
         std::uint32_t place = kNone;  // in entries_; kNone: free
     };
 
-    static std::uint32_t hashOf(std::string_view name) {
-        const std::uint64_t hash = std::hash<std::string_view>()(name);
-        return static_cast<std::uint32_t>(hash ^ (hash >> 32));
-    }
     std::size_t mask() const { return slots_.size() - 1; }
 
     // The slot of a name, or the free one where it belongs. There always is a free one.
@@ -293,7 +294,7 @@ UT_Thing* UT_SymbolTable::thingAt(std::int64_t index) const {
 }
 
 UT_Thing* UT_SymbolTable::thingOf(std::string_view name) const {
-    Entries::Entry* const entry = body_ ? body_->find(name) : nullptr;
+    Entries::Entry* const entry = body_ ? body_->find(name, Entries::hashOf(name)) : nullptr;
     return entry ? &entry->thing : nullptr;
 }
 

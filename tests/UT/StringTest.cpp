@@ -1,0 +1,356 @@
+// Strings: who owns the characters, matching against a slow reference, words, numbers and short forms.
+#include <UT/TextScan.h>
+#include <UT/UT_String.h>
+#include <UT/UT_WorkArgs.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string_view operator""_n(const char* text, std::size_t length) {
+    return {text, length};
+}
+
+std::string randomText(std::mt19937& random, std::string_view letters, std::size_t longest) {
+    std::string text(random() % (longest + 1), ' ');
+    for (char& c : text) c = letters[random() % letters.size()];
+    return text;
+}
+
+std::vector<std::string> words(const char* text) {
+    UT_String line(text);
+    std::vector<char*> kept;
+    {
+        UT_WorkArgs args;
+        const int count = line.dosParse(args);
+        EXPECT_EQ(count, args.entries());
+        EXPECT_EQ(args.argv()[count], nullptr);
+        kept.assign(args.argv(), args.argv() + count);
+    }
+    return {kept.begin(), kept.end()};  // the list has gone, the words stay
+}
+
+// Ownership
+
+TEST(String, ACopyIsIndependentOfWhatItCameFrom) {
+    char source[] = "scene";
+    const UT_String reference(source);
+    EXPECT_EQ(reference.buffer(), source);
+    UT_String copy(reference), assigned, hardened(reference.buffer(), 1), counted(source, 0, 2);
+    assigned = source;
+    source[0] = 'S';
+    EXPECT_EQ(reference, "Scene");
+    for (const UT_String* string : {&copy, &assigned, &hardened}) EXPECT_EQ(*string, "scene");
+    EXPECT_EQ(counted, "sc");
+}
+
+TEST(String, ChangesNeverReachAReferencedText) {
+    char source[] = "  A \"b c\"";
+    UT_WorkArgs args;
+    char* argv[4];
+    UT_String(source).toLower();
+    UT_String(source).dosParse(args);
+    UT_String(source).parseInPlace(argv, 4);
+    UT_String(source).truncateMiddle(5);
+    UT_String place(source);
+    *place.findNonSpace() = 'x';
+    UT_String appended(source);
+    appended += "x";
+    EXPECT_STREQ(source, "  A \"b c\"");
+    EXPECT_EQ(place, "  x \"b c\"");
+}
+
+TEST(String, AdoptAndStealLeaveTheSourcePointingAtTheText) {
+    UT_String owner("text", 1), taker("old", 1);
+    const char* const characters = owner.buffer();
+    taker.adopt(owner);
+    EXPECT_EQ(taker.buffer(), characters);
+    EXPECT_EQ(owner.buffer(), characters);
+    EXPECT_FALSE(taker.isReference());
+    EXPECT_TRUE(owner.isReference());
+    owner.adopt(taker);  // back again, over the same characters
+    EXPECT_TRUE(taker.isReference());
+    owner.adopt(owner);
+    EXPECT_EQ(owner, "text");
+    taker = nullptr;
+
+    char* const stolen = owner.steal();
+    EXPECT_EQ(owner.buffer(), stolen);
+    EXPECT_TRUE(owner.isReference());
+    owner = "other";
+    EXPECT_STREQ(stolen, "text");
+    std::free(stolen);
+
+    UT_String literal("literal");
+    char* const copy = literal.steal();
+    copy[0] = 'L';
+    std::free(copy);
+    EXPECT_EQ(UT_String().steal(), nullptr);
+}
+
+TEST(String, TakesPiecesOfItself) {
+    UT_String string("abcdef", 1);
+    string = string.buffer() + 2;
+    EXPECT_EQ(string, "cdef");
+    string += string.buffer() + 3;
+    EXPECT_EQ(string, "cdeff");
+    string.harden(string.buffer() + 1, 2);
+    EXPECT_EQ(string, "de");
+    const UT_String& same = string;
+    string = same;
+    EXPECT_EQ(string, "de");
+}
+
+TEST(String, NullIsAnEmptyTextEverywhere) {
+    UT_String null(nullptr, 0, -1), copy(null);
+    UT_WorkArgs args;
+    EXPECT_TRUE(copy.isNull() && copy.isEmpty());
+    null.toLower();
+    null.expandVariables();
+    EXPECT_FALSE(null.truncateMiddle(-1));
+    EXPECT_EQ(null.findNonSpace(), nullptr);
+    EXPECT_EQ(null.length() + null.isInteger() + null.isFloat() + null.parseInPlace(nullptr, 3) + null.dosParse(args),
+              0);
+    EXPECT_EQ(null.match(nullptr) + null.multiMatch(nullptr, 1, nullptr, nullptr, nullptr), 0);
+    EXPECT_FALSE(null.endsWith(nullptr));
+    EXPECT_EQ(null.replaceSuffix(nullptr, "x"), 0);
+    EXPECT_TRUE(null.isNull());
+    null += "x";
+    EXPECT_EQ(null, "x");
+    EXPECT_EQ(UT_String("ab\0c"_n), "ab");
+}
+
+TEST(String, ASuffixIsReplacedWhereItEndsTheText) {
+    UT_String string("scene.idx");
+    EXPECT_EQ(string.replaceSuffix(".id", ""), 0);
+    EXPECT_EQ(string.replaceSuffix("longer than scene.idx", ""), 0);
+    EXPECT_EQ(string.replaceSuffix(".idx", ""), 1);
+    EXPECT_EQ(string, "scene");
+    EXPECT_EQ(string.replaceSuffix("scene", "x.y"), 1);
+    EXPECT_EQ(string, "x.y");
+}
+
+// Matching
+
+bool slowMatch(std::string_view text, std::string_view pattern) {
+    if (pattern.empty()) return text.empty();
+    if (pattern[0] == '*')
+        return slowMatch(text, pattern.substr(1)) ||
+               (!text.empty() && text[0] != '/' && slowMatch(text.substr(1), pattern));
+    return !text.empty() && (pattern[0] == '?' ? text[0] != '/' : text[0] == pattern[0]) &&
+           slowMatch(text.substr(1), pattern.substr(1));
+}
+
+TEST(StringMatch, AgreesWithAReferenceThatTriesEverything) {
+    std::mt19937 random(1);
+    int matches = 0;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string text = randomText(random, "aab/*", 9), pattern = randomText(random, "aab/***?", 7);
+        matches += slowMatch(text, pattern);
+        ASSERT_EQ(UT_String::match(text, pattern), slowMatch(text, pattern)) << text << " against " << pattern;
+        ASSERT_TRUE(UT_String::match(pattern, pattern));
+    }
+    EXPECT_GT(matches, 1000);
+}
+
+TEST(StringMatch, ManyStarsOverALongTextComeToAnEnd) {
+    std::string pattern;
+    for (int i = 0; i < 1000; ++i) pattern += "a*";
+    EXPECT_FALSE(UT_String::match(std::string(20'000, 'a'), pattern + "b"));
+}
+
+TEST(StringMatch, CaseCountsOnlyWhenAsked) {
+    EXPECT_FALSE(UT_String("Scene.IDX").match("*.idx", 1));
+    EXPECT_TRUE(UT_String("Scene.IDX").match("s*.idx", 0));
+}
+
+TEST(StringMatch, AListMatchesWithItsFirstPatternThatDoes) {
+    const struct {
+        const char *patterns, *separators;
+        int matches, index;
+        bool exact;
+    } cases[] = {
+        {"*.txt, *.idx", ", ", 1, 1, false}, {" ,,a.idx,*", ", ", 1, 0, true},    {"", ", ", 0, -1, false},
+        {" , ", ", ", 0, -1, false},         {"b.idx c.idx", ", ", 0, -1, false}, {"x:a.idx", ":", 1, 1, true},
+        {"a*,*", nullptr, 0, -1, false},
+    };
+    for (const auto& c : cases) {
+        bool exact = true;
+        int index = 7;
+        EXPECT_EQ(UT_String("a.idx").multiMatch(c.patterns, 1, c.separators, &exact, &index), c.matches) << c.patterns;
+        EXPECT_EQ(index, c.index) << c.patterns;
+        EXPECT_EQ(exact, c.exact) << c.patterns;
+    }
+}
+
+TEST(StringCompare, NamesThatHoldNumbersComeInTheirOrder) {
+    const char* const inOrder[] = {nullptr,
+                                   "",
+                                   "-",
+                                   "0",
+                                   "00",
+                                   "1",
+                                   "01",
+                                   "1a2",
+                                   "1a10",
+                                   "01b",
+                                   "10",
+                                   "99999999999999999999",
+                                   "100000000000000000000",
+                                   "A",
+                                   "a",
+                                   "a1b1",
+                                   "a01b1",
+                                   "a1b2",
+                                   "a2",
+                                   "a10",
+                                   "b",
+                                   "\xc3\xa9"};
+    for (const char* const& a : inOrder) {
+        for (const char* const& b : inOrder) {
+            const int order = UT_String::compareNumberedString(a, b, true);
+            EXPECT_EQ((order > 0) - (order < 0), (&a > &b) - (&a < &b))
+                << (a ? a : "null") << " and " << (b ? b : "null");
+        }
+    }
+    EXPECT_EQ(UT_String::compareNumberedString("A01b", "a01B", false), 0);
+}
+
+TEST(StringCompare, IsAnOrderForAnyNames) {
+    std::mt19937 random(2);
+    std::vector<std::string> names(120);
+    for (std::string& name : names) name = randomText(random, "0012aB.", 6);
+    const auto before = [](const std::string& a, const std::string& b) {
+        return UT_String::compareNumberedString(a.c_str(), b.c_str(), true) < 0;
+    };
+    for (const auto& a : names) {
+        for (const auto& b : names) {
+            ASSERT_EQ(a == b, !before(a, b) && !before(b, a)) << a << " and " << b;
+            for (const auto& c : names) ASSERT_TRUE(!before(a, b) || !before(b, c) || before(a, c)) << a << b << c;
+        }
+    }
+}
+
+// Words and numbers
+
+TEST(StringWords, WhiteSpaceSeparatesAndDoubleQuotesGroup) {
+    using Words = std::vector<std::string>;
+    const struct {
+        const char* text;
+        Words words;
+    } cases[] = {
+        {"", {}},
+        {" \t\r\n\v\f", {}},
+        {"one", {"one"}},
+        {"  a  bb\tc ", {"a", "bb", "c"}},
+        {"\"a b\" c", {"a b", "c"}},
+        {"x\"a b\"y\"\"z w", {"xa byz", "w"}},
+        {"\"\" \"\"", {"", ""}},
+        {"a \"b c", {"a", "b c"}},
+        {"a \"", {"a", ""}},
+        {"C:\\dir\\ \"q\\\" 'a b'", {"C:\\dir\\", "q\\", "'a", "b'"}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(words(c.text), c.words) << c.text;
+}
+
+TEST(StringWords, ParsingInPlaceStopsAtTheGivenNumber) {
+    UT_String line("100 \"a b\" rest of it", 1);
+    char* argv[3] = {nullptr, nullptr, nullptr};
+    EXPECT_EQ(line.parseInPlace(argv, 2), 2);
+    EXPECT_STREQ(argv[0], "100");
+    EXPECT_STREQ(argv[1], "a b");
+    EXPECT_EQ(argv[2], nullptr);
+    EXPECT_EQ(line.parseInPlace(argv, -1), 0);
+}
+
+TEST(StringNumbers, TheWholeTextMustBeTheNumber) {
+    const struct {
+        const char* text;
+        bool integer, real;
+    } cases[] = {
+        {"0", true, true},
+        {"-12", true, true},
+        {"+7", true, true},
+        {"2147483647", true, true},
+        {"-2147483648", true, true},
+        {"2147483648", false, true},
+        {"00000000000012", true, true},
+        {"1.", false, true},
+        {".5", false, true},
+        {"-1.5e+10", false, true},
+        {"1e5", false, true},
+        {"", false, false},
+        {"-", false, false},
+        {".", false, false},
+        {"+-1", false, false},
+        {"1e", false, false},
+        {"e5", false, false},
+        {" 1", false, false},
+        {"1 ", false, false},
+        {"0x10", false, false},
+        {"nan", false, false},
+        {"inf", false, false},
+        {"1.2.3", false, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(UT_String(c.text).isInteger(0) != 0, c.integer) << c.text;
+        EXPECT_EQ(UT_String(c.text).isFloat(0, 0) != 0, c.real) << c.text;
+    }
+}
+
+TEST(StringTruncate, TheMiddleGoes) {
+    const struct {
+        const char* text;
+        int max;
+        const char* shortened;
+    } cases[] = {
+        {"abcdef", 6, "abcdef"},
+        {"abcdefghij", 9, "abc...hij"},
+        {"abcdefghij", 8, "abc...ij"},
+        {"abcdefghij", 5, "a...j"},
+        {"abcdef", 4, "abcd"},
+        {"abcdef", 0, ""},
+        {"abcdef", -5, ""},
+        {"\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9", 9, "\xc3\xa9...\xc3\xa9"},  // three bytes are left for each side
+        {"\xe2\x82\xac\xe2\x82\xac", 2, ""},
+    };
+    for (const auto& c : cases) {
+        UT_String string(c.text);
+        EXPECT_EQ(string.truncateMiddle(c.max), std::string_view(c.text) != c.shortened) << c.text;
+        EXPECT_EQ(string, c.shortened) << c.text << " to " << c.max;
+    }
+}
+
+TEST(StringVariables, ReferencesBecomeTheirValues) {
+    ASSERT_EQ(setenv("TARVANI_TEST_VARIABLE", "value", 1), 0);
+    UT_String string("$TARVANI_TEST_VARIABLE/${TARVANI_TEST_VARIABLE}x/$TARVANI_TEST_UNKNOWN");
+    string.expandVariables();
+    EXPECT_EQ(string, "value/valuex/$TARVANI_TEST_UNKNOWN");
+    unsetenv("TARVANI_TEST_VARIABLE");
+}
+
+// Quotes
+
+TEST(TextScan, EachRuleHasItsOwnViewOfBackslashes) {
+    using textscan::QuoteRule;
+    constexpr std::size_t none = std::string_view::npos;
+    const struct {
+        std::string_view text;
+        std::size_t plain, notBehind, pairs;
+    } cases[] = {
+        {R"("ab" ")", 3, 3, 3},     {R"('a"b')", 4, 4, 4},        {R"("a\"b")", 3, 5, 5},     {R"("a\\"b")", 4, 6, 4},
+        {R"("a\")", 3, none, none}, {R"("a\)", none, none, none}, {R"(")", none, none, none},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(textscan::closingQuote(c.text, 0, QuoteRule::Plain), c.plain) << c.text;
+        EXPECT_EQ(textscan::closingQuote(c.text, 0, QuoteRule::NotBehindBackslash), c.notBehind) << c.text;
+        EXPECT_EQ(textscan::closingQuote(c.text, 0, QuoteRule::BackslashPairs), c.pairs) << c.text;
+    }
+}
+
+}  // namespace
