@@ -161,8 +161,8 @@ TEST(SubStream, WindowsOnOneSourceDoNotDisturbEachOther) {
         readA.append(piece, static_cast<std::size_t>(a.bread(piece, wanted)));
         readB.append(piece, static_cast<std::size_t>(b->bread(piece, wanted)));
     }
-    EXPECT_EQ(readA, text);
-    EXPECT_EQ(readB, text.substr(150'000));
+    EXPECT_TRUE(readA == text);
+    EXPECT_TRUE(readB == text.substr(150'000, 150'000));
 }
 
 TEST(SubStream, WindowsMayLiveOnDifferentThreads) {
@@ -253,7 +253,7 @@ TEST(BinaryString, ALyingLengthCostsNoMoreThanTheBytesThatAreThere) {
         UT_IStream stream = over(c.bytes);
         UT_String text;
         EXPECT_EQ(stream.readBinaryString(text, UT_ISTREAM_RLE32), c.good) << c.bytes;
-        if (c.good) EXPECT_STREQ(text.buffer(), c.text);
+        EXPECT_STREQ(c.good ? text.buffer() : "", c.text);
     }
 }
 
