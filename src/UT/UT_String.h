@@ -105,10 +105,10 @@ public:
     const char* findNonSpace() const;
     char* findNonSpace();
 
-    // The two below split the string, in its own characters, at white space. Double quotes group and are taken off; a
-    // backslash is an ordinary character; an unclosed quote ends at the end of the text. The words are pointers into
-    // the string and valid until it changes; the string itself is cut up afterwards. A text that is
-    // only referred to is copied first.
+    // The two below split the string at white space. Double quotes group and are taken off; a backslash is an ordinary
+    // character; an unclosed quote ends at the end of the text. The words are pointers into the string's own
+    // characters, which are cut up by that, and valid until the string changes. A text that is only referred to is
+    // copied first.
     //
     // Puts at most `max` words into `argv` and gives their number; what stands behind the last of them is lost.
     int parseInPlace(char** argv, int max);

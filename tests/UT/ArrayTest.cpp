@@ -111,10 +111,13 @@ TEST(WorkBuffer, TheLengthFollowsWhatALockLeaves) {
     buffer.release(0);
     EXPECT_EQ(buffer.view(), "scene" + std::string(300, 'x'));
 
+    buffer.clear();
+    *buffer.lock(0, 9) = 'y';  // nothing of the old content shows behind it
+    buffer.release(0);
+    EXPECT_EQ(buffer.view(), "y");
+
     UT_WorkBuffer empty;
-    *empty.lock(0, 0) = '\0';
-    empty.release(0);
-    EXPECT_TRUE(empty.isEmpty());
+    EXPECT_NE(empty.lock(0, 0), UT_WorkBuffer().buffer());  // what may be written on isn't the shared empty text
 }
 
 TEST(WorkBuffer, ReadsACFileByLines) {

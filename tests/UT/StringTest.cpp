@@ -205,6 +205,7 @@ TEST(StringCompare, NamesThatHoldNumbersComeInTheirOrder) {
                                    "A",
                                    "a",
                                    "a1b1",
+                                   "a1b01",
                                    "a01b1",
                                    "a1b2",
                                    "a2",
