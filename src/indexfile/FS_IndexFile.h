@@ -19,8 +19,12 @@
 #include <UT/UT_String.h>
 #include <UT/UT_SymbolTable.h>
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
+#include <set>
+#include <string>
+#include <string_view>
 #include <vector>
 
 class FS_IStreamFilterFactory;
@@ -28,6 +32,7 @@ class FS_Reader;
 class FS_ReaderStream;
 class FS_WriteFilterFactory;
 class SectionTable;
+class UT_IStream;
 class UT_OStrStream;
 class UT_Options;
 
@@ -74,9 +79,8 @@ public:
         friend class FS_IndexFile;
         struct Link;
 
-        void setBytes(std::shared_ptr<char[]> bytes);
-        void become(std::shared_ptr<char[]> bytes, int size, int time);
-        void become(std::shared_ptr<const Link> link, int size, int time);
+        void setContent(std::shared_ptr<char[]> bytes, int size, int time);
+        void setContent(std::shared_ptr<const Link> link, int start, int stored, int size, int time);
 
         UT_String name;
         int offset = 0;
@@ -85,7 +89,10 @@ public:
         int sectionSize = 0;
         char* sectionBytes = nullptr;       // what bytes_ holds
         std::shared_ptr<char[]> bytes_;     // shared with the streams over this section
+        int byteCount_ = 0;                 // how many they are; -1: what the section size says
         std::shared_ptr<const Link> link_;  // where the bytes of a linked section lie; null for all others
+        int linkStart_ = 0;                 // position there of the first stored byte
+        int linkSize_ = 0;                  // stored bytes there
     };
 
     // An empty container in memory, with the current time.
@@ -200,6 +207,8 @@ protected:
 private:
     class OpenSource;
     struct Place;
+    using NameSet = std::set<std::string, std::less<>>;
+    static constexpr int kCurrentTime = -1;  // as an argument
 
     void readIndex();
     void openStream() const;
@@ -211,17 +220,26 @@ private:
     void makeValidFileName(UT_String& name);
 
     Place placeAt(int index) const;
-    int find(const char* name) const;
-    FS_Section* findSection(const char* name);
-    FS_Section& sectionFor(const char* name);
-    void makeSections();
+    bool locate(const char* name, Place& place) const;
+    std::unique_ptr<UT_IStream> contentOf(const Place& place, const OpenSource& source) const;
     std::shared_ptr<char[]> readContent(const Place& place) const;
+    void makeSections();
+    FS_Section* findSection(const char* name) const;
+    FS_Section& sectionFor(const char* name);
     void merge(const FS_IndexFile& other, bool overwrite, bool link);
-    void addLink(const char* name, const FS_IndexFile& other, int index, const FS_Section::Link* source);
+    bool addFrom(FS_Reader& source, const char* name, UT_String* reason);
+    bool fail(std::ostream& out, std::string_view reason);
+    void failSection(int index, std::ostream& out, std::string_view reason);
+    void writeTable(std::ostream& out, const std::vector<int>& sizes);
+    int endOfRun(int first) const;
+    void writeRun(int first, int next, std::ostream& out);
+    bool mayReplace(const char* path, bool& isOwnSource, UT_String* reason) const;
+    void followSource();
     bool expandLevel(const char* path, int level);
-    bool expandSection(int index, int level);
+    bool expandSection(int index, int level, NameSet& written);
     bool collapseLevel(const char* path, int level);
-    void noteSaved(const char* path);
+    bool collapseList(int level);
+    bool collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen);
 
     mutable FS_Reader* reader = nullptr;
     UT_PtrArray<FS_Section*> sections;  // empty while table_ stands for it
@@ -236,4 +254,5 @@ private:
     bool modified = false;
     std::unique_ptr<SectionTable> table_;  // as read; keeps the names of the sections made from it
     bool made_ = true;                     // sections and sectionTable hold the table; until an edit table_ does
+    UT_String writeFailure_;               // why the last writeFile failed; null if it didn't
 };

@@ -1,0 +1,171 @@
+// The directory form: one file for each section, "Sections.list" beside them, and a subdirectory for a section that is
+// a container itself. What is read here may have been made by anybody, so no name leads out of the directory: nothing
+// is opened but ./NAME, and no symbolic link is followed on the way.
+#include <UT/UT_OStrStream.h>
+#include <UT/UT_Output.h>
+#include <UT/UT_Tarvani.h>
+#include <platform/FileStatus.h>
+#include <platform/WorkingDirectory.h>
+#include <stream/FS_ReaderStream.h>
+#include <stream/FS_Writer.h>
+
+#include <cerrno>
+#include <string>
+
+#include "IndexParts.h"
+#include "SectionTable.h"
+
+using platform::FileKind;
+using platform::FileStatus;
+
+namespace {
+
+constexpr int kMostLevels = 64;
+constexpr std::string_view kListFile = "Sections.list";
+
+std::string here(std::string_view name) {
+    return "./" + std::string(name);
+}
+
+// A name that stands for an entry of this directory and nothing else.
+bool isEntryName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/?") == std::string_view::npos;
+}
+
+// Whether something of this kind can be written under the path: nothing else stands there.
+bool isFreeFor(FileKind kind, const std::string& path) {
+    const FileStatus there = platform::linkStatus(path.c_str());
+    return there ? there.kind == kind : there.error == ENOENT;
+}
+
+// Access and modification time; who can't set them has the content all the same.
+void setTimes(const std::string& path, int seconds) {
+    static_cast<void>(platform::setFileTimes(path.c_str(), seconds, seconds));
+}
+
+}  // namespace
+
+// Two names never give the same result: `_` begins every replacement and doubles itself. What would be the list file
+// after a run of `_` gets one more of them instead, which no other name can give.
+void FS_IndexFile::makeValidFileName(UT_String& name) {
+    const std::string_view text = name.view();
+    const std::size_t bare = text.find_first_not_of('_');
+    std::string result;
+    if (bare != std::string_view::npos && text.substr(bare) == kListFile) {
+        result = "_" + std::string(text);
+    } else {
+        constexpr std::string_view kReplaced = "/\\\n\r\t$~_";
+        constexpr std::string_view kBy = "1234567_";
+        for (const char c : text) {
+            const std::size_t found = kReplaced.find(c);
+            if (found == std::string_view::npos)
+                result += c;
+            else
+                (result += '_') += kBy[found];
+        }
+    }
+    name.harden(result);
+}
+
+bool FS_IndexFile::writeSectionListFile(const char* path) {
+    if (!isFreeFor(FileKind::File, path)) return false;
+    FS_Writer writer(path);
+    std::ostream* const out = writer.getStream();
+    if (out == nullptr || out->fail()) return false;
+    *out << description << '\n';
+    for (int i = 0; i < getNumSections(); ++i) {
+        const UT_String name(getSectionName(i));
+        UT_String file(name);
+        makeValidFileName(file);
+        *out << file << '\t' << name << '\n';
+    }
+    if (!writer.finish()) return false;
+    setTimes(path, modTime);
+    return true;
+}
+
+bool FS_IndexFile::expandToDirectory(const char* path) {
+    return path != nullptr && expandLevel(path, 1);
+}
+
+bool FS_IndexFile::expandLevel(const char* path, int level) {
+    if (getNumSections() == 0 || level > kMostLevels) return false;
+    TarvaniMakeDirectory(path, 0777);
+    platform::WorkingDirectory directory;
+    if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse)) return false;
+    bool done = writeSectionListFile(here(kListFile).c_str());
+    NameSet written;
+    for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written);
+    return directory.restore() && done;
+}
+
+bool FS_IndexFile::expandSection(int index, int level, NameSet& written) {
+    const Place place = placeAt(index);
+    UT_String file(place.name, 1, -1);
+    makeValidFileName(file);
+    const std::string path = here(file.view());
+    if (!isEntryName(file.view()) || !written.emplace(file.view()).second) return false;
+    FS_IndexFile inner(getSectionReader(place.name));
+    if (inner.getNumSections() > 0) {
+        if (!isFreeFor(FileKind::Directory, path) || !inner.expandLevel(path.c_str(), level + 1)) return false;
+    } else {
+        if (!isFreeFor(FileKind::File, path)) return false;
+        FS_Writer writer(path.c_str());
+        std::ostream* const out = writer.getStream();
+        if (out == nullptr || out->fail()) return false;
+        if (place.dataSize > 0) writeSection(index, *out);
+        if (!writer.finish()) return false;
+    }
+    setTimes(path, place.modTime);
+    return true;
+}
+
+bool FS_IndexFile::collapseFromDirectory(const char* path) {
+    return path != nullptr && collapseLevel(path, 1);
+}
+
+bool FS_IndexFile::collapseLevel(const char* path, int level) {
+    if (level > kMostLevels) return false;
+    platform::WorkingDirectory directory;
+    if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse)) return false;
+    const bool done = collapseList(level);
+    return directory.restore() && done;
+}
+
+bool FS_IndexFile::collapseList(int level) {
+    const std::string path = here(kListFile);
+    if (platform::fileStatus(path.c_str()).kind != FileKind::File) return false;
+    FS_Reader list(path.c_str());
+    if (list.getStream() == nullptr || !list.isGood()) return false;
+    UT_IStream& in = *list.getStream();
+    const UT_IStreamAutoBinary text(in, UT_ISTREAM_ASCII);
+    if (!in.readString(description, false)) return false;
+    modified = true;
+    NameSet seen;
+    while (!in.isEof()) {
+        UT_String file, name;
+        if (!in.readString(file, false) || !in.readString(name, false)) break;
+        if (!file.isEmpty() && !name.isEmpty() && !collapseEntry(file, name, level, seen)) return false;
+    }
+    return !in.hasFailed();
+}
+
+bool FS_IndexFile::collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen) {
+    // No expansion names a file twice. A list that did so at every level could make any amount of content from nothing.
+    if (!isEntryName(file.view()) || !seen.emplace(file.view()).second) return false;
+    const std::string path = here(file.view());
+    const FileStatus status = platform::linkStatus(path.c_str());
+    if (!status) return false;
+    if (status.kind == FileKind::File) {
+        addSection(name.buffer(), path.c_str());
+        return true;
+    }
+    if (status.kind != FileKind::Directory) return false;
+    FS_IndexFile inner;
+    if (!inner.collapseLevel(path.c_str(), level + 1)) return false;
+    UT_OStrStream container(inner.guessStreamSize());
+    inner.writeFile(container);
+    if (!container.good()) return false;
+    addSection(name.buffer(), container, kCurrentTime);
+    return true;
+}

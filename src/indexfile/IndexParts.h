@@ -1,0 +1,54 @@
+// Private: what the sources of FS_IndexFile share.
+#pragma once
+#include <UT/UT_IStream.h>
+#include <indexfile/FS_IndexFile.h>
+#include <stream/FS_FilterFactory.h>
+#include <stream/FS_Reader.h>
+
+#include <memory>
+#include <string>
+
+// What is known of one section, whether it stands in the table as read or has an FS_Section of its own.
+struct FS_IndexFile::Place {
+    const char* name = nullptr;
+    int offset = 0;  // -1: in memory or linked, see section
+    int modTime = 0;
+    int dataSize = 0;
+    int sectionSize = 0;
+    const FS_Section* section = nullptr;  // null while the table stands for it
+
+    bool isStored() const { return offset >= 0; }
+};
+
+// Holds the source open for one operation, however it ends. Within another such operation it costs nothing.
+class FS_IndexFile::OpenSource {
+public:
+    explicit OpenSource(const FS_IndexFile& file) : file_(file), wasOpen_(file.reader != nullptr) {
+        file_.openStream();
+    }
+    ~OpenSource() {
+        if (!wasOpen_) file_.closeStream();
+    }
+    OpenSource(const OpenSource&) = delete;
+    OpenSource& operator=(const OpenSource&) = delete;
+
+    // Null when the source can't be opened.
+    UT_IStream* stream() const {
+        UT_IStream* const found = file_.reader ? file_.reader->getStream() : nullptr;
+        return found != nullptr && found->getSource() ? found : nullptr;
+    }
+
+private:
+    const FS_IndexFile& file_;
+    const bool wasOpen_;
+};
+
+// Where the bytes of linked sections lie: in a file that is opened when they are needed, or in the source of another
+// container, kept open for all the sections that were taken from it at one time.
+struct FS_IndexFile::FS_Section::Link {
+    std::string file;
+    FS_Reader source{nullptr};                                  // without a stream where there is a file
+    std::unique_ptr<FS_IStreamFilterFactory> filter = nullptr;  // what the bytes pass through; null for none
+
+    FS_Reader open() const { return file.empty() ? source : FS_Reader(file.c_str()); }
+};

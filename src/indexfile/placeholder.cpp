@@ -1,1 +1,0 @@
-// Stands until the first source of this folder does.
