@@ -5,13 +5,11 @@
 #include <algorithm>
 #include <string_view>
 
-inline bool hasFilePrefix(std::string_view path) {
+// The path without the prefix.
+inline std::string_view stripFilePrefix(std::string_view path) {
     constexpr std::string_view kPrefix = "file:";
-    return path.size() >= kPrefix.size() && std::equal(kPrefix.begin(), kPrefix.end(), path.begin(),
-                                                       [](char a, char b) { return a == textscan::toLower(b); });
-}
-
-// The path behind the prefix, or the whole if it has none.
-inline std::string_view withoutFilePrefix(std::string_view path) {
-    return hasFilePrefix(path) ? path.substr(5) : path;
+    const bool has =
+        path.size() >= kPrefix.size() && std::equal(kPrefix.begin(), kPrefix.end(), path.begin(),
+                                                    [](char a, char b) { return a == textscan::toLower(b); });
+    return has ? path.substr(kPrefix.size()) : path;
 }

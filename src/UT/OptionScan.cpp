@@ -21,12 +21,10 @@ int OptionScan::next() {
     if (known == letters_.npos) return kUnknown;
     if (letters_.substr(known + 1).starts_with(':')) {
         // The argument is what is left of the word, else the next word.
-        argument_ = *place_ ? place_ : word(index_++);
+        argument_ = *place_ ? place_ : word(index_);
+        if (!argument_) return kUnknown;
+        if (!*place_) ++index_;
         place_ = "";
-        if (!argument_) {
-            --index_;
-            return kUnknown;
-        }
     }
     return static_cast<unsigned char>(letter);
 }

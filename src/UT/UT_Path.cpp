@@ -64,11 +64,11 @@ bool UTisRootPath(const char* path) {
 }
 
 bool UTisAbsolutePath(const char* path) {
-    return isAbsolute(withoutFilePrefix(viewOf(path)));
+    return isAbsolute(stripFilePrefix(viewOf(path)));
 }
 
 int UTfullPathSpecified(const char* path) {
-    const std::string_view rest = withoutFilePrefix(viewOf(path));
+    const std::string_view rest = stripFilePrefix(viewOf(path));
     return isAbsolute(rest) || rest.starts_with("./") || rest.starts_with("../");
 }
 
@@ -80,11 +80,11 @@ void UTaddAbsolutePathPrefix(const char* prefix) {
 
 bool UTmakeAbsoluteFilePath(UT_String& path, const char* base) {
     const std::string_view whole = path.view();
-    const std::string_view rest = withoutFilePrefix(whole);
+    const std::string_view rest = stripFilePrefix(whole);
     if (rest.empty() || isAbsolute(rest)) return true;
 
     // The base may be relative itself. Of an absolute one a "file:" in front is no part of the joined path.
-    const std::string_view start = withoutFilePrefix(viewOf(base));
+    const std::string_view start = stripFilePrefix(viewOf(base));
     std::string absolute(whole.substr(0, whole.size() - rest.size()));
     if (!isAbsolute(start)) {
         const auto current = platform::currentDirectory();

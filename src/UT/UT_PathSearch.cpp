@@ -180,10 +180,11 @@ void UT_PathSearch::appendPath(const char* directory) {
 void UT_PathSearch::addElements(const UT_PathSearch& defaults, std::string_view text, bool absoluteOnly) {
     for (;;) {
         const std::size_t end = elementEnd(text);
-        if (end > 0)
+        if (end > 0) {
             addDirectory(text.substr(0, end), absoluteOnly);
-        else
+        } else {
             for (const UT_String& directory : defaults.condensedDirs) addDirectory(directory.view(), absoluteOnly);
+        }
         if (end == text.size()) return;
         text.remove_prefix(end + 1);
     }
@@ -255,10 +256,8 @@ void UT_PathSearch::getHomeTarvani(UT_String& out) {
         home = platform::homeDirectory();
         if (!home.empty()) home += "/.config/tarvani";
     }
-    if (home.empty())
-        out.clear();
-    else
-        out = withoutFinalSlash(home);
+    out.clear();
+    if (!home.empty()) out = withoutFinalSlash(home);
 }
 
 bool UT_PathSearch::resolveAbsolutePath(const char* path, UT_String& out) {
@@ -267,7 +266,7 @@ bool UT_PathSearch::resolveAbsolutePath(const char* path, UT_String& out) {
         out.clear();
         return false;
     }
-    const std::string_view rest = withoutFilePrefix(absolute.view());
+    const std::string_view rest = stripFilePrefix(absolute.view());
     if (!rest.starts_with('/')) {
         out = absolute;
         return true;

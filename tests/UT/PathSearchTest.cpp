@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <functional>
-#include <memory>
 
 namespace {
 
@@ -139,16 +138,6 @@ TEST(KnownPath, OfPlugInsHoldsOnlyAbsoluteDirectories) {
     EXPECT_EQ(knownPath(UT_PATH_DEFAULT), ".|/a|");
     const WithVariable one("TARVANI_DSO_PATH", "/a:");
     EXPECT_THAT(knownPath(UT_PATH_DSO), testing::MatchesRegex("/a[|]/.*/tarvani/dso[|]"));
-}
-
-TEST(KnownPath, AHardPathIsSeparateFromTheSharedOne) {
-    EXPECT_EQ(inChild([] {
-                  const std::unique_ptr<UT_PathSearch> own(UT_PathSearch::getHardPath(UT_PATH_USER_DSO));
-                  own->appendPath("/a");
-                  const UT_PathSearch* shared = UT_PathSearch::getInstance(UT_PATH_USER_DSO);
-                  return std::to_string(own->expandedDirs.entries() - shared->expandedDirs.entries());
-              }),
-              "1");
 }
 
 TEST(KnownPath, TheHomeDirectoryOfTheProductHasThreeSources) {
