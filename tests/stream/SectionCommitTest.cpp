@@ -1,0 +1,365 @@
+// Sections written into containers: what stands there afterwards, and above all what stands there when something on
+// the way fails.
+#include <UT/UT_String.h>
+#include <UT/UT_Temporary.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stream/FS_Writer.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ostream>
+#include <thread>
+
+#include "../support/Child.h"
+#include "../support/Environment.h"
+#include "../support/FaultPlan.h"
+#include "../support/ScratchDir.h"
+#include "../support/Sections.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+struct Result {
+    bool done = false;
+    std::string reason;
+};
+
+Result finish(FS_Writer& writer) {
+    UT_String reason;
+    const bool done = writer.finish(&reason);
+    return {done, std::string(reason.view())};
+}
+
+class SectionCommit : public testing::Test {
+protected:
+    // Writes `bytes` to a section path that begins in the scratch directory.
+    Result put(const std::string& destination, std::string_view bytes) const {
+        FS_Writer writer(dir.path(destination).c_str());
+        writer.getStream()->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        return finish(writer);
+    }
+    bool remove(const std::string& destination) const { return FS_Writer(dir.path(destination).c_str()).removeFile(); }
+    Sections sections(std::string_view name) const { return sectionsOf(dir.read(name)); }
+    std::vector<std::string> leftOvers() const { return dir.names("tmp"); }
+    struct stat status(const std::string& name) const {
+        struct stat found {};
+        EXPECT_EQ(::stat(dir.path(name).c_str(), &found), 0) << name;
+        return found;
+    }
+
+    ScratchDir dir;
+    WithVariable tmpdir{"TMPDIR", dir.makeDirectory("tmp").c_str()};
+};
+
+const Sections kOld = {{"a", "old a"}, {"b", ""}, {"c", std::string(200'000, 'c')}};
+
+}  // namespace
+
+TEST_F(SectionCommit, PutsASectionInItsPlaceAndLeavesTheOthers) {
+    const std::string inner = containerBytes({{"x", "1"}, {"y", "2"}});
+    const struct {
+        const char *what, *before, *destination, *bytes;
+        Sections after;
+    } cases[] = {
+        {"missing file", nullptr, "f?a", "new", {{"a", "new"}}},
+        {"empty file", "", "f?a", "new", {{"a", "new"}}},
+        {"nothing written", nullptr, "f?a", "", {{"a", ""}}},
+        {"new name", "{a}", "f?z", "new", {{"a", "1"}, {"b", "2"}, {"z", "new"}}},
+        {"known name", "{a}", "f?a", "longer than before", {{"a", "longer than before"}, {"b", "2"}}},
+        {"missing levels", nullptr, "f?a?b?c", "1", {{"a", containerBytes({{"b", "*"}})}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        if (dir.exists("f")) std::filesystem::remove(dir.path("f"));
+        const bool filled = c.before != nullptr && *c.before == '{';
+        if (c.before != nullptr) dir.write("f", filled ? containerBytes({{"a", "1"}, {"b", "2"}}) : c.before);
+        const Result result = put(c.destination, c.bytes);
+        EXPECT_TRUE(result.done) << result.reason;
+        if (std::string_view(c.what) != "missing levels") {
+            EXPECT_EQ(sections("f"), c.after);
+        } else {
+            const Sections b = sectionsOf(sections("f").at(0).second);
+            EXPECT_EQ(sectionsOf(b.at(0).second), (Sections{{"c", "1"}}));
+        }
+        EXPECT_THAT(leftOvers(), IsEmpty());
+    }
+
+    dir.write("f", containerBytes({{"first", "1"}, {"inner", inner}, {"empty", ""}}, "text"));
+    EXPECT_TRUE(put("f?inner?x", "new").done);
+    EXPECT_TRUE(put("f?empty?x", "new").done);
+    const Sections outer = sections("f");
+    ASSERT_EQ(outer.size(), 3u);
+    EXPECT_EQ(outer[0].second, "1");
+    EXPECT_EQ(sectionsOf(outer[1].second), (Sections{{"x", "new"}, {"y", "2"}}));
+    EXPECT_EQ(sectionsOf(outer[2].second), (Sections{{"x", "new"}}));
+    EXPECT_THAT(dir.read("f"), HasSubstr(packed("text"))) << "the description went";
+}
+
+TEST_F(SectionCommit, RemovesASectionAndLeavesTheOthers) {
+    dir.write("f", containerBytes({{"a", "1"}, {"inner", containerBytes({{"x", "1"}, {"y", "2"}})}}));
+    EXPECT_TRUE(remove("f?inner?x"));
+    EXPECT_EQ(sectionsOf(sections("f").at(1).second), (Sections{{"y", "2"}}));
+    EXPECT_TRUE(remove("f?a"));
+    EXPECT_EQ(sections("f").size(), 1u);
+    EXPECT_TRUE(remove("f?unknown"));
+    EXPECT_EQ(sections("f").size(), 1u);
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+// Only what is empty becomes a container. Everything else that isn't one is somebody's data.
+TEST_F(SectionCommit, RefusesWhatExistsAndIsNoContainer) {
+    const std::string whole = containerBytes({{"a", "1"}, {"b", "2"}});
+    const struct {
+        const char* what;
+        std::string bytes;
+    } cases[] = {
+        {"text", "A letter to my sister."},
+        {"one byte", "I"},
+        {"magic alone", "INDX"},
+        {"newer version", containerHead(0, 1)},
+        {"description cut short", "INDX" + packed(0) + packed(100) + "short"},
+        {"table cut short", whole.substr(0, 30)},
+        {"more entries than bytes", containerHead(0x7FFFFFFF)},
+        {"negative size", containerHead(1) + tableEntry("a", 0, -5)},
+        {"negative offset", containerHead(1) + tableEntry("a", -1, 0)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        dir.write("f", c.bytes);
+        const Result result = put("f?a", "new");
+        EXPECT_FALSE(result.done);
+        EXPECT_THAT(result.reason, HasSubstr(dir.path("f") + ": not a container; nothing was written"));
+        EXPECT_FALSE(remove("f?a"));
+        EXPECT_EQ(dir.read("f"), c.bytes);
+
+        const std::string outer = containerBytes({{"in", c.bytes}});
+        dir.write("f", outer);
+        EXPECT_FALSE(put("f?in?a", "new").done);
+        EXPECT_FALSE(put("f?in?a?deep", "new").done);
+        EXPECT_FALSE(remove("f?in?a"));
+        EXPECT_EQ(dir.read("f"), outer);
+        EXPECT_THAT(leftOvers(), IsEmpty());
+    }
+    dir.makeDirectory("d");
+    EXPECT_THAT(put("d?a", "new").reason, HasSubstr("Is a directory"));
+    dir.write("f", "x");
+    EXPECT_THAT(put("f/g?a", "new").reason, HasSubstr("Not a directory"));
+    EXPECT_THAT(put("no/g?a", "new").reason, HasSubstr("no/g: No such file or directory"));
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+TEST_F(SectionCommit, RefusesWhatWouldBeIncomplete) {
+    const std::string whole = containerBytes(kOld);
+    const auto refuses = [&](const std::string& destination, const char* word) {
+        const std::string before = dir.read("f");
+        const Result result = put(destination, "new");
+        EXPECT_FALSE(result.done);
+        EXPECT_THAT(result.reason, HasSubstr(word));
+        EXPECT_EQ(dir.read("f"), before);
+        EXPECT_THAT(leftOvers(), IsEmpty());
+    };
+    // A stored section is cut short, at any level, also one that would be replaced by nothing at all.
+    dir.write("f", whole.substr(0, whole.size() - 1));
+    refuses("f?a", "whole");
+    dir.write("f", containerHead(1) + tableEntry("in", 0, 50));
+    refuses("f?in?a", "cannot be read");
+    dir.write("f", containerBytes({{"in", containerHead(1) + tableEntry("x", 0, 50)}}));
+    refuses("f?in?a", "whole");
+
+    // The caller's stream failed.
+    dir.write("f", whole);
+    FS_Writer writer(dir.path("f?a").c_str());
+    *writer.getStream() << "half of";
+    writer.getStream()->setstate(std::ios::badbit);
+    EXPECT_FALSE(finish(writer).done);
+    EXPECT_FALSE(finish(writer).done) << "the answer stays";
+    EXPECT_EQ(dir.read("f"), whole);
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+// Sparse files: nothing of this is ever written.
+TEST_F(SectionCommit, RefusesMoreThanAContainerCanHold) {
+    const std::string head = containerHead(1) + tableEntry("big", 0, 0x7FFFFF80);
+    dir.write("f", head);
+    dir.cutAt("f", head.size() + 0x7FFFFF80u);
+    const Result total = put("f?a", std::string(200, 'a'));
+    EXPECT_FALSE(total.done);
+    EXPECT_THAT(total.reason, HasSubstr("2147483647"));
+    EXPECT_EQ(std::filesystem::file_size(dir.path("f")), head.size() + 0x7FFFFF80u);
+
+    FS_Writer writer(dir.path("g?a").c_str());
+    ASSERT_TRUE(writer.getStream()->seekp(0x80000000ll));
+    *writer.getStream() << "end";
+    const Result section = finish(writer);
+    EXPECT_FALSE(section.done);
+    EXPECT_THAT(section.reason, HasSubstr("2147483647"));
+    EXPECT_FALSE(dir.exists("g"));
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+TEST_F(SectionCommit, WritesIntoTheSameFile) {
+    dir.write("f", containerBytes(kOld));
+    ASSERT_EQ(::chmod(dir.path("f").c_str(), 0640), 0);
+    std::filesystem::create_hard_link(dir.path("f"), dir.path("hard"));
+    std::filesystem::create_symlink("f", dir.path("soft"));
+    const struct stat before = status("f");
+    for (const char* bytes : {"a", "a longer text than the one that stood there before"}) {
+        EXPECT_TRUE(put("soft?c", bytes).done);
+        const struct stat after = status("f");
+        EXPECT_EQ(after.st_ino, before.st_ino);
+        EXPECT_EQ(after.st_mode, before.st_mode);
+        EXPECT_EQ(after.st_nlink, 2u);
+        EXPECT_EQ(sections("hard").at(2).second, bytes);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.path("soft")));
+    EXPECT_THAT(dir.names(), ElementsAre("f", "hard", "soft", "tmp"));
+}
+
+TEST_F(SectionCommit, MakesANewFileWithTheModeOfTheMask) {
+    std::filesystem::create_symlink("there", dir.path("dangling"));
+    const mode_t mask = ::umask(027);
+    EXPECT_TRUE(put("dangling?a", "new").done);
+    ::umask(mask);
+    EXPECT_EQ(status("there").st_mode & 07777, 0640u);
+    EXPECT_EQ(sections("there"), (Sections{{"a", "new"}}));
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.path("dangling")));
+    EXPECT_THAT(dir.names(), ElementsAre("dangling", "there", "tmp"));
+}
+
+TEST_F(SectionCommit, TellsWhatIsForbidden) {
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(dir.path("tmp").c_str(), 0777), 0);
+    const std::string old = containerBytes(kOld);
+    dir.write("readable", old);
+    ASSERT_EQ(::chmod(dir.path("readable").c_str(), 0444), 0);
+    dir.write("closed", old);
+    ASSERT_EQ(::chmod(dir.path("closed").c_str(), 0200), 0);
+    if (::geteuid() != 0) {
+        ASSERT_EQ(::chmod(dir.path().c_str(), 0555), 0);
+    }
+    for (const char* name : {"readable", "closed", "missing"}) {
+        const int status = inChild(
+            [&] {
+                const Result result = put(std::string(name) + "?a", "new");
+                return !result.done && result.reason == dir.path(name) + ": Permission denied; nothing was written";
+            },
+            true);
+        EXPECT_EQ(status, 0) << name;
+    }
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(dir.path("closed").c_str(), 0600), 0);
+    EXPECT_EQ(dir.read("readable"), old);
+    EXPECT_EQ(dir.read("closed"), old);
+    EXPECT_THAT(dir.names(), ElementsAre("closed", "readable", "tmp"));
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+TEST_F(SectionCommit, ALimitOnFileSizesLeavesTheOldContainer) {
+    const std::string old = containerBytes(kOld);
+    dir.write("f", old);
+    for (const rlim_t limit : {rlim_t{0}, rlim_t{1000}, rlim_t{old.size()}, rlim_t{old.size() + 200'000}}) {
+        const int status = inChild([&] {
+            ::signal(SIGXFSZ, SIG_IGN);
+            const rlimit most{limit, limit};
+            if (::setrlimit(RLIMIT_FSIZE, &most) != 0) return false;
+            const Result result = put("f?new", std::string(250'000, 'n'));
+            return !result.done && result.reason.find("File too large") != std::string::npos;
+        });
+        EXPECT_EQ(status, 0) << limit;
+        EXPECT_EQ(dir.read("f"), old) << limit;
+        EXPECT_THAT(leftOvers(), IsEmpty()) << limit;
+    }
+}
+
+// Every call to the system fails once, and then from there on. Whatever happens, either the old content stands, or the
+// new one, or the new one is whole where the reason says.
+TEST_F(SectionCommit, NoFailedCallLosesTheOldContent) {
+    const struct {
+        const char* name;
+        Call call;
+        int error;
+    } kinds[] = {
+        {"write", Call::Write, ENOSPC},
+        {"copy_file_range", Call::CopyFileRange, EIO},
+        {"fallocate", Call::Fallocate, ENOSPC},
+        {"fallocate unknown", Call::Fallocate, EOPNOTSUPP},
+        {"ftruncate", Call::Ftruncate, EIO},
+        {"close", Call::Close, EDQUOT},
+        {"rename", Call::Rename, EACCES},
+        {"rename unknown", Call::Rename, EINVAL},
+        {"temporary", Call::MakeTemporary, EMFILE},
+    };
+    const std::string whole = containerBytes({{"in", containerBytes(kOld)}, {"z", "last"}});
+    for (const std::size_t size : {10u, 300'000u}) {  // the container shrinks, and grows
+        for (const auto& kind : kinds) {
+            for (const bool existing : {true, false}) {
+                for (const bool onwards : {false, true}) {
+                    int n = 0;
+                    for (bool faulted = true; faulted && n < 1000; ++n) {
+                        SCOPED_TRACE(testing::Message() << kind.name << " " << n << ", size " << size << ", existing "
+                                                        << existing << ", onwards " << onwards);
+                        if (existing) dir.write("f", whole);
+                        FaultPlan plan(kind.call, n, kind.error, onwards);
+                        const Result result = put("f?in?c", std::string(size, 'N'));
+                        faulted = plan.lift();
+                        ASSERT_TRUE(result.done || faulted) << result.reason;
+                        const std::vector<std::string> left = leftOvers();
+                        if (result.done) {
+                            const Sections inner = sectionsOf(sections("f").at(0).second);
+                            ASSERT_EQ(inner.back(), std::make_pair(std::string("c"), std::string(size, 'N')));
+                            ASSERT_THAT(left, IsEmpty());
+                        } else if (!left.empty()) {
+                            const Sections kept = sections("tmp/" + left.at(0));
+                            ASSERT_THAT(result.reason, HasSubstr(dir.path("tmp/" + left.at(0))));
+                            ASSERT_EQ(sectionsOf(kept.at(0).second).back().second.size(), size);
+                            std::filesystem::remove(dir.path("tmp/" + left.at(0)));
+                        } else {
+                            ASSERT_THAT(result.reason, HasSubstr("; nothing was written"));
+                            ASSERT_EQ(dir.exists("f") ? dir.read("f") : "", existing ? whole : "");
+                        }
+                        std::filesystem::remove(dir.path("f"));
+                        ASSERT_THAT(dir.names(), ElementsAre("tmp")) << "something stayed beside the container";
+                    }
+                    EXPECT_LT(n, 1000);
+                }
+            }
+        }
+    }
+}
+
+// A program that is told to stop and cleans up as UT_Temporary.h shows leaves the old container or the new one.
+TEST_F(SectionCommit, AnInterruptedCommitLeavesAWholeContainer) {
+    const std::string old = containerBytes({{"a", "old"}, {"big", std::string(30'000'000, 'b')}});
+    int stopped = 0;
+    for (int delay = 0; delay < 24; ++delay) {
+        dir.write("f", old);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::signal(SIGTERM, [](int) {
+                UTremoveTemporaryFiles();
+                ::_exit(3);
+            });
+            ::_exit(put("f?a", "new").done ? 0 : 1);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2 * delay));
+        ::kill(child, SIGTERM);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status) || WTERMSIG(status) == SIGTERM);
+        const bool handled = WIFEXITED(status);
+        stopped += handled && WEXITSTATUS(status) == 3 ? 1 : 0;
+        const Sections after = sections("f");
+        ASSERT_EQ(after.size(), 2u) << delay;
+        EXPECT_TRUE(after[0].second == "old" || after[0].second == "new") << delay;
+        EXPECT_EQ(after[1].second.size(), 30'000'000u) << delay;
+        EXPECT_THAT(leftOvers(), IsEmpty()) << delay;
+    }
+    EXPECT_GT(stopped, 0) << "no signal met a commit";
+}
