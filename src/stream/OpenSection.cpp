@@ -51,7 +51,9 @@ Container openContainer(std::string_view path) {
     while (mark != std::string_view::npos) {
         const std::size_t begin = mark + 1;
         mark = whole.find('?', begin);
-        container.reader = FS_Reader(enter(container, whole.substr(begin, mark - begin)).release());
+        auto section = enter(container, whole.substr(begin, mark - begin));
+        if (!section) return {};
+        container.reader = FS_Reader(section.release());
     }
     return container;
 }
