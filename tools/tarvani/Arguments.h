@@ -1,0 +1,32 @@
+#pragma once
+// Arguments as the subcommands declare them. All texts are taken as they stand: names of files may look like anything.
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Console.h"
+
+namespace CLI {
+class App;
+}
+
+// A place for what an argument says, shared by the parser and the action.
+template <class T>
+using Given = std::shared_ptr<T>;
+
+// A text that must be there.
+Given<std::string> addText(CLI::App& app, const char* name, const char* help);
+// A text that may be there: `count` of the result tells.
+Given<std::vector<std::string>> addOptionalText(CLI::App& app, const char* name, const char* help);
+// Texts to the end of the line, at least `fewest`.
+Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fewest, const char* help);
+// A number from `least` to `most`.
+Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help);
+Given<bool> addFlag(CLI::App& app, const char* name, const char* help);
+// The option `name` must be given along with nothing else of its kind; its value is a number in a range, else
+// `standard`.
+Given<int> addNumberOption(CLI::App& app, const char* name, int least, int most, int standard, const char* help);
+
+// Does the work for each path, also when it fails for some. Gives the exit status.
+int forEach(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& work);

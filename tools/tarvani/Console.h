@@ -1,0 +1,66 @@
+#pragma once
+// What the command says: results to standard output, one line for each failure to standard error, and how far a long
+// copy has come where a person watches.
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Ends the work on one path. Whoever catches it prints "tarvani: PATH: reason".
+struct Failure {
+    std::string path;
+    std::string reason;
+};
+
+// Nobody reads standard output any more: the program ends without a word.
+struct ClosedPipe {};
+
+// Writes the line of a failure to standard error.
+void complain(const Failure& failure);
+// A text for one line of a terminal: control characters as \n, \t or \x1b, a backslash doubled.
+std::string printable(std::string_view text);
+// The system's words for an errno value.
+std::string errorWords(int error);
+
+// Standard output, buffered. Throws Failure or ClosedPipe when it can't be written.
+class StandardOutput {
+public:
+    // The name under which it appears in failures.
+    static constexpr const char* kName = "standard output";
+
+    void write(std::string_view bytes);
+    // A name, escaped if a terminal would obey what is in it.
+    void writeName(std::string_view name);
+    void writeNumber(std::int64_t number);
+    // Writes what is buffered; the program's last step, since a full disk may show only here.
+    void flush();
+
+private:
+    void writeThrough(std::string_view bytes);
+
+    std::string buffer_;
+};
+StandardOutput& standardOutput();
+
+// Shows on standard error, if that is a terminal, how far a copy has come. Nothing shows in its first second; the line
+// is wiped off at the end.
+class Progress {
+public:
+    // `total` is the number of bytes to come, -1 if unknown.
+    Progress(std::string name, std::int64_t total, bool wanted);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void advance(std::size_t bytes);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string name_;
+    std::int64_t total_;
+    std::int64_t done_ = 0;
+    bool shown_ = false;
+    bool wanted_;
+    Clock::time_point next_;
+};

@@ -1,0 +1,135 @@
+// index expand and index collapse. The library tells whether they worked; what stood in the way is looked up here, from
+// what is on disk.
+#include <UT/UT_IStream.h>
+#include <UT/UT_Path.h>
+#include <UT/UT_String.h>
+#include <indexfile/FS_IndexFile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "Arguments.h"
+#include "Command.h"
+#include "Console.h"
+#include "Explain.h"
+#include "Save.h"
+
+namespace {
+
+constexpr const char* kListFile = "Sections.list";
+constexpr int kMostLevels = 64;
+
+struct ListEntry {
+    std::string file;
+    std::string section;
+};
+
+// The entries of a list file, in the directory `directory`. False if there is none that can be read.
+bool readList(const std::string& directory, std::vector<ListEntry>& entries) {
+    UT_IFStream list((directory + "/" + kListFile).c_str(), UT_ISTREAM_ASCII);
+    UT_String description, file, section;
+    if (!list.readString(description, false)) return false;
+    while (!list.isEof() && list.readString(file, false) && list.readString(section, false))
+        if (!file.isEmpty() && !section.isEmpty())
+            entries.push_back({std::string(file.view()), std::string(section.view())});
+    return true;
+}
+
+// Why a directory that holds a list can't be read back. Throws Failure for the first thing that stands in the way.
+void checkDirectory(const std::string& directory, int level) {
+    std::vector<ListEntry> entries;
+    const std::string list = directory + "/" + kListFile;
+    if (level > kMostLevels) throw Failure{directory, "lies deeper than " + std::to_string(kMostLevels) + " levels"};
+    if (::access(list.c_str(), F_OK) != 0)
+        throw Failure{directory, errno == ENOENT ? std::string("holds no ") + kListFile + ": not an expanded container"
+                                                 : errorWords(errno)};
+    if (!readList(directory, entries))
+        throw Failure{list, ::access(list.c_str(), R_OK) == 0 ? "damaged: it has no description" : errorWords(errno)};
+    for (const ListEntry& entry : entries) {
+        if (entry.file.find_first_of("/?") != std::string::npos || entry.file == "." || entry.file == "..")
+            throw Failure{list, "names \"" + entry.file + "\", which isn't the name of a file beside it"};
+        const std::string file = directory + "/" + entry.file;
+        struct stat status {};
+        if (::stat(file.c_str(), &status) != 0) throw Failure{file, errorWords(errno)};
+        if (S_ISDIR(status.st_mode))
+            checkDirectory(file, level + 1);
+        else if (!S_ISREG(status.st_mode))
+            throw Failure{file, "neither a file nor a directory"};
+        else if (::access(file.c_str(), R_OK) != 0)
+            throw Failure{file, errorWords(errno)};
+    }
+}
+
+// What stopped the expansion of a container into `directory`: its list was written first, so that the first entry
+// without what belongs to it is where the expansion ended.
+Failure whyNotExpanded(const std::string& directory, int error) {
+    std::vector<ListEntry> entries;
+    if (!readList(directory, entries))
+        return {directory + "/" + kListFile, error ? errorWords(error) : "can't be written"};
+    const Failure unknown{directory, "the expansion failed" + (error ? ": " + errorWords(error) : std::string())};
+    for (const ListEntry& entry : entries) {
+        const std::string file = directory + "/" + entry.file;
+        struct stat status {};
+        if (entry.file.find('?') != std::string::npos || entry.file == "." || entry.file == "..")
+            return {directory, "section \"" + entry.section + "\" can't be a file of that name"};
+        if (::lstat(file.c_str(), &status) != 0) return {file, errorWords(error ? error : errno)};
+        if (S_ISLNK(status.st_mode)) return {file, "is a symbolic link, through which nothing is written"};
+        if (S_ISDIR(status.st_mode) && ::access((file + "/" + kListFile).c_str(), F_OK) == 0) {
+            const Failure inner = whyNotExpanded(file, error);
+            if (inner.path != file || inner.reason != unknown.reason) return inner;
+            continue;
+        }
+        if (!S_ISREG(status.st_mode)) return {file, "stands where section \"" + entry.section + "\" should go"};
+        if (::access(file.c_str(), W_OK) != 0) return {file, errorWords(errno)};
+    }
+    return unknown;
+}
+
+int expand(const std::string& path, const std::string& directory) {
+    const auto index = openContainer(path);
+    if (index->getNumSections() == 0) throw Failure{path, "has no sections to expand"};
+    struct stat status {};
+    if (::stat(directory.c_str(), &status) == 0) {
+        if (!S_ISDIR(status.st_mode)) throw Failure{directory, errorWords(ENOTDIR)};
+        if (::access(directory.c_str(), W_OK | X_OK) != 0) throw Failure{directory, errorWords(errno)};
+    } else if (errno != ENOENT) {
+        throw Failure{directory, errorWords(errno)};
+    }
+    errno = 0;
+    if (index->expandToDirectory(directory.c_str())) return 0;
+    // What a full disk left in errno is the only trace of it.
+    const int error = errno;
+    if (!UTisValidDirectory(directory.c_str()))
+        throw Failure{directory, "can't be made: " + errorWords(error ? error : EACCES)};
+    const bool telling = error == ENOSPC || error == EFBIG || error == EDQUOT || error == ENAMETOOLONG ||
+                         error == EACCES || error == EROFS || error == EIO;
+    throw whyNotExpanded(directory, telling ? error : 0);
+}
+
+int collapse(const std::string& directory, const std::string& path) {
+    struct stat status {};
+    if (::stat(directory.c_str(), &status) != 0) throw Failure{directory, errorWords(errno)};
+    if (!S_ISDIR(status.st_mode)) throw Failure{directory, errorWords(ENOTDIR)};
+    if (const std::string fault = whyUnwritable(path); !fault.empty()) throw Failure{path, fault};
+    // Also what the library passes over, such as a file that can't be read, would be missing from the container.
+    checkDirectory(directory, 1);
+    FS_IndexFile index;
+    if (!index.collapseFromDirectory(directory.c_str())) throw Failure{directory, "can't be read whole"};
+    saveContainer(index, path);
+    return 0;
+}
+
+}  // namespace
+
+Action declareIndexExpand(CLI::App& app) {
+    const auto path = addText(app, "FILE", "a container with sections");
+    const auto directory = addText(app, "DIR", "the directory, made if it isn't there");
+    return [=] { return expand(*path, *directory); };
+}
+
+Action declareIndexCollapse(CLI::App& app) {
+    const auto directory = addText(app, "DIR", "a directory with a Sections.list");
+    const auto path = addText(app, "FILE", "the container; one that is there is replaced");
+    return [=] { return collapse(*directory, *path); };
+}

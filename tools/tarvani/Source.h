@@ -1,0 +1,36 @@
+#pragma once
+// What is read from: a path of the library, or "-" for standard input.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class FS_Reader;
+
+class Source {
+public:
+    // Throws Failure, with the reason, if there is nothing to read.
+    explicit Source(std::string path);
+    ~Source();
+
+    // "standard input" or the path.
+    const std::string& name() const { return name_; }
+    // Bytes that will come, -1 if unknown.
+    std::int64_t length() const;
+    // The next bytes, valid until the next call; none at the end. Throws Failure if reading fails, and if a section
+    // ends before its length.
+    std::string_view next();
+    // All bytes that are left.
+    std::string readAll();
+
+private:
+    std::size_t readSome();
+    void checkEnd() const;
+
+    std::string path_;
+    std::string name_;
+    std::unique_ptr<FS_Reader> reader_;  // null for standard input
+    std::vector<char> buffer_;
+    std::int64_t done_ = 0;
+};
