@@ -5,6 +5,7 @@
 
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
+#include <UT/UT_StringArray.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
