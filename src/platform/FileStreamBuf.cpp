@@ -67,7 +67,7 @@ int FileStreamBuf::sync() {
 }
 
 std::streamsize FileStreamBuf::xsputn(const char* data, std::streamsize count) {
-    if (fd_ < 0 || error_ != 0) return 0;
+    if (fd_ < 0 || error_ != 0 || count <= 0) return 0;
     if (count > epptr() - pptr()) {
         if (!flush()) return 0;
         if (count >= static_cast<std::streamsize>(kBufferSize))

@@ -1,6 +1,7 @@
 #include "FaultPlan.h"
 
 #include <dlfcn.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -22,6 +23,10 @@ bool strikes(Call call) {
     if (!thePlan.active || thePlan.call != call || thePlan.left-- > 0) return false;
     if (thePlan.struck && !thePlan.onwards) return false;
     thePlan.struck = true;
+    if (thePlan.error == FaultPlan::kInterrupt) {
+        ::raise(SIGTERM);
+        return false;
+    }
     errno = thePlan.error;
     return true;
 }
@@ -54,7 +59,12 @@ ssize_t copy_file_range(int from, off64_t* fromAt, int to, off64_t* toAt, size_t
 }
 int fallocate(int fd, int mode, off_t offset, off_t length) {
     static const auto real = next<int(int, int, off_t, off_t)>("fallocate");
-    return strikes(Call::Fallocate) ? -1 : real(fd, mode, offset, length);
+    if (!strikes(Call::Fallocate)) return real(fd, mode, offset, length);
+    if (thePlan.error == ENOSPC) {  // some file systems have made the file longer by then
+        real(fd, mode, offset, length);
+        errno = ENOSPC;
+    }
+    return -1;
 }
 int ftruncate(int fd, off_t length) noexcept {
     static const auto real = next<int(int, off_t)>("ftruncate");

@@ -12,6 +12,9 @@ enum class Call { Write, CopyFileRange, Fallocate, Ftruncate, Close, Rename, Mak
 
 class FaultPlan {
 public:
+    // In place of an error: the call succeeds, but before it SIGTERM comes.
+    static constexpr int kInterrupt = -1;
+
     // Call number `nth`, counted from 0, fails with `error`, and so do all of its kind behind it if `onwards`.
     FaultPlan(Call call, int nth, int error, bool onwards = false);
     ~FaultPlan() { lift(); }
