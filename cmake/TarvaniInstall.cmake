@@ -58,5 +58,5 @@ if(TARGET tarvani_command)
     set_target_properties(tarvani_command PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_command}")
     install(TARGETS tarvani_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/tarvani")
