@@ -19,11 +19,8 @@
 #include <UT/UT_String.h>
 #include <UT/UT_SymbolTable.h>
 
-#include <functional>
 #include <iosfwd>
 #include <memory>
-#include <set>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -207,7 +204,7 @@ protected:
 private:
     class OpenSource;
     struct Place;
-    using NameSet = std::set<std::string, std::less<>>;
+    struct NameSet;
     static constexpr int kCurrentTime = -1;  // as an argument
 
     void readIndex();

@@ -10,6 +10,8 @@
 #include <stream/FS_Writer.h>
 
 #include <cerrno>
+#include <functional>
+#include <set>
 #include <string>
 
 #include "IndexParts.h"
@@ -44,6 +46,9 @@ void setTimes(const std::string& path, int seconds) {
 }
 
 }  // namespace
+
+// The file names of one directory.
+struct FS_IndexFile::NameSet : std::set<std::string, std::less<>> {};
 
 // Two names never give the same result: `_` begins every replacement and doubles itself. What would be the list file
 // after a run of `_` gets one more of them instead, which no other name can give.

@@ -1,0 +1,258 @@
+#include <UT/UT_OStrStream.h>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "../support/ScratchDir.h"
+#include "Index.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Section = FS_IndexFile::FS_Section;
+
+Sections sectionsIn(FS_IndexFile& index) {
+    return sectionsOf(written(index));
+}
+
+TEST(AddingASection, AppendsOrReplacesInPlace) {
+    FS_IndexFile index;
+    add(index, "a", "one");
+    add(index, "b", "");
+    add(index, "a", "another", 0);
+    EXPECT_THAT(namesOf(index), ElementsAre("a", "b"));
+    EXPECT_EQ(contentOf(index, "a"), "another");
+    EXPECT_EQ(index.getSectionModTime("a"), 0);
+    EXPECT_EQ(index.getSectionDataSize("b"), 0);
+    EXPECT_EQ(sectionsIn(index), (Sections{{"a", "another"}, {"b", ""}}));
+}
+
+TEST(AddingASection, TakesTheCurrentTimeForMinusOneAlone) {
+    FS_IndexFile index;
+    const int before = FS_IndexFile::getCurrentTime();
+    add(index, "now", "x", -1);
+    add(index, "early", "x", -2);
+    EXPECT_GE(index.getSectionModTime("now"), before);
+    EXPECT_LE(index.getSectionModTime("now"), FS_IndexFile::getCurrentTime());
+    EXPECT_EQ(index.getSectionModTime("early"), -2);
+}
+
+TEST(AddingASection, CopiesWhatItIsGiven) {
+    FS_IndexFile index;
+    char name[] = "name", bytes[] = "bytes";
+    index.addSection(name, bytes, 5, 0);
+    std::strcpy(name, "xxxx");
+    std::strcpy(bytes, "xxxxx");
+    EXPECT_EQ(contentOf(index, "name"), "bytes");
+    index.addSection(index.getSectionName(0), "new", 3, 0);
+    EXPECT_EQ(contentOf(index, "name"), "new");
+    index.removeSection(index.getSectionName(0));
+    EXPECT_EQ(index.getNumSections(), 0);
+}
+
+TEST(AddingASection, AddsNothingForImpossibleBytes) {
+    FS_IndexFile index;
+    index.addSection("a", "x", -1, 0);
+    index.addSection("a", nullptr, 1, 0);
+    index.addSection("a", static_cast<const char*>(nullptr));
+    index.addSection("a", "/no/such/file");
+    index.addSection("a", "/");
+    EXPECT_EQ(index.getNumSections(), 0);
+    index.addSection("a", nullptr, 0, 0);
+    EXPECT_EQ(index.getNumSections(), 1);
+}
+
+TEST(AddingFromAMemoryStream, TakesWhatIsWrittenSoFar) {
+    FS_IndexFile index;
+    UT_OStrStream out;
+    index.addSection("empty", out, 5);
+    out << "first";
+    index.addSection("a", out, 5);
+    out << " and second";
+    index.addSection("b", out, 5);
+    EXPECT_EQ(sectionsIn(index), (Sections{{"empty", ""}, {"a", "first"}, {"b", "first and second"}}));
+}
+
+TEST(AddingFromAFile, TakesAllOfItWithItsTime) {
+    const ScratchDir dir;
+    const std::string large(300'000, 'z');
+    dir.write("large", large);
+    dir.write("empty", "");
+    dir.setTime("large", 4711);
+    dir.write("x.idx", containerBytes({{"inner", "a section"}}));
+    FS_IndexFile index;
+    index.addSection("large", dir.path("large").c_str());
+    index.addSection("empty", dir.path("empty").c_str());
+    index.addSection("inner", dir.path("x.idx?inner").c_str());
+    EXPECT_EQ(index.getSectionModTime("large"), 4711);
+    EXPECT_EQ(sectionsIn(index), (Sections{{"large", large}, {"empty", ""}, {"inner", "a section"}}));
+}
+
+TEST(AddingFromAFile, TakesNothingThatIsTooLarge) {
+    const ScratchDir dir;
+    dir.write("huge", "");
+    dir.cutAt("huge", std::uintmax_t{1} << 31);
+    FS_IndexFile index;
+    index.addSection("huge", dir.path("huge").c_str());
+    UT_String reason;
+    EXPECT_FALSE(index.linkSection("huge", dir.path("huge").c_str(), &reason));
+    EXPECT_THAT(reason.buffer(), testing::HasSubstr("2147483647"));
+    EXPECT_EQ(index.getNumSections(), 0);
+}
+
+TEST(AddingFromAnotherContainer, TakesContentAndTime) {
+    FS_IndexFile index, other;
+    add(other, "a", "theirs", 5);
+    add(index, "a", "ours", 9);
+    index.addSection("a", other);
+    EXPECT_EQ(contentOf(index, "a"), "theirs");
+    EXPECT_EQ(index.getSectionModTime("a"), 5);
+    index.addSection("a", index);
+    EXPECT_EQ(contentOf(index, "a"), "theirs");
+    index.addSection("lacking", other);
+    EXPECT_TRUE(index.hasSection("lacking"));
+    EXPECT_EQ(index.getSectionModTime("lacking"), 0);
+    // What the other can't deliver must not arrive as something else.
+    const FS_IndexFile damaged(memoryReader(containerHead(1) + tableEntry("a", 0, 1 << 30) + "x"));
+    index.addSection("a", damaged);
+    EXPECT_EQ(contentOf(index, "a"), "theirs");
+}
+
+TEST(ModifyingASection, ChangesOnlyWhatIsThere) {
+    FS_IndexFile index(memoryReader(containerBytes({{"a", "stored"}, {"b", "stays"}})));
+    index.modifySection("a", "new", 3, 7);
+    index.modifySection("c", "new", 3, 7);
+    EXPECT_EQ(sectionsIn(index), (Sections{{"a", "new"}, {"b", "stays"}}));
+    EXPECT_EQ(index.getSectionModTime("a"), 7);
+}
+
+TEST(MovingSections, ChangesTheOrderOrNothing) {
+    const struct {
+        int first, last, offset;
+        std::string order;
+    } cases[] = {
+        {0, 0, 4, "bcdea"}, {3, 4, -3, "deabc"}, {1, 2, 1, "adbce"},         {0, 4, 0, "abcde"},
+        {0, 4, 1, "abcde"}, {0, 0, 5, "abcde"},  {0, 0, -1, "abcde"},        {-1, 1, 1, "abcde"},
+        {2, 1, 1, "abcde"}, {3, 5, -1, "abcde"}, {4, 4, INT32_MAX, "abcde"}, {INT32_MIN, INT32_MAX, 0, "abcde"},
+    };
+    for (const auto& c : cases) {
+        FS_IndexFile index(memoryReader(containerBytes({{"a", "1"}, {"b", "2"}, {"c", "3"}, {"d", "4"}, {"e", "5"}})));
+        index.moveSections(c.first, c.last, c.offset);
+        std::string order;
+        for (const auto& [name, bytes] : sectionsIn(index)) order += name;
+        EXPECT_EQ(order, c.order) << c.first << ' ' << c.last << ' ' << c.offset;
+    }
+}
+
+TEST(Merging, DecidesByOverwriteWhoseContentStays) {
+    const ScratchDir dir;
+    const std::string path = dir.write("o.idx", containerBytes({{"new", "n"}, {"both", "theirs"}}, "their words"));
+    for (const bool link : {false, true}) {
+        for (const bool overwrite : {false, true}) {
+            FS_IndexFile index;
+            index.setDescription("our words");
+            add(index, "both", "ours", 5);
+            FS_IndexFile other(path.c_str());
+            add(other, "memory", "m");
+            link ? index.linkIndexFile(other, overwrite) : index.mergeIndexFile(other, overwrite);
+            link ? index.linkIndexFile(index, overwrite) : index.mergeIndexFile(index, overwrite);
+            other.modifySection("memory", "changed", 7, 0);
+            EXPECT_EQ(sectionsIn(index),
+                      (Sections{{"both", overwrite ? "theirs" : "ours"}, {"new", "n"}, {"memory", "m"}}));
+            EXPECT_EQ(index.getSectionModTime("both"), overwrite ? 1000 : 5);
+            EXPECT_EQ(index.getDescription(), "our words");
+        }
+    }
+}
+
+TEST(ALinkedSection, IsReadWhenItIsNeeded) {
+    const ScratchDir dir;
+    const InDirectory there(dir.path());
+    dir.write("plain", "some content");
+    dir.setTime("plain", 99);
+    dir.write("x.idx", containerBytes({{"geo", "a section"}}));
+    FS_IndexFile index;
+    EXPECT_TRUE(index.linkSection("plain", "plain"));
+    EXPECT_TRUE(index.linkSection("prefixed", "file:plain"));
+    EXPECT_TRUE(index.linkSection("geo", "x.idx?geo"));
+    EXPECT_FALSE(index.linkSection("missing", "missing"));
+    EXPECT_FALSE(index.linkSection("missing", "x.idx?missing"));
+    EXPECT_FALSE(index.linkSection(nullptr, "plain"));
+    EXPECT_EQ(index.getSectionModTime("plain"), 99);
+    const InDirectory elsewhere("/");
+    EXPECT_EQ(contentOf(index, "plain"), "some content");
+    const Sections all = {{"plain", "some content"}, {"prefixed", "some content"}, {"geo", "a section"}};
+    EXPECT_EQ(sectionsIn(index), all);
+    // Through a link to the links.
+    FS_IndexFile second;
+    second.linkIndexFile(index, true);
+    EXPECT_EQ(sectionsIn(second), all);
+    dir.write("plain", "some other content");
+    EXPECT_EQ(written(index), "") << "a file of another size is another file";
+    std::filesystem::remove(dir.path("plain"));
+    EXPECT_EQ(written(index), "");
+}
+
+TEST(ALinkedSection, OfAContainerIsReadFromItsOpenSource) {
+    const ScratchDir dir;
+    const std::string path = dir.write("x.idx", containerBytes({{"a", "one"}, {"b", "two"}}));
+    FS_IndexFile index;
+    index.linkIndexFile(FS_IndexFile(path.c_str()), false);
+    std::filesystem::remove(path);
+    EXPECT_EQ(contentOf(index, "b"), "two");
+    EXPECT_EQ(sectionsIn(index), (Sections{{"a", "one"}, {"b", "two"}}));
+}
+
+TEST(WritingAContainer, LeavesTheObjectAsItWas) {
+    const ScratchDir dir;
+    FS_IndexFile index(dir.write("x.idx", containerBytes({{"a", "one"}, {"b", ""}, {"c", "three"}}, "text")).c_str());
+    EXPECT_EQ(written(index), dir.read("x.idx"));
+    EXPECT_EQ(written(index), dir.read("x.idx"));
+    EXPECT_EQ(contentOf(index, "c"), "three");
+    EXPECT_EQ(FS_IndexFile().guessStreamSize(), 8192);
+    EXPECT_EQ(index.guessStreamSize(), 8192 + 3 + 5);
+}
+
+TEST(WritingAContainer, WritesNothingThatNobodyCouldRead) {
+    const ScratchDir dir;
+    dir.write("half", "");
+    dir.cutAt("half", std::uintmax_t{1} << 30);
+    FS_IndexFile index;
+    ASSERT_TRUE(index.linkSection("a", dir.path("half").c_str()));
+    ASSERT_TRUE(index.linkSection("b", dir.path("half").c_str()));
+    std::ostringstream out;
+    index.writeFile(out);
+    EXPECT_TRUE(out.fail());
+    EXPECT_THAT(out.str(), IsEmpty());
+}
+
+TEST(ACopiedSection, IsAnIndependentValue) {
+    Section section;
+    EXPECT_EQ(section.getName(), nullptr);
+    EXPECT_EQ(section.getOffset(), 0);
+    section.setName("geo");
+    section.setSectionSize(3);
+    section.setSectionBytes("abc");
+    Section copy(section);
+    section.getSectionBytes()[0] = 'X';
+    section.setName("other");
+    EXPECT_STREQ(copy.getName(), "geo");
+    EXPECT_EQ(std::string(copy.getSectionBytes(), 3), "abc");
+    section.stealData(new char[3]{'d', 'e', 'f'});
+    section.stealData(section.getSectionBytes());
+    copy = section;
+    copy = *&copy;
+    section.setSectionBytes(nullptr);
+    EXPECT_EQ(std::string(copy.getSectionBytes(), 3), "def");
+    EXPECT_EQ(section.getSectionBytes(), nullptr);
+    section.adoptName(::strdup("owned"));
+    UT_String given("given", 1, -1);
+    section.adoptName(given);
+    EXPECT_STREQ(section.getName(), given.buffer());
+}
+
+}  // namespace

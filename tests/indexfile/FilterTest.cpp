@@ -1,0 +1,184 @@
+// Sections that pass through a filter pair: the one that the examples show, and pairs that break their promises.
+#include <UT/UT_IStream.h>
+#include <filter_pair/KeyedFilter.h>
+#include <gmock/gmock.h>
+
+#include "../support/ScratchDir.h"
+#include "Index.h"
+
+namespace {
+
+std::string keyed(std::string_view plain, std::string_view key = "key") {
+    std::string stored(kKeyedHeader);
+    for (std::size_t i = 0; i < plain.size(); ++i) stored += static_cast<char>(plain[i] ^ key[i % key.size()]);
+    return stored;
+}
+
+// The keyed writer, which says of the size what it is told to say.
+class SayingSize : public KeyedWriteFactory {
+public:
+    explicit SayingSize(int size) : KeyedWriteFactory("key"), size_(size) {}
+    FS_WriteFilterFactory* clone() override { return new SayingSize(*this); }
+    int getFilteredSize(int) override { return size_; }
+
+private:
+    int size_;
+};
+
+class Filtered : public testing::Test {
+protected:
+    KeyedWriteFactory writer{"key"};
+    KeyedReadFactory reader{"key"};
+    ScratchDir dir;
+
+    std::string write(const char* name, FS_IndexFile& index) { return dir.write(name, written(index)); }
+};
+
+TEST_F(Filtered, SectionsAreStoredThroughTheWriterAndReadThroughTheReader) {
+    FS_IndexFile index;
+    index.setFilters(&writer, &reader);
+    const std::string large(200'000, 'x');
+    add(index, "a", "plain");
+    add(index, "empty", "");
+    add(index, "large", large);
+    const std::string bytes = written(index);
+    EXPECT_EQ(sectionsOf(bytes), (Sections{{"a", keyed("plain")}, {"empty", keyed("")}, {"large", keyed(large)}}));
+
+    FS_IndexFile opened(dir.write("x.idx", bytes).c_str());
+    EXPECT_EQ(opened.getSectionDataSize("a"), 9);
+    opened.setFilters(&writer, &reader);
+    EXPECT_EQ(opened.getSectionDataSize("a"), 5);
+    EXPECT_EQ(opened.getSectionDataSize("empty"), 0);
+    EXPECT_EQ(contentOf(opened, "a"), "plain");
+    EXPECT_EQ(contentOf(opened, "empty"), "");
+    EXPECT_EQ(contentOf(opened, "large"), large);
+    char buffer[] = ".....";
+    opened.readSection("a", buffer);
+    EXPECT_STREQ(buffer, "plain");
+    // Decoded and encoded again, beside a section that is new.
+    add(opened, "b", "more");
+    EXPECT_EQ(sectionsOf(written(opened)),
+              (Sections{{"a", keyed("plain")}, {"empty", keyed("")}, {"large", keyed(large)}, {"b", keyed("more")}}));
+}
+
+TEST_F(Filtered, AStreamCopyCarriesThePairIntoTheNextContainer) {
+    FS_IndexFile plain;
+    add(plain, "a", keyed("content"));
+    FS_IndexFile index(write("x.idx", plain).c_str());
+    index.setFilters(&writer, &reader);
+    FS_IndexFile next(new FS_Reader(index.getStreamCopy()));
+    ASSERT_NE(next.getEncryptionFilter(), nullptr);
+    ASSERT_NE(next.getDecryptionFilter(), nullptr);
+    EXPECT_NE(next.getEncryptionFilter(), index.getEncryptionFilter());
+    EXPECT_EQ(next.getSectionDataSize("a"), 7);
+    EXPECT_EQ(contentOf(next, "a"), "content");
+    EXPECT_EQ(sectionsOf(written(next)), (Sections{{"a", keyed("content")}}));
+}
+
+TEST_F(Filtered, ANestedContainerIsReadThroughThePairOfTheOuterOne) {
+    FS_IndexFile outer;
+    outer.setFilters(&writer, &reader);
+    add(outer, "inner", containerBytes({{"x", "deep"}, {"y", "deeper"}}));
+    FS_IndexFile opened(write("x.idx", outer).c_str());
+    opened.setFilters(&writer, &reader);
+    FS_IndexFile inner(opened.getSectionReader("inner"));
+    EXPECT_EQ(inner.getDecryptionFilter(), nullptr);
+    EXPECT_EQ(contentOf(inner, "y"), "deeper");
+    EXPECT_EQ(sectionsOf(written(inner)), (Sections{{"x", "deep"}, {"y", "deeper"}}));
+}
+
+TEST_F(Filtered, MergedAndLinkedSectionsArriveAsPlainContent) {
+    FS_IndexFile stored;
+    stored.setFilters(&writer, &reader);
+    add(stored, "a", "content", 5);
+    const std::string path = write("x.idx", stored);
+    for (const bool link : {false, true}) {
+        FS_IndexFile plain;
+        {
+            FS_IndexFile other(path.c_str());
+            other.setFilters(&writer, &reader);
+            link ? plain.linkIndexFile(other, true) : plain.mergeIndexFile(other, true);
+        }
+        EXPECT_EQ(plain.getSectionDataSize("a"), 7);
+        EXPECT_EQ(contentOf(plain, "a"), "content");
+        EXPECT_EQ(sectionsOf(written(plain)), (Sections{{"a", "content"}}));
+    }
+}
+
+TEST_F(Filtered, TheSizesFollowTheFactories) {
+    FS_IndexFile plain;
+    add(plain, "keyed", keyed("abc"));
+    add(plain, "other", "not by this pair");
+    FS_IndexFile index(write("x.idx", plain).c_str());
+    index.setFilters(&writer, &reader);
+    add(index, "memory", "12345");
+    EXPECT_EQ(index.getSectionDataSize("keyed"), 3);
+    EXPECT_EQ(index.getSectionDataSize("other"), 0) << "a negative size is 0";
+    EXPECT_EQ(index.guessStreamSize(), 8192 + (3 + 4) + (0 + 4) + (5 + 4));
+    index.setFilters(&writer, &reader);
+    EXPECT_EQ(index.getSectionDataSize("memory"), 5) << "a section in memory is plain";
+    index.setFilters(nullptr, &reader);
+    EXPECT_EQ(index.getEncryptionFilter(), nullptr);
+    EXPECT_EQ(index.getSectionDataSize("keyed"), 3) << "without a pair the sizes stay";
+}
+
+TEST_F(Filtered, APairThatDoesNotBelongTogetherLeavesNoFilters) {
+    KeyedReadFactory otherKey("another");
+    FS_IndexFile index;
+    index.setFilters(&writer, &reader);
+    index.setFilters(&writer, &otherKey);
+    EXPECT_EQ(index.getEncryptionFilter(), nullptr);
+    EXPECT_EQ(index.getDecryptionFilter(), nullptr);
+    index.setFilters(&writer, &reader);
+    index.setFilters(index.getEncryptionFilter(), index.getDecryptionFilter());
+    EXPECT_NE(index.getEncryptionFilter(), nullptr) << "its own clones are as good as any pair";
+}
+
+// The table stands before the sections, so a size that isn't kept makes a container that nobody can read.
+TEST_F(Filtered, ASizeThatIsNotKeptFailsTheWriting) {
+    const struct {
+        int said;
+        bool fails;
+    } cases[] = {{9, false}, {8, true}, {10, true}, {0, true}, {-1, true}};  // -1: the present size, which is 5
+    for (const auto& c : cases) {
+        SayingSize saying(c.said);
+        FS_IndexFile index;
+        index.setFilters(&saying, &reader);
+        add(index, "a", "plain");
+        EXPECT_EQ(written(index).empty(), c.fails) << c.said;
+    }
+}
+
+TEST_F(Filtered, AnUnknownSizeIsTheStoredOne) {
+    FS_IndexFile plain;
+    add(plain, "a", keyed("plain"));
+    FS_IndexFile index(write("x.idx", plain).c_str());
+    SayingSize unknown(-1);
+    index.setFilters(&unknown, &reader);
+    EXPECT_EQ(sectionsOf(written(index)), (Sections{{"a", keyed("plain")}}));
+}
+
+// A stream may carry one factory alone.
+TEST_F(Filtered, HalfAPairReadsAsItCan) {
+    const std::string path = dir.write("x.idx", containerBytes({{"a", keyed("plain")}}));
+    auto* const stream = new FS_ReaderStream(path.c_str());
+    stream->setSubStreamReadFilterFactory(&reader);
+    FS_IndexFile half(new FS_Reader(stream));
+    EXPECT_EQ(half.getEncryptionFilter(), nullptr);
+    EXPECT_EQ(contentOf(half, "a"), "plain");
+    // Copied as it is stored, as long as the content is: 5 of the 9 bytes.
+    EXPECT_EQ(sectionsOf(written(half)), (Sections{{"a", keyed("plain").substr(0, 5)}}));
+}
+
+TEST_F(Filtered, ACutSectionFailsTheWriting) {
+    FS_IndexFile whole;
+    whole.setFilters(&writer, &reader);
+    add(whole, "a", "a content of some length");
+    write("x.idx", whole);
+    FS_IndexFile index(dir.path("x.idx").c_str());
+    index.setFilters(&writer, &reader);
+    dir.cutAt("x.idx", written(whole).size() - 1);
+    EXPECT_EQ(written(index), "");
+}
+
+}  // namespace

@@ -1,0 +1,137 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+#include "../support/FaultPlan.h"
+#include "../support/ScratchDir.h"
+#include "Index.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class Saving : public testing::Test {
+protected:
+    void SetUp() override { ::setenv("TMPDIR", dir.makeDirectory("tmp").c_str(), 1); }
+    void TearDown() override {
+        EXPECT_THAT(dir.names("tmp"), IsEmpty()) << "a temporary file stayed";
+        ::unsetenv("TMPDIR");
+    }
+    ScratchDir dir;
+    UT_String reason;
+};
+
+TEST_F(Saving, MakesAFileOrWritesIntoTheOneThatIsThere) {
+    FS_IndexFile index;
+    add(index, "a", "content");
+    const std::string path = dir.path("x.idx");
+    ASSERT_TRUE(index.save(path.c_str(), &reason)) << reason.buffer();
+    EXPECT_EQ(sectionsOf(dir.read("x.idx")), (Sections{{"a", "content"}}));
+    ::chmod(path.c_str(), 0640);
+    std::filesystem::create_hard_link(path, dir.path("second"));
+    add(index, "b", std::string(100'000, 'b'));
+    ASSERT_TRUE(index.save(("file:" + path).c_str()));
+    EXPECT_EQ(dir.read("second"), written(index));
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_TRUE(index.save(dir.write("empty", "").c_str()));
+}
+
+TEST_F(Saving, RefusesWhatIsNoContainer) {
+    const std::pair<const char*, std::string> files[] = {
+        {"text", "good text"},
+        {"newer", containerHead(0, 1)},
+        {"damaged", containerHead(2) + tableEntry("a", 0, 0)},
+    };
+    FS_IndexFile index;
+    add(index, "a", "content");
+    for (const auto& [name, bytes] : files) {
+        const std::string path = dir.write(name, bytes);
+        EXPECT_FALSE(index.save(path.c_str(), &reason));
+        EXPECT_THAT(reason.buffer(), HasSubstr("not a container"));
+        EXPECT_FALSE(FS_IndexFile(path.c_str()).save(path.c_str())) << "nor may it be its own source";
+        EXPECT_EQ(dir.read(name), bytes);
+    }
+    EXPECT_FALSE(index.save(dir.path().c_str(), &reason));
+    EXPECT_FALSE(index.save(dir.path("no/such/directory").c_str(), &reason));
+    EXPECT_FALSE(index.save("", &reason));
+    EXPECT_FALSE(index.save(nullptr));
+}
+
+// Edited, saved and read on, with and without section objects, several times over.
+TEST_F(Saving, OntoItsOwnSourceReadsOnInTheNewFile) {
+    const Sections sections = {{"a", "one"}, {"b", "two"}, {"c", std::string(200'000, 'c')}};
+    for (const bool byReader : {false, true}) {
+        const std::string path = dir.write("x.idx", containerBytes(sections));
+        const auto index = byReader ? std::make_unique<FS_IndexFile>(new FS_Reader(path.c_str()))
+                                    : std::make_unique<FS_IndexFile>(path.c_str());
+        index->setDescription("a longer description moves every section");
+        ASSERT_TRUE(index->save(path.c_str(), &reason)) << reason.buffer();
+        EXPECT_EQ(contentOf(*index, "b"), "two");
+        index->removeSection("a");
+        add(*index, "d", "four");
+        index->linkIndexFile(FS_IndexFile(path.c_str()), false);
+        ASSERT_TRUE(index->save(path.c_str(), &reason)) << reason.buffer();
+        const Sections now = {{"b", "two"}, {"c", sections[2].second}, {"d", "four"}, {"a", "one"}};
+        EXPECT_EQ(sectionsOf(dir.read("x.idx")), now);
+        EXPECT_EQ(contentOf(*index, "a"), "one");
+        EXPECT_EQ(contentOf(*index, "c"), now[1].second);
+        EXPECT_EQ(sectionsOf(written(*index)), now);
+    }
+}
+
+TEST_F(Saving, IntoASectionWritesItsContainer) {
+    const std::string outer = dir.write("x.idx", containerBytes({{"in", containerBytes({{"a", "1"}})}, {"o", "2"}}));
+    FS_IndexFile inner((outer + "?in").c_str());
+    inner.setDescription("new");
+    ASSERT_TRUE(inner.save((outer + "?in").c_str(), &reason)) << reason.buffer();
+    EXPECT_EQ(sectionsOf(dir.read("x.idx")), (Sections{{"in", containerBytes({{"a", "1"}}, "new")}, {"o", "2"}}));
+    EXPECT_EQ(contentOf(inner, "a"), "1");
+    // The bytes that are read from would change under the reader.
+    EXPECT_FALSE(inner.save(outer.c_str(), &reason));
+    EXPECT_FALSE(inner.save((outer + "?o").c_str(), &reason));
+    EXPECT_EQ(contentOf(inner, "a"), "1");
+}
+
+TEST_F(Saving, TellsWhichSectionCannotBeWritten) {
+    const std::string bytes = containerBytes({{"a", "one"}, {"b", "two"}, {"c", "three"}});
+    const std::string path = dir.write("x.idx", bytes), old = containerBytes({{"old", "content"}});
+    const std::string target = dir.write("y.idx", old);
+    FS_IndexFile index(path.c_str());
+    dir.cutAt("x.idx", bytes.size() - 6);
+    EXPECT_FALSE(index.save(target.c_str(), &reason));
+    EXPECT_THAT(reason.buffer(), HasSubstr("\"b\""));
+    EXPECT_FALSE(index.save(dir.path("new.idx").c_str()));
+    EXPECT_FALSE(dir.exists("new.idx"));
+    EXPECT_EQ(dir.read("y.idx"), old);
+}
+
+TEST_F(Saving, AFailedWriteLeavesTheOldFile) {
+    FS_IndexFile index;
+    add(index, "a", std::string(300'000, 'a'));
+    const std::string old = containerBytes({{"old", "content"}}), now = written(index);
+    int n = 0;
+    for (bool faulted = true; faulted && n < 1000; ++n) {
+        const std::string path = dir.write("x.idx", old);
+        FaultPlan plan(Call::Write, n, ENOSPC);
+        const bool done = index.save(path.c_str(), &reason);
+        faulted = plan.lift();
+        EXPECT_THAT(done ? "space" : reason.buffer(), HasSubstr("space"));
+        EXPECT_TRUE(done || faulted);
+        if (dir.read("x.idx") != (done ? now : old)) {
+            // The copy over the old bytes failed in its middle: then the temporary is the only whole copy.
+            ASSERT_EQ(dir.names("tmp").size(), 1u) << "write " << n;
+            EXPECT_EQ(dir.read("tmp/" + dir.names("tmp")[0]), now);
+            EXPECT_THAT(reason.buffer(), HasSubstr(dir.names("tmp")[0]));
+            std::filesystem::remove(dir.path("tmp/" + dir.names("tmp")[0]));
+        }
+    }
+    EXPECT_TRUE(1 < n && n < 1000) << n;
+}
+
+}  // namespace
