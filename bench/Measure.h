@@ -1,0 +1,22 @@
+#pragma once
+// Runs programs and tells time and memory. Programs that are to be compared run in turns, so that what the machine does
+// meanwhile meets all of them.
+#include <functional>
+#include <string>
+#include <vector>
+
+struct Contender {
+    std::string name;
+    std::vector<std::string> command;
+    std::string answer = {};                // the first line that it must print; empty: anything
+    std::function<void()> prepare = [] {};  // before every run, not timed
+};
+
+struct Timing {
+    double median = 0, least = 0, most = 0;  // in seconds, of whole processes
+    double peakMegabytes = 0;                // the most of all runs
+};
+
+// `runs` rounds, of which the first is not counted: it warms the caches. Standard output of the programs goes to a file
+// "output" in the current directory. Ends this program when one fails or prints a wrong answer.
+std::vector<Timing> measure(const std::vector<Contender>& contenders, int runs);
