@@ -108,6 +108,8 @@ public:
     // when its source can't be opened, and when the container would pass 2147483647 bytes: then nothing is written.
     // Changes nothing in the object.
     virtual void writeFile(std::ostream& out);
+    // Why the last writeFile failed, in words; null if it didn't, and where the reason is the stream's.
+    const UT_String& getWriteFailure() const { return writeFailure_; }
     // Writes each section to a file in the directory `path`, which is made when missing, and "Sections.list" beside
     // them; a section that is a container with sections becomes a directory of the same form, to 64 levels. False when
     // there are no sections (nothing is written) and at the first step that fails: what has been written stays. Works
@@ -251,5 +253,5 @@ private:
     bool modified = false;
     std::unique_ptr<SectionTable> table_;  // as read; keeps the names of the sections made from it
     bool made_ = true;                     // sections and sectionTable hold the table; until an edit table_ does
-    UT_String writeFailure_;               // why the last writeFile failed; null if it didn't
+    UT_String writeFailure_;
 };

@@ -82,8 +82,8 @@ std::ostream* FS_Writer::getStream() const {
 bool FS_Writer::removeFile() {
     if (!shared_ || !shared_->stream) return false;
     shared_->done = shared_->stream->removeFile();
+    if (!shared_->done) shared_->stream->finish(&shared_->reason);  // for who asks finish why
     shared_->stream.reset();
-    if (!shared_->done) shared_->reason = "the destination could not be removed";
     return shared_->done;
 }
 

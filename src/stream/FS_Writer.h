@@ -45,7 +45,7 @@ public:
     // state when the destination can't be written.
     std::ostream* getStream() const;
     // Drops what was written and removes the destination: the file, or the section from its container. Ends the writer.
-    // False when that failed, and without a stream.
+    // False when that failed, and without a stream; finish then tells why.
     bool removeFile();
 
     // The list that the constructors of FS_WriterHelper keep. Both ignore null; removing what isn't there is no error.

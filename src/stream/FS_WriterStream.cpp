@@ -102,20 +102,26 @@ std::ostream* FS_WriterStream::getStream() const {
 }
 
 bool FS_WriterStream::removeFile() {
-    return destroy(true);
+    return end(true, "could not be removed");
 }
 
 bool FS_WriterStream::finish(UT_String* reason) {
+    if (!state_->outcome) end(false, "could not be finished");
+    const Outcome& outcome = *state_->outcome;
+    if (reason != nullptr && !outcome.done) reason->harden(std::string_view(outcome.reason));
+    return outcome.done;
+}
+
+// Gives what destroy answers. A derived class may end in its own way, and then knows only yes and no.
+bool FS_WriterStream::end(bool removeFile, const char* failed) {
     std::optional<Outcome>& outcome = state_->outcome;
-    if (!outcome) {
-        const bool answer = destroy(false);
-        // A derived class may finish in its own way, and then knows only yes and no.
-        if (!answer && (!outcome || outcome->done))
-            outcome = platform::failure(state_->filename + ": the output could not be finished");
-        if (!outcome) outcome = platform::success();
-    }
-    if (reason != nullptr && !outcome->done) reason->harden(std::string_view(outcome->reason));
-    return outcome->done;
+    const bool before = outcome.has_value();
+    const bool answer = destroy(removeFile);
+    if (before) return answer;
+    if (!answer && (!outcome || outcome->done))
+        outcome = platform::failure((state_->filename.empty() ? "the output" : state_->filename + ":") + " " + failed);
+    if (!outcome) outcome = platform::success();
+    return answer;
 }
 
 bool FS_WriterStream::init(const char* dest) {

@@ -48,5 +48,7 @@ protected:
 
 private:
     struct State;
+    bool end(bool removeFile, const char* failed);
+
     std::shared_ptr<State> state_;
 };

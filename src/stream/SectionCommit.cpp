@@ -11,7 +11,6 @@
 #include <stream/SectionCommit.h>
 
 #include <cerrno>
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -101,9 +100,8 @@ Outcome write(const Level& level, FileOutput& out, const std::string& temporary)
     out.flush();
     if (!out.fail()) return platform::success();
     if (out.error() != 0) return untouched(temporary, platform::errorWords(out.error()));
-    const bool tooLarge = level.index->guessStreamSize() == std::numeric_limits<int>::max();
-    return untouched(level.container,
-                     tooLarge ? "would pass 2147483647 bytes" : "a stored section cannot be read whole");
+    const UT_String& why = level.index->getWriteFailure();
+    return untouched(level.container, why.isNull() ? "cannot be written whole" : why.view());
 }
 
 // Puts `content` into the level, or takes its section out if there is none.
@@ -115,7 +113,7 @@ Outcome change(const Level& level, const TempFile& content) {
     }
     UT_String reason;
     if (level.index->linkSection(name.c_str(), content.path().c_str(), &reason)) return platform::success();
-    return untouched(level.container, reason.view());
+    return untouched(std::string(level.container) + '?' + name, reason.view());
 }
 
 // Each level is written to a temporary, which is the content of the next one outwards.

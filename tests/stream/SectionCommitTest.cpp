@@ -43,7 +43,13 @@ protected:
         writer.getStream()->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         return finish(writer);
     }
-    bool remove(const std::string& destination) const { return FS_Writer(dir.path(destination).c_str()).removeFile(); }
+    Result remove(const std::string& destination) const {
+        FS_Writer writer(dir.path(destination).c_str());
+        const bool removed = writer.removeFile();
+        Result result = finish(writer);
+        EXPECT_EQ(result.done, removed);
+        return result;
+    }
     Sections sections(std::string_view name) const { return sectionsOf(dir.read(name)); }
     std::vector<std::string> leftOvers() const { return dir.names("tmp"); }
     struct stat status(const std::string& name) const {
@@ -102,11 +108,11 @@ TEST_F(SectionCommit, PutsASectionInItsPlaceAndLeavesTheOthers) {
 
 TEST_F(SectionCommit, RemovesASectionAndLeavesTheOthers) {
     dir.write("f", containerBytes({{"a", "1"}, {"inner", containerBytes({{"x", "1"}, {"y", "2"}})}}));
-    EXPECT_TRUE(remove("f?inner?x"));
+    EXPECT_TRUE(remove("f?inner?x").done);
     EXPECT_EQ(sectionsOf(sections("f").at(1).second), (Sections{{"y", "2"}}));
-    EXPECT_TRUE(remove("f?a"));
+    EXPECT_TRUE(remove("f?a").done);
     EXPECT_EQ(sections("f").size(), 1u);
-    EXPECT_TRUE(remove("f?unknown"));
+    EXPECT_TRUE(remove("f?unknown").done);
     EXPECT_EQ(sections("f").size(), 1u);
     EXPECT_THAT(leftOvers(), IsEmpty());
 }
@@ -134,14 +140,14 @@ TEST_F(SectionCommit, RefusesWhatExistsAndIsNoContainer) {
         const Result result = put("f?a", "new");
         EXPECT_FALSE(result.done);
         EXPECT_THAT(result.reason, HasSubstr(dir.path("f") + ": not a container; nothing was written"));
-        EXPECT_FALSE(remove("f?a"));
+        EXPECT_EQ(remove("f?a").reason, result.reason);
         EXPECT_EQ(dir.read("f"), c.bytes);
 
         const std::string outer = containerBytes({{"in", c.bytes}});
         dir.write("f", outer);
         EXPECT_FALSE(put("f?in?a", "new").done);
         EXPECT_FALSE(put("f?in?a?deep", "new").done);
-        EXPECT_FALSE(remove("f?in?a"));
+        EXPECT_FALSE(remove("f?in?a").done);
         EXPECT_EQ(dir.read("f"), outer);
         EXPECT_THAT(leftOvers(), IsEmpty());
     }
@@ -165,11 +171,11 @@ TEST_F(SectionCommit, RefusesWhatWouldBeIncomplete) {
     };
     // A stored section is cut short, at any level, also one that would be replaced by nothing at all.
     dir.write("f", whole.substr(0, whole.size() - 1));
-    refuses("f?a", "whole");
+    refuses("f?a", "section \"c\"");
     dir.write("f", containerHead(1) + tableEntry("in", 0, 50));
     refuses("f?in?a", "cannot be read");
     dir.write("f", containerBytes({{"in", containerHead(1) + tableEntry("x", 0, 50)}}));
-    refuses("f?in?a", "whole");
+    refuses("f?in?a", "section \"x\"");
 
     // The caller's stream failed.
     dir.write("f", whole);

@@ -103,7 +103,9 @@ TEST(Writer, RemovesAPlainFile) {
     EXPECT_FALSE(writer.removeFile());
     writer.close();
     EXPECT_FALSE(dir.exists("f"));
-    EXPECT_FALSE(FS_Writer(dir.path("no/f").c_str()).removeFile());
+    FS_Writer missing(dir.path("no/f").c_str());
+    EXPECT_FALSE(missing.removeFile());
+    EXPECT_EQ(reasonOf(missing), dir.path("no/f") + ": No such file or directory");
 }
 
 TEST(Writer, FinishTellsInWordsWhatWentWrong) {
@@ -199,7 +201,11 @@ TEST(Writer, AsksTheNewestHelperFirstAndBeforeAnythingElse) {
 
     young.refuses = true;
     FS_Writer refused("up:y");
-    EXPECT_THAT(reasonOf(refused), HasSubstr("could not be finished"));
+    EXPECT_EQ(reasonOf(refused), "the output could not be finished");
+    FS_Writer stays("up:z");
+    EXPECT_FALSE(stays.removeFile());
+    EXPECT_EQ(reasonOf(stays), "the output could not be removed");
+    EXPECT_EQ(young.arrived.back(), "(removed)") << "nothing is finished after that";
 }
 
 TEST(WriterDeathTest, AHelperMayOutliveTheList) {
