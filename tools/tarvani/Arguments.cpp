@@ -7,17 +7,33 @@ namespace {
 
 constexpr int kNoLimit = 1 << 28;
 
-// The parser's own conversions give brackets and braces a meaning; this takes the texts untouched.
-CLI::Option* addRaw(CLI::App& app, const char* name, const char* help, Given<std::vector<std::string>> texts) {
+// To the parser "[a,b]" is a list of two, even as the name of a file. So what begins with a bracket goes through it
+// behind a mark, which is taken off afterwards.
+constexpr char kMark = '\1';
+
+bool needsMark(const char* text) {
+    return *text == '[' || *text == kMark;
+}
+
+std::string unmarked(const std::string& text) {
+    return text.starts_with(kMark) ? text.substr(1) : text;
+}
+
+// The parser's own conversions give braces a meaning too; this takes the texts untouched.
+CLI::Option* addRaw(CLI::App& app, const char* name, const char* help, std::function<void(const std::string&)> take) {
+    const std::string_view words(name);
+    const std::size_t blank = words.find(' ');
     CLI::Option* const option = app.add_option(
-        name,
-        [texts](const CLI::results_t& results) {
-            *texts = results;
+        std::string(words.substr(0, blank)),
+        [take](const CLI::results_t& results) {
+            for (const std::string& result : results) take(unmarked(result));
             return true;
         },
         help);
-    option->type_name("")->type_size(1)->expected(1)->allow_extra_args(false);
-    return option;
+    return option->type_name(blank == words.npos ? "" : std::string(words.substr(blank + 1)))
+        ->type_size(1)
+        ->expected(1)
+        ->allow_extra_args(false);
 }
 
 void readNumber(const std::string& text, int least, int most, int& number) {
@@ -28,59 +44,44 @@ void readNumber(const std::string& text, int least, int most, int& number) {
                                std::to_string(most));
 }
 
-CLI::Option* addNumberTo(CLI::App& app, const char* name, int least, int most, Given<int> number, const char* help) {
-    CLI::Option* const option = app.add_option(
-        name,
-        [=](const CLI::results_t& results) {
-            readNumber(results.front(), least, most, *number);
-            return true;
-        },
-        help);
-    option->type_name("")->type_size(1)->expected(1);
-    return option;
-}
-
 }  // namespace
+
+std::vector<std::string> plainArguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i) arguments.push_back(std::string(needsMark(argv[i]) ? 1 : 0, kMark) + argv[i]);
+    return arguments;
+}
 
 Given<std::string> addText(CLI::App& app, const char* name, const char* help) {
     const auto text = std::make_shared<std::string>();
-    app.add_option(
-           name,
-           [text](const CLI::results_t& results) {
-               *text = results.front();
-               return true;
-           },
-           help)
-        ->type_name("")
-        ->type_size(1)
-        ->expected(1)
-        ->allow_extra_args(false)
-        ->required();
+    addRaw(app, name, help, [text](const std::string& given) { *text = given; })->required();
     return text;
 }
 
 Given<std::vector<std::string>> addOptionalText(CLI::App& app, const char* name, const char* help) {
     const auto texts = std::make_shared<std::vector<std::string>>();
-    addRaw(app, name, help, texts);
+    addRaw(app, name, help, [texts](const std::string& given) { texts->push_back(given); });
     return texts;
 }
 
 Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fewest, const char* help) {
     const auto texts = std::make_shared<std::vector<std::string>>();
-    CLI::Option* const option = addRaw(app, name, help, texts);
-    option->expected(fewest, kNoLimit)->allow_extra_args(false)->required(fewest > 0);
+    addRaw(app, name, help, [texts](const std::string& given) { texts->push_back(given); })
+        ->expected(fewest, kNoLimit)
+        ->allow_extra_args(true)
+        ->required(fewest > 0);
     return texts;
 }
 
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help) {
     const auto number = std::make_shared<int>(0);
-    addNumberTo(app, name, least, most, number, help)->required();
+    addRaw(app, name, help, [=](const std::string& given) { readNumber(given, least, most, *number); })->required();
     return number;
 }
 
 Given<int> addNumberOption(CLI::App& app, const char* name, int least, int most, int standard, const char* help) {
     const auto number = std::make_shared<int>(standard);
-    addNumberTo(app, name, least, most, number, help);
+    addRaw(app, name, help, [=](const std::string& given) { readNumber(given, least, most, *number); });
     return number;
 }
 

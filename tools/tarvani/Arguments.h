@@ -1,5 +1,6 @@
 #pragma once
-// Arguments as the subcommands declare them. All texts are taken as they stand: names of files may look like anything.
+// Arguments as the subcommands declare them. All texts are taken as they stand: names of files may look like
+// anything. The name of an option is followed by a word for its value, as in "-d TEXT".
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,15 +12,18 @@ namespace CLI {
 class App;
 }
 
+// The arguments behind the program's name, for the parser, which wants the last first.
+std::vector<std::string> plainArguments(int argc, char** argv);
+
 // A place for what an argument says, shared by the parser and the action.
 template <class T>
 using Given = std::shared_ptr<T>;
 
 // A text that must be there.
 Given<std::string> addText(CLI::App& app, const char* name, const char* help);
-// A text that may be there: `count` of the result tells.
+// A text that may be there: then it is the one element.
 Given<std::vector<std::string>> addOptionalText(CLI::App& app, const char* name, const char* help);
-// Texts to the end of the line, at least `fewest`.
+// Texts, at least `fewest`, as many as there are.
 Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fewest, const char* help);
 // A number from `least` to `most`.
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help);

@@ -52,7 +52,8 @@ std::string printable(std::string_view text) {
 
 void complain(const Failure& failure) {
     // One write, so that lines of several processes don't mix.
-    writeError("tarvani: " + printable(failure.path) + ": " + printable(failure.reason) + "\n");
+    const std::string path = failure.path.empty() ? "\"\"" : printable(failure.path);
+    writeError("tarvani: " + path + ": " + printable(failure.reason) + "\n");
 }
 
 std::string errorWords(int error) {

@@ -1,4 +1,5 @@
 // index create: files and directories into a new container.
+#include <UT/UT_FileUtil.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
@@ -86,8 +87,7 @@ public:
             if (!addFile(file, reason)) throw Failure{file, reasonFor(file, reason.view())};
     }
 
-    void addListed(const std::string& list) {
-        Source source(list);
+    void addListed(Source& source) {
         std::string rest;
         for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
             for (std::size_t end; (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1)) {
@@ -125,20 +125,17 @@ std::string absolute(const std::string& path) {
 
 int create(const Request& request) {
     const std::string& file = *request.file;
+    if (file == "-") throw Failure{file, "a container can't be made on standard output; name a file"};
     // Asked first, so that nobody waits for a container that has no place; said by the name that the user gave it.
     if (const std::string fault = whyUnwritable(file); !fault.empty()) throw Failure{file, fault};
     const LibraryPath named(file);
-    if (named.isLocal && identify(named.file) && !UTisValidDirectory(named.file.c_str()) && named.sections.empty()) {
-        struct stat status {};
-        ::stat(named.file.c_str(), &status);
-        if (!S_ISREG(status.st_mode)) throw Failure{file, "not a regular file"};
-        const std::string fault = status.st_size > 0 ? whyNoContainer(file) : "";
-        if (!fault.empty()) throw Failure{file, fault + "; it stays as it is"};
-    }
+    if (named.isLocal && named.sections.empty() && UT_FileUtil::getFileSize(named.file.c_str()) > 0)
+        if (const std::string fault = whyNoContainer(file); !fault.empty())
+            throw Failure{file, fault + "; it stays as it is"};
     // FILE and LIST are meant from here, the files from the directory of -C.
     const std::string target = absolute(file);
-    std::string list = request.list->empty() ? "" : request.list->front();
-    if (!list.empty() && list != "-") list = absolute(list);
+    std::optional<Source> list;
+    if (!request.list->empty()) list.emplace(request.list->front());
     if (!request.directory->empty()) {
         const std::string& directory = request.directory->front();
         if (::chdir(directory.c_str()) != 0) throw Failure{directory, errorWords(errno)};
@@ -147,7 +144,7 @@ int create(const Request& request) {
     if (!request.description->empty()) index.setDescription(request.description->front().c_str());
     Packer packer(index, LibraryPath(target));
     for (const std::string& path : *request.paths) packer.add(path);
-    if (!list.empty()) packer.addListed(list);
+    if (list) packer.addListed(*list);
     try {
         saveContainer(index, target);
     } catch (const Failure& failure) {
@@ -160,10 +157,10 @@ int create(const Request& request) {
 
 Action declareIndexCreate(CLI::App& app) {
     Request request;
-    request.description = addOptionalText(app, "-d", "TEXT: the description of the container");
-    request.directory = addOptionalText(app, "-C", "DIR: go to this directory for the files");
-    request.list = addOptionalText(app, "--files-from",
-                                   "LIST: more files, one name a line, behind the others; \"-\" is standard input");
+    request.description = addOptionalText(app, "-d TEXT", "the description of the container");
+    request.directory = addOptionalText(app, "-C DIR", "go to this directory for the files");
+    request.list = addOptionalText(app, "--files-from LIST",
+                                   "more files, one name a line, behind the others; \"-\" is standard input");
     request.file = addText(app, "FILE", "the container; one that is there is replaced");
     request.paths = addTexts(app, "FILE_OR_DIR", 0,
                              "a file becomes a section of the name that is given here, with its time; a directory "

@@ -57,8 +57,8 @@ int paths() {
 }
 
 Action declareWhere(CLI::App& app) {
-    const auto number = addNumberOption(app, "--path", 0, UT_PathSearch::kKnownPaths - 1, UT_PATH_DEFAULT,
-                                        "N: the known path to look along, 0 if not given; see \"tarvani paths\"");
+    const auto number = addNumberOption(app, "--path N", 0, UT_PathSearch::kKnownPaths - 1, UT_PATH_DEFAULT,
+                                        "the known path to look along, 0 if not given; see \"tarvani paths\"");
     const auto all = addFlag(app, "--all", "every file of that name, in search order");
     const auto name = addText(app, "NAME", "a file name, with directories or without");
     return [=] { return where(*name, *number, *all); };

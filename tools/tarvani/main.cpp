@@ -11,6 +11,7 @@
 #include "Arguments.h"
 #include "Command.h"
 #include "Console.h"
+#include "Help.h"
 #include "Interrupt.h"
 
 namespace {
@@ -24,18 +25,6 @@ std::string version() {
            std::to_string(TARVANI_VERSION_PATCH) + "\n";
 }
 
-// Examples indented below a heading of their own.
-std::string examplesText(std::string_view examples) {
-    std::string text = "Examples:\n";
-    while (!examples.empty()) {
-        const std::size_t end = examples.find('\n');
-        text += "  " + std::string(examples.substr(0, end)) + "\n";
-        examples.remove_prefix(end == std::string_view::npos ? examples.size() : end + 1);
-    }
-    text.pop_back();
-    return text;
-}
-
 void declare(CLI::App& parent, const Subcommand& command, Action& chosen) {
     CLI::App* const app = parent.add_subcommand(command.name, command.summary);
     app->footer(examplesText(command.examples));
@@ -43,12 +32,13 @@ void declare(CLI::App& parent, const Subcommand& command, Action& chosen) {
     app->callback([&chosen, action] { chosen = action; });
 }
 
-// The app that a line of words names; null if there is none.
-CLI::App* findCommand(CLI::App& root, const std::vector<std::string>& words) {
+// The app that a line of words names; null if there is none. `line` becomes the words in front of its name.
+CLI::App* findCommand(CLI::App& root, const std::vector<std::string>& words, std::string& line) {
     CLI::App* app = &root;
     for (const std::string& word : words) {
         const auto named = app->get_subcommands([&](const CLI::App* sub) { return sub->get_name() == word; });
         if (named.empty()) return nullptr;
+        line += (line.empty() ? "" : " ") + app->get_name();
         app = named.front();
     }
     return app;
@@ -59,10 +49,11 @@ void declareHelp(CLI::App& root, Action& chosen) {
     app->footer(examplesText("tarvani help cp\ntarvani help index create"));
     const auto words = addTexts(*app, "SUBCOMMAND", 0, "the subcommand, such as \"index create\"");
     app->callback([&root, &chosen, words] {
-        const CLI::App* const wanted = findCommand(root, *words);
+        std::string line;
+        const CLI::App* const wanted = findCommand(root, *words, line);
         if (!wanted) throw CLI::ValidationError("no subcommand \"" + CLI::detail::join(*words, " ") + "\"");
-        chosen = [wanted] {
-            standardOutput().write(wanted->help());
+        chosen = [=] {
+            printHelp(*wanted, line);
             return kDone;
         };
     });
@@ -70,11 +61,14 @@ void declareHelp(CLI::App& root, Action& chosen) {
 
 void declareAll(CLI::App& root, Action& chosen) {
     root.require_subcommand(1);
-    root.set_version_flag("--version", [] { return version(); });
-    root.get_formatter()->column_width(28);
+    root.set_help_flag("-h,--help", "Print this help and exit");
+    root.set_version_flag(
+        "--version", [] { return version(); }, "Print the version and exit");
+    root.formatter(makeHelpFormatter());
     root.footer(
-        "\"tarvani help SUBCOMMAND\" explains one of them. A path is a file, a section of a container "
-        "(scene.idx?geo),\nor what a plug-in serves. Exit status: 0 done, 1 failed, 2 wrong usage.");
+        "\"tarvani help SUBCOMMAND\" explains one of them. A path is a file, a section of a\n"
+        "container (scene.idx?geo), or what a plug-in serves.\n"
+        "Exit status: 0 done, 1 failed, 2 wrong usage.");
     for (const Subcommand& command : kStreamCommands) declare(root, command, chosen);
     for (const Subcommand& command : kListingCommands) declare(root, command, chosen);
     CLI::App* const index = root.add_subcommand("index", "Make, list and change containers");
@@ -92,16 +86,19 @@ int answer(const CLI::App& root, const CLI::ParseError& error) {
         return kDone;
     }
     const CLI::App* app = &root;
-    std::string name = "help";
+    std::string line;
     while (!app->get_subcommands().empty()) {
+        line += (line.empty() ? "" : " ") + app->get_name();
         app = app->get_subcommands().front();
-        name += " " + app->get_name();
     }
     if (dynamic_cast<const CLI::CallForHelp*>(&error)) {
-        standardOutput().write(app->help());
+        printHelp(*app, line);
         return kDone;
     }
-    complain({"wrong usage", std::string(error.what()) + " (see \"tarvani " + name + "\")"});
+    std::string mistake = error.what();
+    if (app->get_require_subcommand_min() > 0 && app->remaining_size() > 0)
+        mistake = "no subcommand \"" + app->remaining().front() + "\"";
+    complain({"wrong usage", mistake + " (see \"" + line + (line.empty() ? "" : " ") + app->get_name() + " --help\")"});
     return kWrongUsage;
 }
 
@@ -110,7 +107,7 @@ int run(int argc, char** argv) {
     Action chosen;
     declareAll(root, chosen);
     try {
-        root.parse(argc, argv);
+        root.parse(plainArguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return answer(root, error);
     }
@@ -120,13 +117,8 @@ int run(int argc, char** argv) {
 // A file that is opened must never get the number of a standard stream that the parent closed: messages would be
 // written into it. Opened the wrong way round, so that using the stream is the error that it would have been.
 void occupyStandardStreams() {
-    for (const int mode : {O_WRONLY, O_RDONLY, O_RDONLY}) {
-        const int fd = ::open("/dev/null", mode | O_CLOEXEC);
-        if (fd > STDERR_FILENO) {
-            ::close(fd);
-            return;
-        }
-    }
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
+        if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 }  // namespace
