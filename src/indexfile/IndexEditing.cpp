@@ -1,8 +1,12 @@
 // Changes to the set of sections. They live in the object until a container is written; the source is never touched.
 #include <UT/UT_OStrStream.h>
 #include <UT/UT_Path.h>
+#include <platform/FileStatus.h>
+#include <stream/AskHelpers.h>
 #include <stream/FS_ReaderStream.h>
+#include <stream/PathForm.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <string>
@@ -18,16 +22,28 @@ bool refuse(UT_String* reason, std::string_view words) {
     return false;
 }
 
-// The path by which a file will still be found when the current directory has changed. What a helper serves keeps the
-// path that the helper knows.
-std::string lastingPath(const char* fileName, const FS_Reader& reader) {
-    UT_String opened;
-    reader.getFilename(opened);
-    UT_String absolute(fileName, 1, -1);
+// A path that holds when the current directory changes.
+std::string absolutePath(std::string_view path) {
+    UT_String absolute(path);
     UTmakeAbsoluteFilePath(absolute, nullptr);
-    const bool isLocal = !opened.isEmpty() && absolute.endsWith(opened.buffer());
-    const bool isSection = std::strchr(fileName, '?') != nullptr;
-    return isLocal || isSection ? std::string(absolute.view()) : std::string(fileName);
+    return std::string(absolute.view());
+}
+
+// Puts the path of a local file in a form that holds when the current directory changes, and looks at the file without
+// opening it. False if it isn't a plain file that can be read and that knows its length.
+bool lookAt(std::string& path, platform::FileStatus& status) {
+    std::string absolute = absolutePath(stripFilePrefix(path));
+    status = platform::fileStatus(absolute.c_str());
+    if (!status || status.kind != platform::FileKind::File || status.size == 0) return false;
+    constexpr unsigned kReadableByAll = 0444;
+    const bool isReadable =
+        (status.mode & kReadableByAll) == kReadableByAll || platform::accessFile(absolute.c_str(), 4) == 0;
+    if (isReadable) path = std::move(absolute);
+    return isReadable;
+}
+
+int saturated(std::int64_t value) {
+    return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
 }  // namespace
@@ -131,16 +147,23 @@ void FS_IndexFile::addSection(const char* name, const FS_IndexFile& other) {
 
 bool FS_IndexFile::linkSection(const char* name, const char* fileName, UT_String* reason) {
     if (name == nullptr || fileName == nullptr) return refuse(reason, "no name");
-    FS_Reader source(fileName);
-    if (!source.isGood()) return refuse(reason, "can't be opened for reading");
-    const std::int64_t size = source.getStream()->getSize();
-    if (size > INT_MAX) return refuse(reason, "is larger than a section can be (2147483647 bytes)");
-    // What tells no length before its end, or another than its bytes have, can't be checked later.
-    if (size < 0 || size != source.getLength()) return addFrom(source, name, reason);
+    const bool isSection = splitSection(fileName).has_value();
+    FS_Reader source(isSection ? nullptr : streamFromHelpers(fileName).release());
+    std::string path(fileName);
+    platform::FileStatus status;
+    if (source.getStream() != nullptr || isSection || !lookAt(path, status) || status.size > INT_MAX) {
+        if (source.getStream() == nullptr) source = FS_Reader(fileName);
+        // What a helper serves, and what doesn't tell its length, is read now: nobody could hold it to a length later.
+        if (!isSection || !source.isGood() || source.getStream()->getSize() != source.getLength())
+            return addFrom(source, name, reason);
+        path = absolutePath(path);
+        status.size = source.getLength();
+        status.time = source.getModTime();
+    }
     auto link = std::make_shared<FS_Section::Link>();
-    link->file = lastingPath(fileName, source);
-    const int bytes = static_cast<int>(size);
-    sectionFor(name).setContent(std::move(link), 0, bytes, bytes, source.getModTime());
+    link->file = std::move(path);
+    const int size = static_cast<int>(status.size);
+    sectionFor(name).setContent(std::move(link), 0, size, size, saturated(status.time));
     return true;
 }
 

@@ -1,4 +1,5 @@
 #include <UT/UT_String.h>
+#include <stream/AskHelpers.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/HelperList.h>
@@ -95,11 +96,16 @@ void FS_Reader::createStreamFromSource(const char* source) {
         // A section path belongs to its container alone, whether the section is there or not.
         found = openSection(split->container, split->section);
     } else {
-        found.reset(
-            getHelpers().firstAnswer([&](FS_ReaderHelper* helper) { return helper->createStream(path.c_str()); }));
+        found = streamFromHelpers(path.c_str());
         if (!found) found = std::make_unique<FS_ReaderStream>(stripFilePrefix(path).data());
     }
     if (found) shared_ = std::make_shared<Shared>(std::move(found));
+}
+
+std::unique_ptr<FS_ReaderStream> streamFromHelpers(const char* path) {
+    installHelpers();
+    return std::unique_ptr<FS_ReaderStream>(
+        FS_Reader::getHelpers().firstAnswer([=](FS_ReaderHelper* helper) { return helper->createStream(path); }));
 }
 
 FS_ReaderStream* FS_Reader::stream() const {

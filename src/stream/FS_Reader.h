@@ -69,6 +69,8 @@ public:
 private:
     struct Shared;
 
+    friend std::unique_ptr<FS_ReaderStream> streamFromHelpers(const char* path);
+
     static HelperList<FS_ReaderHelper>& getHelpers();
     void createStreamFromSource(const char* source);
     FS_ReaderStream* stream() const;

@@ -197,6 +197,22 @@ TEST(ALinkedSection, IsReadWhenItIsNeeded) {
     EXPECT_EQ(written(index), "");
 }
 
+TEST(ALinkedSection, OfWhatAHelperServesIsTakenAtOnce) {
+    class Helper : public FS_ReaderHelper {
+        FS_ReaderStream* createStream(const char* source) override {
+            return std::string_view(source) == "mine:x" ? new FS_ReaderStream("served", 6, 42) : nullptr;
+        }
+    };
+    FS_IndexFile index;
+    {
+        const Helper helper;
+        EXPECT_TRUE(index.linkSection("a", "mine:x"));
+    }
+    EXPECT_FALSE(index.linkSection("b", "mine:x"));
+    EXPECT_EQ(index.getSectionModTime("a"), 42);
+    EXPECT_EQ(sectionsIn(index), (Sections{{"a", "served"}}));
+}
+
 TEST(ALinkedSection, OfAContainerIsReadFromItsOpenSource) {
     const ScratchDir dir;
     const std::string path = dir.write("x.idx", containerBytes({{"a", "one"}, {"b", "two"}}));
