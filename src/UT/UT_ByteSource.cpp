@@ -2,6 +2,7 @@
 #include <UT/FileSource.h>
 #include <UT/UT_ByteSource.h>
 #include <fcntl.h>
+#include <platform/UniqueFd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,8 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <mutex>
+#include <utility>
 
 UT_ByteSource::UT_ByteSource() = default;
 UT_ByteSource::~UT_ByteSource() = default;
@@ -20,38 +23,50 @@ std::shared_ptr<char[]> newBlock(std::size_t length) {
     return std::make_shared_for_overwrite<char[]>(length);
 }
 
-bool holds(const UT_ByteBlock& block, std::int64_t position) {
-    return position >= block.start && position - block.start < static_cast<std::int64_t>(block.length);
-}
+// The turn at the block that a source keeps: taken if nobody else has it, given back in the end.
+class Turn {
+public:
+    explicit Turn(std::atomic_flag& busy) : busy_(busy.test_and_set(std::memory_order_acquire) ? nullptr : &busy) {}
+    ~Turn() {
+        if (busy_) busy_->clear(std::memory_order_release);
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    explicit operator bool() const { return busy_ != nullptr; }
+
+private:
+    std::atomic_flag* const busy_;
+};
 
 }  // namespace
 
 UT_ByteBlock UT_ByteSource::block(std::int64_t position) {
-    const bool mine = !busy_.test_and_set(std::memory_order_acquire);
-    if (mine && holds(kept_, position)) {
-        UT_ByteBlock found = kept_;
-        busy_.clear(std::memory_order_release);
-        return found;
-    }
+    const Turn mine(busy_);
+    if (mine && kept_.holds(position)) return kept_;
     UT_ByteBlock fresh;
     if (mine) fresh = std::move(kept_);
-    // Filled again in place when no window holds it: the first touch of fresh pages costs more than the read itself. A
-    // small file needs no whole block.
+    // A small source needs no whole block.
     const std::int64_t total = size();
-    std::size_t wanted = kBlockSize;
-    if (total >= 0 && total < static_cast<std::int64_t>(kBlockSize))
-        wanted = static_cast<std::size_t>(std::max<std::int64_t>(total, 1));
-    if (!fresh.bytes || fresh.bytes.use_count() != 1)
+    const bool small = total >= 0 && total < static_cast<std::int64_t>(kBlockSize);
+    const std::size_t wanted = small ? static_cast<std::size_t>(std::max<std::int64_t>(total, 1)) : kBlockSize;
+    std::size_t room = mine ? keptRoom_ : 0;
+    // Filled again in place when no window holds it: the first touch of fresh pages costs more than the read itself.
+    if (room < wanted || fresh.bytes.use_count() != 1) {
         fresh.bytes = newBlock(wanted);
-    else
-        std::atomic_thread_fence(std::memory_order_acquire);  // the last window's reads come before our writes
-    // A block only ever stands under its own source, whose size does not change: what is there is large enough.
-    const std::int64_t got = readAt(position, const_cast<char*>(fresh.bytes.get()), wanted);
+        room = wanted;
+    } else {
+        // Counting up and down again, unlike use_count, orders the last window's reads before our writes.
+        std::shared_ptr<const char[]>(fresh.bytes).reset();
+    }
+    // A source that claims more than it was asked for is not believed.
+    const std::int64_t got =
+        std::min(readAt(position, const_cast<char*>(fresh.bytes.get()), wanted), static_cast<std::int64_t>(wanted));
     fresh.start = position;
-    fresh.length = got > 0 ? static_cast<std::size_t>(got) : 0;
+    fresh.length = static_cast<std::size_t>(std::max<std::int64_t>(got, 0));
+    fresh.failed = got < 0;
     if (mine) {
         kept_ = fresh;
-        busy_.clear(std::memory_order_release);
+        keptRoom_ = room;
     }
     return fresh;
 }
@@ -74,7 +89,7 @@ public:
 
     UT_ByteBlock block(std::int64_t position) override {
         if (position < 0 || position >= size()) return {};
-        return {bytes_, 0, length_};
+        return {.bytes = bytes_, .length = length_};
     }
 
 private:
@@ -85,30 +100,30 @@ private:
 // A pipe, a terminal or a socket that has a path: read as it comes.
 class PipeSource : public UT_ByteSource {
 public:
-    explicit PipeSource(int fd) : fd_(fd) {}
-    ~PipeSource() override { ::close(fd_); }
+    explicit PipeSource(platform::UniqueFd fd) : fd_(std::move(fd)) {}
 
     std::int64_t size() const override { return -1; }
     bool isSeekable() const override { return false; }
 
     std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        const std::lock_guard turn(mutex_);
         if (position != position_) return -1;
         ssize_t n = 0;
-        do n = ::read(fd_, out, count);
+        do n = ::read(fd_.get(), out, count);
         while (n < 0 && errno == EINTR);
         if (n > 0) position_ += n;
         return n;
     }
 
 private:
-    const int fd_;
+    const platform::UniqueFd fd_;
+    std::mutex mutex_;  // over the position
     std::int64_t position_ = 0;
 };
 
 class FileSource : public UT_ByteSource {
 public:
-    FileSource(int fd, std::int64_t size) : fd_(fd), size_(size) {}
-    ~FileSource() override { ::close(fd_); }
+    FileSource(platform::UniqueFd fd, std::int64_t size) : fd_(std::move(fd)), size_(size) {}
 
     std::int64_t size() const override { return size_; }
 
@@ -117,7 +132,7 @@ public:
         std::size_t done = 0;
         while (done < count) {
             const ssize_t n =
-                ::pread(fd_, out + done, count - done, static_cast<off_t>(position) + static_cast<off_t>(done));
+                ::pread(fd_.get(), out + done, count - done, static_cast<off_t>(position) + static_cast<off_t>(done));
             if (n < 0 && errno == EINTR) continue;
             if (n < 0) return done > 0 ? static_cast<std::int64_t>(done) : -1;
             if (n == 0) break;
@@ -129,7 +144,7 @@ public:
     }
 
 private:
-    const int fd_;
+    const platform::UniqueFd fd_;
     const std::int64_t size_;
 };
 
@@ -151,6 +166,7 @@ public:
 
     std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
         if (position < 0) return -1;
+        const std::lock_guard turn(mutex_);
         if (position != position_ && !goTo(position)) return -1;
         const std::size_t n = seekable_ ? std::fread(out, 1, count, file_) : readAvailable(out, count);
         position_ += static_cast<std::int64_t>(n);
@@ -189,6 +205,7 @@ private:
     }
 
     std::FILE* const file_;
+    std::mutex mutex_;           // over the two positions
     std::int64_t base_ = 0;      // where the file stood at the beginning: position 0
     std::int64_t position_ = 0;  // where it stands now
     std::int64_t size_ = -1;
@@ -215,28 +232,21 @@ OpenedFile openFileSource(const char* path) {
         errno = ENOENT;
         return opened;
     }
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return opened;
+    platform::UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC));
     struct stat status {};
-    if (::fstat(fd, &status) != 0) {
-        const int error = errno;
-        ::close(fd);
-        errno = error;
-        return opened;
-    }
+    if (!fd || ::fstat(fd.get(), &status) != 0) return opened;
     opened.hasStatus = true;
     opened.size = status.st_size;
     opened.time = status.st_mtime;
     if (S_ISDIR(status.st_mode)) {
-        ::close(fd);
         errno = EISDIR;
     } else if (S_ISREG(status.st_mode) && status.st_size > 0) {
         // Generated files say 0 and hold bytes all the same, so only a length above 0 is believed.
-        opened.source = std::make_shared<FileSource>(fd, status.st_size);
-    } else if (::lseek(fd, 0, SEEK_CUR) < 0) {
-        opened.source = std::make_shared<PipeSource>(fd);
+        opened.source = std::make_shared<FileSource>(std::move(fd), status.st_size);
+    } else if (::lseek(fd.get(), 0, SEEK_CUR) < 0) {
+        opened.source = std::make_shared<PipeSource>(std::move(fd));
     } else {
-        opened.source = std::make_shared<FileSource>(fd, -1);
+        opened.source = std::make_shared<FileSource>(std::move(fd), -1);
     }
     return opened;
 }

@@ -21,6 +21,11 @@ struct UT_ByteBlock {
     std::shared_ptr<const char[]> bytes;
     std::int64_t start = 0;  // position in the source of bytes[0]
     std::size_t length = 0;  // 0: there is nothing at the position that was asked for
+    bool failed = false;     // there is nothing because reading failed, not because the source ends
+
+    bool holds(std::int64_t position) const {
+        return start >= 0 && position >= start && static_cast<std::uint64_t>(position - start) < length;
+    }
 };
 
 class TARVANI_EXPORT UT_ByteSource {
@@ -36,20 +41,21 @@ public:
     // Bytes in all, or -1 where that is known only at the end (a pipe, a generated file).
     virtual std::int64_t size() const = 0;
     // Reads up to `count` bytes that start at `position` into `out`. Gives the number read, which is less than `count`
-    // only at the end; 0 at the end; -1 when reading failed, or at a position that a forward-only source has passed.
+    // only at the end; 0 at the end; -1 when reading failed, and from a source that can't seek at any position but the
+    // one behind what was read last. Called from several threads where windows live on several.
     virtual std::int64_t readAt(std::int64_t position, char* out, std::size_t count) = 0;
-    // True unless positions can only be read in rising order.
+    // False if the bytes can only be read one behind the other: a pipe.
     virtual bool isSeekable() const { return true; }
-    // A stretch in memory that holds `position`, or one of length 0 at the end and after a failure. This form reads
-    // ahead by one block and keeps it for whoever asks next, so that neighbouring windows cost one read together; a
-    // block that nobody holds any more is filled again in place. Safe for windows that live on different threads, as
-    // readAt must be then.
+    // A stretch in memory that holds `position`, or one of length 0 at the end and, marked so, after a failure. This
+    // form reads ahead by one block and keeps it for whoever asks next, so that neighbouring windows cost one read
+    // together; a block that nobody holds any more is filled again in place. Safe for windows that live on different
+    // threads.
     virtual UT_ByteBlock block(std::int64_t position);
 
 private:
-    std::atomic_flag busy_ =
-        ATOMIC_FLAG_INIT;  // held for the moment of using kept_; who finds it taken reads for itself
+    std::atomic_flag busy_;  // set while someone uses the two below; who finds it set reads for himself
     UT_ByteBlock kept_;
+    std::size_t keptRoom_ = 0;  // bytes that the storage of kept_ has
 };
 
 // Bytes in memory. The first form copies them; the second shares them and copies nothing.

@@ -1,5 +1,6 @@
 // Windows on byte sources. What is buffered is a block of the source itself, so reading within it copies nothing twice
 // and a neighbouring window finds it again.
+#include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
@@ -14,10 +15,6 @@
 namespace {
 
 constexpr std::size_t kLargeRead = UT_ByteSource::kBlockSize;
-
-bool isBlank(int c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 // What stands behind a backslash inside quotes.
 char unescaped(char c) {
@@ -64,26 +61,28 @@ UT_IStream::UT_IStream(std::shared_ptr<UT_ByteSource> source, std::int64_t start
 
 UT_IStream::~UT_IStream() = default;
 
+// Bytes from limitPosition_ to the end of the window or, where that isn't known, to the last position there can be.
+std::int64_t UT_IStream::left() const {
+    return (length_ >= 0 ? length_ : INT64_MAX - start_) - limitPosition_;
+}
+
 // Brings the next bytes into memory. False at the end of the window and after a failed read.
 bool UT_IStream::fill() {
     // Let go of the old block first: when nobody else holds it the source fills it again in place.
     held_.reset();
     floor_ = cursor_ = limit_ = nullptr;
-    if (!source_ || (length_ >= 0 && limitPosition_ >= length_)) return false;
-    UT_ByteBlock block = source_->block(start_ + limitPosition_);
-    if (block.length == 0) {
-        // Only a source that knows better than its end says less than its size; a real failure shows in a read for
-        // itself.
-        char probe;
-        if (source_->isSeekable() && source_->readAt(start_ + limitPosition_, &probe, 1) < 0) failed_ = true;
+    if (!source_ || left() <= 0) return false;
+    const std::int64_t position = start_ + limitPosition_;
+    UT_ByteBlock block = source_->block(position);
+    if (!block.holds(position)) {
+        // The end; or a failure, and so is a block that was not asked for.
+        if (block.failed || block.length > 0) failed_ = true;
         return false;
     }
     // The block may begin before the window and reach beyond it.
-    const std::int64_t inBlock = start_ + limitPosition_ - block.start;
-    const char* const bytes = block.bytes.get();
-    std::int64_t available = static_cast<std::int64_t>(block.length) - inBlock;
-    if (length_ >= 0) available = std::min(available, length_ - limitPosition_);
-    cursor_ = bytes + inBlock;
+    const std::int64_t inBlock = position - block.start;
+    const std::int64_t available = std::min(static_cast<std::int64_t>(block.length) - inBlock, left());
+    cursor_ = block.bytes.get() + inBlock;
     floor_ = cursor_ - std::min(inBlock, limitPosition_);
     limit_ = cursor_ + available;
     limitPosition_ += available;
@@ -93,7 +92,7 @@ bool UT_IStream::fill() {
 
 // To be called when a read has taken bytes: the last one may have been among them.
 void UT_IStream::noteEnd() {
-    if (cursor_ == limit_ && length_ >= 0 && limitPosition_ >= length_) ended_ = true;
+    if (cursor_ == limit_ && left() <= 0) ended_ = true;
 }
 
 std::string_view UT_IStream::buffered() {
@@ -113,12 +112,12 @@ void UT_IStream::consume(std::size_t count) {
 int UT_IStream::readLarge(char* buffer, int count) {
     held_.reset();
     floor_ = cursor_ = limit_ = nullptr;
-    std::int64_t wanted = count;
-    if (length_ >= 0) wanted = std::min(wanted, length_ - limitPosition_);
+    const std::int64_t wanted = std::min<std::int64_t>(count, left());
     int done = 0;
     while (done < wanted) {
-        const std::int64_t n =
-            source_->readAt(start_ + limitPosition_, buffer + done, static_cast<std::size_t>(wanted - done));
+        const std::int64_t missing = wanted - done;
+        const std::int64_t n = std::min(
+            source_->readAt(start_ + limitPosition_, buffer + done, static_cast<std::size_t>(missing)), missing);
         if (n < 0) failed_ = true;
         if (n <= 0) break;
         done += static_cast<int>(n);
@@ -194,7 +193,7 @@ bool UT_IStream::readString(UT_String& text, bool) {
 
 bool UT_IStream::readWord(UT_String& text) {
     int c = nextCharacter();
-    while (c >= 0 && isBlank(c)) c = nextCharacter();
+    while (c >= 0 && textscan::isSpace(static_cast<char>(c))) c = nextCharacter();
     if (c < 0) return false;
     std::string word;
     if (c == '"') {
@@ -210,8 +209,7 @@ bool UT_IStream::readWord(UT_String& text) {
     } else {
         word += static_cast<char>(c);
         // The blank that ends the word is left for whoever reads on by lines.
-        while (!buffered().empty() && !isBlank(static_cast<unsigned char>(*cursor_)))
-            word += static_cast<char>(nextCharacter());
+        while (!buffered().empty() && !textscan::isSpace(*cursor_)) word += static_cast<char>(nextCharacter());
     }
     cutAtNul(word);
     text.harden(word.c_str());
@@ -242,8 +240,8 @@ bool UT_IStream::getLine(UT_WorkBuffer& line, int end) {
     return true;
 }
 
-bool UT_IStream::seekg(std::int64_t position, int) {
-    if (!source_ || position < 0 || position > INT64_MAX - start_) return false;
+bool UT_IStream::seekg(std::int64_t position, int origin) {
+    if (!source_ || origin != 0 || position < 0 || position > INT64_MAX - start_) return false;
     const std::int64_t behind = limitPosition_ - position;  // how far the place lies before limit_
     if (floor_ != nullptr && behind >= 0 && behind <= limit_ - floor_) {
         cursor_ = limit_ - behind;

@@ -56,15 +56,17 @@ public:
     bool getLine(UT_WorkBuffer& line, int end);
 
     // Moves to a position counted from the stream's beginning; origin 0 is the only one. No system call within what is
-    // buffered. False for a negative position, and on a forward-only source unless the position lies ahead or in what
-    // is buffered.
+    // buffered. False, and nothing moves, for a negative position, for another origin, over nothing, and on a source
+    // that can't seek unless the position lies in what is buffered. A position behind the end is one where a read finds
+    // none.
     bool seekg(std::int64_t position, int origin);
     // The position, in bytes from the stream's beginning.
     std::int64_t tellg() const;
     // True once a read has taken the last byte or found none, and always when there is nothing open; false on a fresh
     // stream.
     bool isEof() const { return ended_; }
-    // Bytes of the stream in all, or -1 where that is known only at the end.
+    // Bytes of the stream in all, or -1 where that is known only at the end. A sub-stream of a source that doesn't know
+    // its size says what it was made for.
     std::int64_t getSize() const;
 
     // Sets the read type for a stretch; popBinary restores what was before.
@@ -93,6 +95,7 @@ public:
                UT_ISTREAM_READTYPE type);
 
 private:
+    std::int64_t left() const;
     bool fill();
     void noteEnd();
     int readLarge(char* buffer, int count);

@@ -28,12 +28,29 @@ public:
         std::memcpy(out, text_.data() + position, n);
         return static_cast<std::int64_t>(n);
     }
+    bool isSeekable() const override { return seekable; }
     int reads = 0;
     std::int64_t failAt = -1;
+    bool seekable = true;
 
 private:
     const std::string text_;
     const bool sizeKnown_;
+};
+
+// Zeros without an end, and whatever it is made to say about them.
+class LyingSource : public UT_ByteSource {
+public:
+    std::int64_t size() const override { return saidSize; }
+    std::int64_t readAt(std::int64_t, char* out, std::size_t count) override {
+        std::memset(out, 0, count);
+        return static_cast<std::int64_t>(count) * saidTimes;
+    }
+    UT_ByteBlock block(std::int64_t position) override {
+        if (saidStart < 0) return UT_ByteSource::block(position);
+        return {.bytes = std::make_shared<char[]>(8), .start = saidStart, .length = 8};
+    }
+    std::int64_t saidSize = -1, saidTimes = 1, saidStart = -1;
 };
 
 UT_IStream over(std::string_view text) {
@@ -168,14 +185,17 @@ TEST(SubStream, WindowsOnOneSourceDoNotDisturbEachOther) {
 TEST(SubStream, WindowsMayLiveOnDifferentThreads) {
     const ScratchDir dir;
     const std::string text = numbered(1'000'000);
-    UT_IFStream parent(dir.write("f", text).c_str(), UT_ISTREAM_BINARY);
+    UT_IFStream byPath(dir.write("f", text).c_str(), UT_ISTREAM_BINARY);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(dir.path("f").c_str(), "r"), std::fclose);
+    UT_IStream byFile(file.get(), UT_ISTREAM_BINARY);
     const auto check = [&](UT_IStream* window, std::size_t offset) {
         const std::unique_ptr<UT_IStream> owned(window);
         EXPECT_EQ(readAll(*owned), text.substr(offset, 400'000));
     };
     std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < 4; ++i)
-        threads.emplace_back(check, parent.getSubStream(static_cast<std::int64_t>(i) * 100'000, 400'000), i * 100'000);
+    for (UT_IStream* parent : {static_cast<UT_IStream*>(&byPath), &byFile})
+        for (const int start : {0, 100'000, 200'000, 300'000})
+            threads.emplace_back(check, parent->getSubStream(start, 400'000), start);
     for (auto& thread : threads) thread.join();
 }
 
@@ -210,12 +230,67 @@ TEST(Source, IsAskedNoMoreThanNeeded) {
 }
 
 TEST(Source, AFailedReadIsToldApartFromTheEnd) {
-    const auto source = std::make_shared<CountingSource>(numbered(200'000));
-    source->failAt = 100'000;
-    UT_IStream stream(source, UT_ISTREAM_BINARY);
-    EXPECT_LT(readAll(stream).size(), 200'000u);
-    EXPECT_TRUE(stream.isEof());
-    EXPECT_TRUE(stream.hasFailed());
+    for (const bool seekable : {true, false}) {
+        const auto source = std::make_shared<CountingSource>(numbered(200'000));
+        source->failAt = 100'000;
+        source->seekable = seekable;
+        UT_IStream stream(source, UT_ISTREAM_BINARY);
+        EXPECT_LT(readAll(stream).size(), 200'000u);
+        EXPECT_TRUE(stream.isEof());
+        EXPECT_TRUE(stream.hasFailed());
+    }
+}
+
+TEST(Source, ThatLiesDoesNoHarm) {
+    char piece[1000];
+    std::string large(200'000, 'x');
+    const auto more = std::make_shared<LyingSource>();
+    more->saidTimes = 4;  // more than it was asked for
+    UT_IStream stream(more, UT_ISTREAM_BINARY);
+    for (int i = 1; i <= 500; ++i) {
+        EXPECT_EQ(stream.bread(piece, sizeof piece), 1000);
+        EXPECT_EQ(stream.tellg(), i * 1000);
+    }
+    EXPECT_EQ(stream.bread(large.data(), 200'000), 200'000);
+
+    const auto growing = std::make_shared<LyingSource>();
+    for (const int said : {10, 1000, 300'000}) {  // each in the block of the one before
+        growing->saidSize = said;
+        UT_IStream window(growing, UT_ISTREAM_BINARY);
+        EXPECT_TRUE(window.seekg(said - 1, 0));
+        EXPECT_EQ(window.bread(piece, 5), 1);
+    }
+
+    for (const std::int64_t start : {std::int64_t{101}, std::int64_t{92}, INT64_MAX}) {
+        const auto elsewhere = std::make_shared<LyingSource>();
+        elsewhere->saidStart = start;
+        UT_IStream window(elsewhere, UT_ISTREAM_BINARY);
+        EXPECT_TRUE(window.seekg(100, 0));
+        EXPECT_EQ(window.bread(piece, 5), 0);
+        EXPECT_TRUE(window.hasFailed());
+    }
+}
+
+TEST(Seeking, EndsAtTheLastPositionThatThereCanBe) {
+    std::string large(200'000, 'x');
+    const auto endless = std::make_shared<LyingSource>();
+    UT_IStream stream(endless, UT_ISTREAM_BINARY);
+    for (const int wanted : {100, 200'000}) {
+        EXPECT_TRUE(stream.seekg(INT64_MAX - 3, 0));
+        EXPECT_EQ(stream.bread(large.data(), wanted), 3);
+        EXPECT_TRUE(stream.isEof());
+        EXPECT_EQ(stream.tellg(), INT64_MAX);
+    }
+    const std::unique_ptr<UT_IStream> tail(stream.getSubStream(INT64_MAX - 3, INT64_MAX));
+    EXPECT_EQ(readAll(*tail).size(), 3u);
+    EXPECT_FALSE(tail->seekg(4, 0));
+    EXPECT_FALSE(stream.seekg(-1, 0));
+    EXPECT_FALSE(stream.seekg(0, 1)) << "positions count from the beginning alone";
+
+    UT_IStream text = over("abc");
+    EXPECT_TRUE(text.seekg(INT64_MAX, 0));
+    EXPECT_FALSE(text.isEof()) << "nothing was tried";
+    EXPECT_EQ(readAll(text) + (text.seekg(1, 0) ? readAll(text) : ""), "bc");
 }
 
 TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
