@@ -25,14 +25,20 @@ public:
     ~UT_OStrStream() override;
 
     std::strstreambuf* rdbuf() { return &buffer_; }
-    // The bytes written so far, not NUL-terminated, frozen: the stream doesn't release or move them until
-    // rdbuf()->freeze(false). Null when nothing was written.
+    // The bytes written so far, pcount() of them, not NUL-terminated, frozen: the stream doesn't release or move them
+    // until rdbuf()->freeze(false).
     char* str() { return buffer_.str(); }
     // Number of bytes written so far.
-    std::size_t pcount() const { return static_cast<std::size_t>(buffer_.pcount()); }
+    std::size_t pcount() const { return buffer_.written(); }
 
 private:
-    std::strstreambuf buffer_;
+    // The standard's own count is an int, which large output wraps.
+    class Buffer : public std::strstreambuf {
+    public:
+        using std::strstreambuf::strstreambuf;
+        std::size_t written() const { return static_cast<std::size_t>(pptr() - pbase()); }
+    };
+    Buffer buffer_;
 };
 #pragma GCC diagnostic pop
 #pragma pop_macro("__DEPRECATED")

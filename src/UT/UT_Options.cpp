@@ -40,5 +40,5 @@ bool UT_Options::load(const char* name, UT_IStream& stream) {
         }
         setOptionFromText(option.buffer(), value);
     }
-    return true;
+    return !stream.hasFailed();
 }

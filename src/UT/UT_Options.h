@@ -23,7 +23,7 @@ public:
     // Reads options to the end of the stream and adds them to what is here; of a name given twice the later value
     // holds. A line is a name and a value, each a word as UT_IStream::readString reads it; a line whose first word
     // begins with `#` is a comment. `name` says where the text comes from, for getSource. False at the first line that
-    // is no such pair, and for a stream that has nothing open; what was read before stays.
+    // is no such pair, when reading fails, and for a stream over nothing; what was read before stays.
     bool load(const char* name, UT_IStream& stream);
     // The name given to the last load, empty before; borrowed until the next load.
     const char* getSource() const { return source_.c_str(); }

@@ -51,7 +51,7 @@ std::ostream& UTwrite(std::ostream& out, const char* data, int count) {
 }
 
 std::ostream& UTwrite(std::ostream& out, const int* values, int count) {
-    for (int i = 0; i < count; ++i) writeInteger(out, values[i]);
+    for (int i = 0; values != nullptr && i < count; ++i) writeInteger(out, values[i]);
     return out;
 }
 
@@ -92,7 +92,7 @@ bool UTcopyStreamToStream(UT_IStream& in, std::ostream& out, unsigned count, UT_
         left -= block.size();
     }
     if (filter != nullptr && out.good() && !filterBlock(out, {}, true, *filter, buffer)) return false;
-    return out.good() && !in.hasFailed() && (toTheEnd || left == 0);
+    return out.good() && in.getSource() && !in.hasFailed() && (toTheEnd || left == 0);
 }
 
 int UTcheckOutStream(std::ostream& out, const char* message, const char* second) {

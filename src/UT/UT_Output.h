@@ -24,14 +24,13 @@ TARVANI_EXPORT void UTsaveStringBinary(std::ostream& out, const char* text, UT_S
 // failed; the stream then has failbit or badbit set.
 TARVANI_EXPORT bool UTwriteFiltered(std::ostream& out, const char* data, int count, UT_StreamBufferFilter* filter);
 // Copies up to `count` bytes from where `in` stands, through `filter` if it isn't null; UT_COPY_ALL copies to the end.
-// True when all of that was there and went out. False when the input ended before `count` bytes, reading failed, or the
-// filter or the output failed.
+// True when all of that was there and went out. False when the input ended before `count` bytes, reading failed, the
+// input is over nothing, or the filter or the output failed.
 TARVANI_EXPORT bool UTcopyStreamToStream(UT_IStream& in, std::ostream& out, unsigned count,
                                          UT_StreamBufferFilter* filter);
 // Looks at the stream's state. On a bad stream it writes `message`, and `second` behind it unless null, to the standard
 // error stream and gives 0; otherwise it gives 1.
 TARVANI_EXPORT int UTcheckOutStream(std::ostream& out, const char* message, const char* second);
 // Writes a text so that one UT_IStream::readString in text mode reads it back: a plain word as it is, everything else
-// in double quotes with
-// \" \\ \n \r \t. Null and empty are "".
+// in double quotes with \" \\ \n \r \t. Null and empty are "".
 TARVANI_EXPORT std::ostream& operator<<(std::ostream& out, const UT_String& text);

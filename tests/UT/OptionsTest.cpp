@@ -15,6 +15,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace {
@@ -114,6 +115,9 @@ TEST(Options, AFaultyLineEndsTheReadingAndKeepsWhatCameBefore) {
     UT_IFStream nothing("/no/such/file", UT_ISTREAM_BINARY);
     EXPECT_FALSE(options.load(nullptr, nothing));
     EXPECT_STREQ(options.getSource(), "");
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> directory(std::fopen("/", "r"), std::fclose);
+    UT_IStream failing(directory.get(), UT_ISTREAM_BINARY);
+    EXPECT_FALSE(options.load("/", failing)) << "what can't be read isn't an empty set";
 }
 
 TEST(OptionScan, FollowsThePosixRules) {

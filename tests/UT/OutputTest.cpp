@@ -7,6 +7,7 @@
 #include <UT/UT_WorkBuffer.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <sstream>
 
@@ -24,11 +25,13 @@ public:
         lasts += last;
         if (calls == failingCall) return false;
         kept_.append(data, count);
-        while (kept_.size() >= 3 || (last && !kept_.empty())) {
-            std::string block = kept_.substr(0, 3);
-            kept_.erase(0, block.size());
-            out.append(std::string(block.rbegin(), block.rend()).c_str(), static_cast<int>(block.size()));
+        std::size_t done = 0;
+        for (; done + 3 <= kept_.size() || (last && done < kept_.size()); done += 3) {
+            std::string block = kept_.substr(done, 3);
+            std::reverse(block.begin(), block.end());
+            out.append(block);
         }
+        kept_.erase(0, done);
         return true;
     }
     int calls = 0;
@@ -77,6 +80,7 @@ TEST(BinaryOutput, IsTheInverseOfReading) {
     std::ostringstream out;
     const int values[] = {0, -1, 0x01020304, INT32_MIN, INT32_MAX};
     UTwrite(out, values, 5);
+    UTwrite(UTwrite(out, static_cast<const int*>(nullptr), 1), static_cast<const char*>(nullptr), 1);
     UTsaveStringBinary(out, "geo", UT_STRING_BINARY32);
     UTsaveStringBinary(out, nullptr, UT_STRING_BINARY32);
     EXPECT_EQ(out.str().substr(8, 4), "\4\3\2\1");
@@ -114,6 +118,9 @@ TEST(Copying, TakesAsMuchAsItIsToldAndSaysWhetherThatWasThere) {
     bad.setstate(std::ios::badbit);
     EXPECT_FALSE(UTcopyStreamToStream(in, bad, UT_COPY_ALL, nullptr));
     EXPECT_EQ(in.tellg(), 0) << "nothing is taken that can't be written";
+    UT_IFStream nothing("/no/such/file", UT_ISTREAM_BINARY);
+    std::ostringstream out;
+    EXPECT_FALSE(UTcopyStreamToStream(nothing, out, UT_COPY_ALL, nullptr));
 }
 
 TEST(Filters, GetEveryByteOnceAndAreToldOfTheEndOnce) {
