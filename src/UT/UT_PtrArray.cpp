@@ -20,6 +20,7 @@ void UT_PtrArrayRaw::move(int from, int to, int count) {
 }
 
 void UT_PtrArrayRaw::sort(int (*compare)(const void*, const void*)) {
+    if (!compare) return;
     sortElements([](void* a, void* b, void* context) { return (*static_cast<decltype(compare)*>(context))(&a, &b); },
                  &compare);
 }

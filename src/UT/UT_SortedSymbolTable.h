@@ -20,7 +20,8 @@ public:
     // The thing of a name. For an unknown name, which isn't added, a spare thing that holds null.
     UT_Thing& operator[](const char* name) const;
     UT_Thing& operator[](std::string_view name) const;
-    // The thing at a place of the order. Out of range a spare thing that holds null.
+    // The thing at a place of the order. Out of range a spare thing that holds null. The first call behind a removal
+    // closes the gap, which ends references and names that were given before.
     UT_Thing& operator[](unsigned index) const;
     UT_Thing& operator[](int index) const;
 

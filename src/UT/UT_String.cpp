@@ -3,6 +3,7 @@
 #include <UT/UT_String.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -74,6 +75,10 @@ char* UT_String::writable() {
     return text_;
 }
 
+int UT_String::length() const {
+    return static_cast<int>(std::min<std::size_t>(view().size(), INT_MAX));
+}
+
 void UT_String::clear() {
     release();
 }
@@ -124,12 +129,15 @@ char* UT_String::steal() {
 }
 
 UT_String& UT_String::operator+=(const char* text) {
-    return text ? *this += std::string_view(text) : *this;
+    return *this += text ? std::string_view(text) : std::string_view();
 }
 
 UT_String& UT_String::operator+=(std::string_view text) {
     text = upToNul(text);
-    if (text.data()) adopt(joined(view(), text));
+    if (text.data())
+        adopt(joined(view(), text));
+    else
+        harden();
     return *this;
 }
 

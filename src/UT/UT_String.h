@@ -40,8 +40,8 @@ public:
     char* writable();
     // The characters without the ending NUL; empty, with null data, for a null string.
     std::string_view view() const { return text_ ? std::string_view(text_) : std::string_view(); }
-    // In characters; 0 for a null string. Counted at every call.
-    int length() const { return static_cast<int>(view().size()); }
+    // In characters; 0 for a null string. Counted at every call. INT_MAX for a text longer than that.
+    int length() const;
     // True for a null and for an empty string.
     bool isEmpty() const { return !text_ || !*text_; }
     bool isNull() const { return !text_; }

@@ -10,8 +10,8 @@
 //
 // Entries may be added and removed while the table is being walked: a removed one isn't reached any more, an added one
 // is. A reference to a thing, and a name that a walk gave, are valid until an entry is added or removed; while a walk
-// goes on, names stay for as long as it does, and references until an entry is added. Null names are unknown to every
-// table. For one thread at a time, reading too.
+// goes on, names stay for as long as it does, and references until an entry is added. A table must outlive its walks
+// and is not assigned to meanwhile. Null names are unknown to every table. For one thread at a time, reading too.
 #include <UT/UT_Export.h>
 #include <UT/UT_Thing.h>
 

@@ -9,6 +9,11 @@
 
 class UT_WorkArgs {
 public:
+    UT_WorkArgs() = default;
+    // A copy shows the same words. There is no move, which would leave the array without its null.
+    UT_WorkArgs(const UT_WorkArgs&) = default;
+    UT_WorkArgs& operator=(const UT_WorkArgs&) = default;
+
     // Words in all.
     int entries() const { return static_cast<int>(words_.size()) - 1; }
     int argc() const { return entries(); }

@@ -10,7 +10,7 @@
 #include <utility>
 
 namespace {
-constexpr std::size_t kMostCharacters = std::numeric_limits<int>::max() - 1;
+constexpr std::size_t kMostCharacters = std::numeric_limits<int>::max();
 constexpr std::size_t kFirstCapacity = 63;  // with its NUL a block of 64 bytes
 }  // namespace
 
@@ -68,7 +68,7 @@ int UT_WorkBuffer::sprintf(const char* format, ...) {
     va_copy(again, arguments);
     const int length = std::vsnprintf(small, sizeof small, format, arguments);
     va_end(arguments);
-    if (length < 0 || static_cast<std::size_t>(length) > kMostCharacters) {
+    if (length < 0) {
         assign({});
     } else if (static_cast<std::size_t>(length) < sizeof small) {
         assign({small, static_cast<std::size_t>(length)});
@@ -91,8 +91,8 @@ char* UT_WorkBuffer::lock(int offset, unsigned length) {
         if (isLocked()) return nullptr;
         grow(wanted - view().size());
     }
-    // Not under a second lock: the holder of the first may have written there.
-    if (!isLocked()) std::memset(text_ + length_, 0, wanted - view().size() + 1);
+    // All that a later lock may ask for too: by then the holder of this one may have written there.
+    if (!isLocked()) std::memset(text_ + length_, 0, static_cast<std::size_t>(capacity_ - length_) + 1);
     ++lockCount_;
     return text_ + offset;
 }

@@ -116,6 +116,14 @@ TEST(WorkBuffer, TheLengthFollowsWhatALockLeaves) {
     buffer.release(0);
     EXPECT_EQ(buffer.view(), "y");
 
+    buffer.strcpy("0123456789");
+    buffer.clear();
+    buffer.lock(0, 1);
+    std::fill_n(buffer.lock(0, 8), 8, 'z');  // under the first lock, and beyond what that asked for
+    buffer.release(0);
+    buffer.release(0);
+    EXPECT_EQ(buffer.view(), "zzzzzzzz");
+
     UT_WorkBuffer empty;
     EXPECT_NE(empty.lock(0, 0), UT_WorkBuffer().buffer());  // what may be written on isn't the shared empty text
 }
@@ -238,6 +246,7 @@ TEST(PtrArraySort, TheUntypedOneIsGivenPlacesOfElements) {
     UT_PtrArrayRaw array;
     int numbers[] = {3, 1, 2};
     for (int& number : numbers) array.append(&number);
+    array.sort(nullptr);  // changes nothing
     array.sort(
         [](const void* a, const void* b) { return **static_cast<int* const*>(a) - **static_cast<int* const*>(b); });
     EXPECT_EQ(std::vector<void*>(array.begin(), array.end()),

@@ -29,8 +29,9 @@ std::vector<std::string> words(const char* text) {
         UT_WorkArgs args;
         const int count = line.dosParse(args);
         EXPECT_EQ(count, args.entries());
-        EXPECT_EQ(args.argv()[count], nullptr);
         kept.assign(args.argv(), args.argv() + count);
+        const UT_WorkArgs taken(std::move(args));
+        EXPECT_EQ(args.argv()[count], nullptr);  // still a list that can be read and appended to
     }
     return {kept.begin(), kept.end()};  // the list has gone, the words stay
 }
@@ -122,6 +123,9 @@ TEST(String, NullIsAnEmptyTextEverywhere) {
     EXPECT_TRUE(null.isNull());
     null += "x";
     EXPECT_EQ(null, "x");
+    UT_String literal("x");
+    literal += nullptr;
+    EXPECT_FALSE(literal.isReference());
     EXPECT_EQ(UT_String("ab\0c"_n), "ab");
 }
 
