@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
@@ -31,8 +32,9 @@ bool isKnown(UT_KnownPath path) {
 
 std::string_view counted(const char* text, int length) {
     if (!text) return {};
-    const std::string_view whole(text);
-    return length < 0 ? whole : whole.substr(0, static_cast<std::size_t>(length));
+    // Counted by strnlen: a text whose length is given need not have an end.
+    return length < 0 ? std::string_view(text)
+                      : std::string_view(text, strnlen(text, static_cast<std::size_t>(length)));
 }
 
 // Where the first element of a path text ends: at ";", or at ":" unless "//" follows, as in an address.
@@ -262,11 +264,12 @@ void UT_PathSearch::getHomeTarvani(UT_String& out) {
 
 bool UT_PathSearch::resolveAbsolutePath(const char* path, UT_String& out) {
     UT_String absolute(path, 1, -1);
-    if (absolute.isEmpty() || !UTmakeAbsoluteFilePath(absolute, nullptr)) {
+    const bool done = UTmakeAbsoluteFilePath(absolute, nullptr);
+    const std::string_view rest = stripFilePrefix(absolute.view());
+    if (!done || rest.empty()) {
         out.clear();
         return false;
     }
-    const std::string_view rest = stripFilePrefix(absolute.view());
     if (!rest.starts_with('/')) {
         out = absolute;
         return true;

@@ -64,8 +64,8 @@ public:
     // $XDG_CONFIG_HOME/tarvani, else .config/tarvani in the home directory. Null if there is no home directory.
     static void getHomeTarvani(UT_String& out);
     // The absolute form of a path, from the current directory, with `.`, `..` and repeated slashes resolved as text and
-    // a final slash kept. A path with a registered prefix stays as it is. False for null, empty and a lost current
-    // directory; `out` is then null.
+    // a final slash kept. A path with a registered prefix stays as it is. False for null, for an empty path,
+    // behind "file:" too, and for a lost current directory; `out` is then null.
     static bool resolveAbsolutePath(const char* path, UT_String& out);
     // Shortens a path for display, in place: the user's home directory in front becomes `~`. Gives 1 if it did.
     static int condenseCommon(UT_String& path);

@@ -93,7 +93,8 @@ TEST(PathText, AnEmptyElementStandsForTheDefaults) {
     EXPECT_THAT(with("/a", -1), ElementsAre("/a"));
     EXPECT_THAT(with("/a:", -1), ElementsAre("/a", "/d", "/e"));
     EXPECT_THAT(with("/a::/b", -1), ElementsAre("/a", "/d", "/e", "/b"));
-    EXPECT_THAT(with("/a:/b", 2), ElementsAre("/a"));
+    constexpr char kWithoutEnd[] = {'/', 'a'};
+    EXPECT_THAT(with(kWithoutEnd, 2), ElementsAre("/a"));
 
     UT_PathSearch path("/a", -1, "", 0);
     path.extendPath(nullptr, -1, "/b:$NO_SUCH_VARIABLE:/c", -1);

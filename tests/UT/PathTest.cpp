@@ -123,6 +123,7 @@ TEST(Path, ResolvingTakesOutDotsAsText) {
         std::string resolved;
     } cases[] = {{nullptr, ""},
                  {"", ""},
+                 {"file:", ""},
                  {"/", "/"},
                  {"//a///b/", "/a/b/"},
                  {"/a/./b/../c", "/a/c"},
