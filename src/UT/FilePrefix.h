@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
-// The path without the prefix.
+// The path without the prefix. Helpers see the prefix, so it goes only just before the local file system is used.
 inline std::string_view stripFilePrefix(std::string_view path) {
     constexpr std::string_view kPrefix = "file:";
     const bool has =
