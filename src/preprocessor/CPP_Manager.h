@@ -23,6 +23,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <string_view>
 
 class CPP_File;
@@ -91,6 +92,7 @@ private:
     class Expansion;
     struct Work;
     enum class RawLine : int { None = 0, Ready = 1, Source = 2 };
+    enum class Directive;
 
     // Set-up.
     void addPredefinedMacros();
@@ -102,23 +104,29 @@ private:
 
     // Input.
     bool push(std::unique_ptr<CPP_File> file);
-    CPP_File* openFile(std::string_view name, int search);
-    UT_String findFile(std::string_view operand);
+    bool openFile(std::string_view operand, int search);
+    std::string findFile(std::string_view operand, bool search);
     RawLine getRawLine(UT_WorkBuffer& line);
-    bool takeRawLine(UT_WorkBuffer& line, bool& fileEnded);
-    void makeError(UT_WorkBuffer& out, CPP_File* file, std::string_view message, const char* kind);
-    void makeDirectiveError(UT_WorkBuffer& out, CPP_File* file, std::string_view message);
+    void endFile(UT_WorkBuffer& line);
+
+    // Lines of the preprocessor's own.
+    static void makeMarker(UT_WorkBuffer& out, int lineNumber, const CPP_File& file);
+    void makeError(UT_WorkBuffer& out, const CPP_File* file, std::string_view message, const char* kind);
+    void makeDirectiveError(UT_WorkBuffer& out, std::string_view message);
     void addBlankLine();
 
     // Lines and directives.
     void expandLine(UT_WorkBuffer& line);
     void expandText(UT_WorkBuffer& line);
     void stripComments(UT_WorkBuffer& line);
+    static Directive directiveOf(std::string_view word);
     void processCommand(std::string_view text, UT_WorkBuffer& out);
-    void doInclude(std::string_view text, UT_WorkBuffer& out, bool silent);
+    bool expandDirective(std::string_view& text, UT_WorkBuffer& out);
+    void processConditional(Directive directive, std::string_view operand, CPP_File& file, UT_WorkBuffer& out);
+    void doInclude(std::string_view operand, UT_WorkBuffer& out, bool silent);
+    void setLine(std::string_view operand, CPP_File& file, UT_WorkBuffer& out);
 
-    // Conditions.
-    int evalExpression(CPP_File* file, std::string_view text, int checkState);
+    // Conditions: 1 true, 0 false, -1 a syntax error.
     int expression(std::string_view text) const;
     int isDefined(std::string_view name, int skipSpace) const;
 

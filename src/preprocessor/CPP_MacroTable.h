@@ -1,0 +1,50 @@
+// Private: the macros of a manager, by name. The table owns them. Most words of most lines are no macros, so a small
+// filter in front of the hash table answers for those.
+#pragma once
+#include <UT/UT_SymbolTable.h>
+#include <preprocessor/CPP_Macro.h>
+
+#include <bitset>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+class CPP_MacroTable : public UT_SymbolTable {
+public:
+    CPP_MacroTable() = default;
+    ~CPP_MacroTable() override;
+    CPP_MacroTable(const CPP_MacroTable&) = delete;
+    CPP_MacroTable& operator=(const CPP_MacroTable&) = delete;
+
+    // The macro of that name, null if there is none.
+    const CPP_Macro* find(std::string_view name) const {
+        if (name.empty() || !maybe_[slotOf(name)]) return nullptr;
+        const UT_Thing* const thing = thingOf(name);
+        return thing ? thing->as<const CPP_Macro>() : nullptr;
+    }
+    // Adds a macro in the place of one with that name.
+    void add(std::string_view name, std::unique_ptr<CPP_Macro> macro);
+    void remove(std::string_view name);
+
+    // While held, macros that go are kept: an expansion reads their text, and a line source, which is an application's
+    // code, may undefine them meanwhile.
+    void hold() { ++holds_; }
+    void unhold() {
+        if (--holds_ == 0) gone_.clear();
+    }
+
+private:
+    static constexpr std::size_t kFilterBits = 8192;
+
+    // Names that differ in length, or at one end, mostly have different slots.
+    static std::size_t slotOf(std::string_view name) {
+        const std::size_t first = static_cast<unsigned char>(name.front());
+        const std::size_t last = static_cast<unsigned char>(name.back());
+        const std::size_t middle = static_cast<unsigned char>(name[name.size() / 2]);
+        return (first * 37 + last * 419 + middle * 1031 + name.size() * 67) % kFilterBits;
+    }
+
+    std::bitset<kFilterBits> maybe_;  // set for every name that ever was in the table
+    std::vector<std::unique_ptr<CPP_Macro>> gone_;
+    int holds_ = 0;
+};
