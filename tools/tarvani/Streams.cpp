@@ -57,6 +57,11 @@ public:
         if (parts_.isLocal && parts_.sections.empty() && isRegularFile(parts_.file)) incomplete_.emplace(path);
     }
 
+    // Half a source must never pass for a whole section, whatever ended the copy.
+    ~Destination() { abandon(); }
+    Destination(const Destination&) = delete;
+    Destination& operator=(const Destination&) = delete;
+
     void write(std::string_view bytes) {
         writer_.getStream()->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         if (!canGoOn()) throw failed();
@@ -65,9 +70,9 @@ public:
         UT_String reason;
         if (!writer_.finish(&reason)) throw failed(reason);
     }
-    // The source failed: what came of it must not pass for the whole.
+    // Gives up what has been written, unless that is finished. Says what is left behind.
     std::string abandon() {
-        writer_.getStream()->setstate(std::ios::badbit);
+        if (writer_.getStream()) writer_.getStream()->setstate(std::ios::badbit);
         writer_.finish();
         return incomplete_ ? "; " + path_ + " is incomplete" : "";
     }

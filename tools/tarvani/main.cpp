@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <new>
 #include <string>
 
@@ -142,6 +143,9 @@ int main(int argc, char** argv) {
         status = kFailed;
     } catch (const std::bad_alloc&) {
         complain({"memory", "there is not enough of it for this work"});
+        status = kFailed;
+    } catch (const std::exception& failure) {
+        complain({"internal failure", failure.what()});
         status = kFailed;
     }
     return status;
