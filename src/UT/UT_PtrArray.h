@@ -11,7 +11,6 @@
 #include <UT/UT_Export.h>
 #include <UT/UT_RefArray.h>
 
-#include <memory>
 #include <type_traits>
 
 // The pointers without their type.
@@ -76,12 +75,12 @@ public:
     // Sorts in place, equal elements keeping their order. `compare` is given two elements and gives negative, 0 or
     // positive.
     template <class F>
-    void sort(F&& compare) {
+    void sort(F compare) {
         sortElements(
             [](void* a, void* b, void* context) -> int {
-                return (*static_cast<std::remove_reference_t<F>*>(context))(static_cast<T>(a), static_cast<T>(b));
+                return (*static_cast<F*>(context))(static_cast<T>(a), static_cast<T>(b));
             },
-            asVoid(std::addressof(compare)));
+            &compare);
     }
 
 private:

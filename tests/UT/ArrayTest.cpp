@@ -32,6 +32,10 @@ std::string shown(const UT_PtrArray<const char*>& array) {
     return text;
 }
 
+int difference(const int* a, const int* b) {
+    return *a - *b;
+}
+
 // Work buffers
 
 TEST(WorkBuffer, HoldsWhatAStringWouldHoldWhateverIsAppended) {
@@ -205,23 +209,21 @@ TEST(PtrArray, MovesARangeInsideTheArrayOnly) {
     const struct {
         int from, to, count;
         const char* moved;
-    } cases[] = {
-        {0, 3, 2, "cdeab"},
-        {3, 0, 2, "deabc"},
-        {1, 2, 2, "adbce"},
-        {2, 1, 2, "acdbe"},
-        {0, 0, 5, "abcde"},
-        {4, 0, 1, "eabcd"},
-        // these do nothing
-        {0, 4, 2, "abcde"},
-        {4, 0, 2, "abcde"},
-        {-1, 0, 2, "abcde"},
-        {0, -1, 2, "abcde"},
-        {0, 1, 0, "abcde"},
-        {0, 1, -1, "abcde"},
-        {0, 1, INT32_MAX, "abcde"},
-        {INT32_MAX, 0, INT32_MAX, "abcde"},
-    };
+    } cases[] = {{0, 3, 2, "cdeab"},
+                 {3, 0, 2, "deabc"},
+                 {1, 2, 2, "adbce"},
+                 {2, 1, 2, "acdbe"},
+                 {0, 0, 5, "abcde"},
+                 {4, 0, 1, "eabcd"},
+                 // these do nothing
+                 {0, 4, 2, "abcde"},
+                 {4, 0, 2, "abcde"},
+                 {-1, 0, 2, "abcde"},
+                 {0, -1, 2, "abcde"},
+                 {0, 1, 0, "abcde"},
+                 {0, 1, -1, "abcde"},
+                 {0, 1, INT32_MAX, "abcde"},
+                 {INT32_MAX, 0, INT32_MAX, "abcde"}};
     for (const auto& c : cases) {
         UT_PtrArray<const char*> array = letters("abcde");
         array.move(c.from, c.to, c.count);
@@ -237,7 +239,7 @@ TEST(PtrArraySort, KeepsTheOrderOfEqualElements) {
         for (int& number : numbers) array.append(&(number = static_cast<int>(random() % 10)));
         std::vector<int*> model(array.begin(), array.end());
         std::stable_sort(model.begin(), model.end(), [](int* a, int* b) { return *a < *b; });
-        array.sort([](const int* a, const int* b) { return *a - *b; });
+        array.sort(difference);
         EXPECT_EQ(std::vector<int*>(array.begin(), array.end()), model);
     }
 }
