@@ -281,6 +281,9 @@ TEST(Variables, ComeFromTheEnvironmentAndMayReplaceTheirOwnText) {
     UT_WorkBuffer buffer(std::string_view("$TARVANI_TEST/$TARVANI_TEST"));
     EXPECT_EQ(UTVariableScan(buffer, buffer.buffer(), nullptr, nullptr, true, true), 2);
     EXPECT_EQ(buffer.view(), "value/value");
+    UT_String string("$TARVANI_TEST/$TARVANI_TEST_UNKNOWN");
+    string.expandVariables();
+    EXPECT_EQ(string, "value/$TARVANI_TEST_UNKNOWN");
     EXPECT_EQ(TarvaniGetenv(nullptr), nullptr);
 }
 

@@ -85,9 +85,8 @@ TEST(GetLine, GivesEachLineOnceWithOrWithoutALastEnd) {
     const struct {
         const char* text;
         Lines expected;
-    } cases[] = {
-        {"", {}}, {"\n", {""}}, {"a", {"a"}}, {"a\nb", {"a", "b"}}, {"a\n\nb\n", {"a", "", "b"}}, {"a\r\n", {"a\r"}},
-    };
+    } cases[] = {{"", {}},          {"\n", {""}}, {"a", {"a"}}, {"a\nb", {"a", "b"}}, {"a\n\nb\n", {"a", "", "b"}},
+                 {"a\r\n", {"a\r"}}};
     for (const auto& c : cases) {
         UT_IStream stream = over(c.text);
         EXPECT_EQ(lines(stream), c.expected) << c.text;
@@ -315,15 +314,13 @@ TEST(BinaryString, ALyingLengthCostsNoMoreThanTheBytesThatAreThere) {
         std::string bytes;
         bool good;
         const char* text;
-    } cases[] = {
-        {std::string("\3\0\0\0geo", 7), true, "geo"},
-        {std::string("\0\0\0\0", 4), true, ""},
-        {std::string("\4\0\0\0a\0bc", 8), true, "a"},  // cut at a NUL
-        {std::string("\4\0\0\0geo", 7), false, ""},
-        {std::string("\xff\xff\xff\x7fgeo", 7), false, ""},
-        {std::string("\xff\xff\xff\xffgeo", 7), false, ""},  // negative
-        {std::string("\3\0", 2), false, ""},
-    };
+    } cases[] = {{std::string("\3\0\0\0geo", 7), true, "geo"},
+                 {std::string("\0\0\0\0", 4), true, ""},
+                 {std::string("\4\0\0\0a\0bc", 8), true, "a"},  // cut at a NUL
+                 {std::string("\4\0\0\0geo", 7), false, ""},
+                 {std::string("\xff\xff\xff\x7fgeo", 7), false, ""},
+                 {std::string("\xff\xff\xff\xffgeo", 7), false, ""},  // negative
+                 {std::string("\3\0", 2), false, ""}};
     for (const auto& c : cases) {
         UT_IStream stream = over(c.bytes);
         UT_String text;
