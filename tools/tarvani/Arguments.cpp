@@ -85,6 +85,22 @@ Given<int> addNumberOption(CLI::App& app, const char* name, int least, int most,
     return number;
 }
 
+Given<std::vector<std::string>> addLetters(CLI::App& app, std::span<const Letter> letters) {
+    const auto words = std::make_shared<std::vector<std::string>>();
+    for (const Letter& letter : letters) {
+        const std::string option(letter.name, 2);
+        if (option == letter.name) {
+            app.add_flag_callback(
+                   option, [=] { words->push_back(option); }, letter.help)
+                ->trigger_on_parse();
+            continue;
+        }
+        const auto take = [=](const std::string& given) { words->insert(words->end(), {option, given}); };
+        addRaw(app, letter.name, letter.help, take)->trigger_on_parse();
+    }
+    return words;
+}
+
 Given<bool> addFlag(CLI::App& app, const char* name, const char* help) {
     const auto flag = std::make_shared<bool>(false);
     app.add_flag(name, *flag, help);

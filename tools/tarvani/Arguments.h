@@ -3,6 +3,7 @@
 // anything. The name of an option is followed by a word for its value, as in "-d TEXT".
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,12 @@ Given<std::vector<std::string>> addOptionalText(CLI::App& app, const char* name,
 Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fewest, const char* help);
 // A number from `least` to `most`.
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help);
+// Options that are handed on as words, in the order in which they were given, each value a word of its own.
+struct Letter {
+    const char* name;  // "-P", or "-D TEXT" for one with a value
+    const char* help;
+};
+Given<std::vector<std::string>> addLetters(CLI::App& app, std::span<const Letter> letters);
 Given<bool> addFlag(CLI::App& app, const char* name, const char* help);
 // The option `name` must be given along with nothing else of its kind; its value is a number in a range, else
 // `standard`.

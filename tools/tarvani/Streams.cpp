@@ -3,19 +3,16 @@
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_Info.h>
-#include <stream/FS_Writer.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <optional>
-#include <ostream>
 
 #include "Arguments.h"
 #include "Command.h"
 #include "Console.h"
+#include "Destination.h"
 #include "Explain.h"
-#include "Interrupt.h"
 #include "LibraryPath.h"
 #include "Save.h"
 #include "Source.h"
@@ -44,63 +41,11 @@ void copyToOutput(const std::string& path) {
     }
 }
 
-bool isRegularFile(const std::string& file) {
-    struct stat status {};
-    return ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-// Where cp writes to: it knows what a failure leaves behind.
-class Destination {
-public:
-    explicit Destination(const std::string& path) : path_(path), parts_(path), writer_(path.c_str()) {
-        if (!canGoOn()) throw failed();
-        if (parts_.isLocal && parts_.sections.empty() && isRegularFile(parts_.file)) incomplete_.emplace(path);
-    }
-
-    // Half a source must never pass for a whole section, whatever ended the copy.
-    ~Destination() { abandon(); }
-    Destination(const Destination&) = delete;
-    Destination& operator=(const Destination&) = delete;
-
-    void write(std::string_view bytes) {
-        writer_.getStream()->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        if (!canGoOn()) throw failed();
-    }
-    void finish() {
-        UT_String reason;
-        if (!writer_.finish(&reason)) throw failed(reason);
-    }
-    // Gives up what has been written, unless that is finished. Says what is left behind.
-    std::string abandon() {
-        if (writer_.getStream()) writer_.getStream()->setstate(std::ios::badbit);
-        writer_.finish();
-        return incomplete_ ? "; " + path_ + " is incomplete" : "";
-    }
-
-private:
-    bool canGoOn() const { return writer_.getStream() && !writer_.getStream()->fail(); }
-    Failure failed() {
-        UT_String reason;
-        writer_.finish(&reason);
-        return failed(reason);
-    }
-    Failure failed(const UT_String& reason) const {
-        return {path_, reasonFor(path_, reason.view()) + (incomplete_ ? "; the file is incomplete" : "")};
-    }
-
-    std::string path_;
-    LibraryPath parts_;
-    FS_Writer writer_;
-    std::optional<IncompleteFile> incomplete_;  // a file that stands half-written until the end
-};
-
 void copy(const std::string& from, const std::string& to) {
     if (to == "-") return copyToOutput(from);
     // Everything that can be known before is asked before: opening a file for writing empties it.
     Source source(from);
     if (from != "-") refuseOverlap(from, to);
-    if (const std::string fault = whyUnwritable(to); !fault.empty()) throw Failure{to, fault};
-
     Destination destination(to);
     Progress progress(to, source.length(), true);
     try {
