@@ -87,6 +87,10 @@ namespace {
 
 std::atomic<unsigned long long> filterChangeCount = 0;
 
+std::string_view baseOf(std::string_view name) {
+    return name.substr(0, name.find('.'));
+}
+
 // What stands from the first "." of a name to its last; nothing unless it has two.
 std::string_view middleOf(std::string_view name) {
     const std::size_t first = name.find('.'), last = name.rfind('.');
@@ -111,7 +115,7 @@ UT_PathFileInfo::~UT_PathFileInfo() = default;
 
 void UT_PathFileInfo::copy(UT_PathFileInfo* source, UT_PF_CopyReason reason) {
     if (!source) return;
-    source->writeDirectory();
+    source->writePending();
     ownTexts();
     valid = source->valid;
     if (reason == UT_PF_COPY_TAKE_DISK_FILE) {
@@ -141,7 +145,7 @@ const char* UT_PathFileInfo::getFullPath() {
 // By the rule of the path: asking for the directory doesn't take a path apart.
 const char* UT_PathFileInfo::getDirectory() {
     Lazy::update(*this, Lazy::kFullPath);
-    writeDirectory();
+    writePending();
     return directory.buffer();
 }
 
@@ -157,12 +161,19 @@ const char* UT_PathFileInfo::getFileName() {
 
 const char* UT_PathFileInfo::getBaseName() {
     Lazy::update(*this, Lazy::kBaseName);
+    writePending();
     return baseName.buffer();
 }
 
 const char* UT_PathFileInfo::getExtension() {
     Lazy::update(*this, Lazy::kExtension);
     return extension.buffer();
+}
+
+// Without storing it: of a long list that is compared only few names are asked for.
+std::string_view UT_PathFileInfo::currentBaseName() {
+    Lazy::update(*this, Lazy::kBaseName);
+    return partsPending ? baseOf(fileName.view()) : baseName.view();
 }
 
 int UT_PathFileInfo::getHideFlag() {
@@ -180,9 +191,10 @@ int UT_PathFileInfo::getNoSaveFlag() {
     return hasFlag(kNoSave);
 }
 
-// Takes the parts that outlive the path from it, and from a name that is going the middle.
+// Takes the parts that outlive the path from it, and from a name that goes its middle.
 void UT_PathFileInfo::Lazy::prepare(UT_PathFileInfo& info, const Change& change) {
     if (info.isValid(kFullPathValid) && !info.isValid(change.keeps)) info.takeApart();
+    info.writePending();
     if ((change.clears & kFileNameValid) && info.isValid(kFileNameValid))
         store(info.middle, middleOf(info.fileName.view()));
 }
@@ -287,15 +299,15 @@ void UT_PathFileInfo::deconstructFullPath(int index) {
     const bool isLone = slash == path.npos;
     const std::string_view name = path.substr(isLone ? 0 : slash + 1);
     const bool shares = !isLone && fullPath.buffer() == diskPath.buffer() && path.size() == fullPath.view().size();
-    directoryPending = shares;
+    partsPending = shares;
     if (shares) {
         fileName = UT_String(name.data());  // ends where the path ends
     } else {
         directory = isLone ? std::string_view(".") : path.substr(0, slash);
         fileName = name;
+        cutBaseName();
     }
     cutExtension();
-    cutBaseName();
     valid |= kDirIndexValid | kFileNameValid | kBaseNameValid | kExtensionValid | kHintValid;
 }
 
@@ -307,8 +319,7 @@ void UT_PathFileInfo::joinFileName() {
 }
 
 void UT_PathFileInfo::cutBaseName() {
-    const std::string_view name = fileName.view();
-    baseName = name.substr(0, name.find('.'));
+    baseName = baseOf(fileName.view());
     valid |= kBaseNameValid;
 }
 
@@ -371,16 +382,17 @@ void UT_PathFileInfo::placeOnDisk(std::string_view path) {
 }
 
 void UT_PathFileInfo::ownTexts() {
-    writeDirectory();
+    writePending();
     fullPath.harden();
     fileName.harden();
     extension.harden();
 }
 
-void UT_PathFileInfo::writeDirectory() {
-    if (!directoryPending) return;
+void UT_PathFileInfo::writePending() {
+    if (!partsPending) return;
+    partsPending = false;
     directory = diskPath.view().substr(0, diskPath.view().rfind('/'));
-    directoryPending = false;
+    baseName = baseOf(fileName.view());
 }
 
 unsigned long long UT_PathFileInfo::filterChanges() {

@@ -128,8 +128,9 @@ private:
     void placeOnDisk(std::string_view path);
     int compareInOrder(const UT_PathFileInfo& other) const;
     void ownTexts();
-    void writeDirectory();
+    void writePending();
 
+    std::string_view currentBaseName();
     bool isRelatedTo(UT_PathFileInfo* other);
     int raisedIndex(int first, int start, bool aboveHidden, bool overVisible);
     bool canBeSaved(bool mustBeNew);
@@ -149,6 +150,6 @@ private:
     int dirIndex = 0;
     unsigned char flags = 0;          // of Flag
     unsigned char valid = kAllValid;  // of Valid
-    bool directoryPending = false;    // directory is that of diskPath, and not written yet
+    bool partsPending = false;        // directory and baseName are those of diskPath, and not written yet
     UT_PathFile* owner;
 };

@@ -4,7 +4,7 @@
 #include <pathfile/UT_PathFileInfo.h>
 #include <stream/FS_Info.h>
 
-#include <cstring>
+#include <string_view>
 
 int UT_PathFileInfo::prepareForSave(int mustBeNew, int aboveHidden, int overVisible) {
     const int start = dirIndex;
@@ -29,9 +29,9 @@ int UT_PathFileInfo::prepareForSave(int mustBeNew, int aboveHidden, int overVisi
 }
 
 bool UT_PathFileInfo::isRelatedTo(UT_PathFileInfo* other) {
-    const char* const name = getBaseName();
-    const char* const otherName = other ? other->getBaseName() : nullptr;
-    return name && otherName && std::strcmp(name, otherName) == 0;
+    const std::string_view name = currentBaseName();
+    // An entry without a name is related to nothing.
+    return other && name.data() && other->currentBaseName().data() && name == other->currentBaseName();
 }
 
 // The directory to begin with, by the unbroken run of related entries from position `first` on. They stand in order of

@@ -1,0 +1,73 @@
+#pragma once
+// Files along search paths. The known paths are read once in a process, so all tests share their directories, which
+// each finds empty:
+//
+//     0  hi, mid, lo, with hi behind a variable     1  lo/sub, lo     2  none
+#include <UT/UT_PathSearch.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pathfile/UT_PathFile.h>
+#include <pathfile/UT_PathFileInfo.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "../support/ScratchDir.h"
+
+class PathFiles : public testing::Test {
+protected:
+    using Texts = std::vector<std::string>;
+    static constexpr int kLo = 0, kMid = 1, kHi = 2;  // directory indexes
+
+    PathFiles() {
+        static const bool isSet = [] {
+            ::setenv("PATHFILE_TEST_ROOT", root().path().c_str(), 1);
+            ::setenv("TARVANI_PATH", ("$PATHFILE_TEST_ROOT/hi:" + path("mid") + ":" + path("lo")).c_str(), 1);
+            ::setenv("TARVANI_DSO_PATH", (path("lo/sub") + ":" + path("lo")).c_str(), 1);
+            ::setenv("TARVANI_SITE_DSO_PATH", "", 1);
+            ::setenv("TARVANI_HOME", path("mid").c_str(), 1);
+            return UT_PathSearch::getInstance(UT_PATH_DEFAULT) != nullptr;
+        }();
+        EXPECT_TRUE(isSet);
+        ::chmod(root().path().c_str(), 0755);
+        for (const char* directory : {"hi", "mid", "lo", "other"}) {
+            std::filesystem::remove_all(path(directory));
+            root().makeDirectory(directory);
+        }
+    }
+
+    static const ScratchDir& root() {
+        static const ScratchDir directory;
+        return directory;
+    }
+    static std::string path(const std::string& name) { return root().path(name); }
+    // Files that hold a line with their own name.
+    static void write(const Texts& names) {
+        for (const std::string& name : names) root().write(name, name + "\n");
+    }
+    // A path as the tests write it, from the directory of the search path on.
+    static std::string relative(const char* full) {
+        const std::string text = full ? full : "(null)";
+        return text.starts_with(path("")) ? text.substr(path("").size()) : text;
+    }
+    static Texts entries(const UT_PathFile& file, int unfilteredOnly = 0) {
+        Texts paths;
+        for (int i = 0; i < file.getFileInfoCount(unfilteredOnly); ++i)
+            paths.push_back(relative(file.getFileInfo(i, unfilteredOnly)->getFullPath()));
+        return paths;
+    }
+    // The whole list of a pattern, in the order of reading.
+    static Texts list(const char* pattern, int knownPath = 0) {
+        UT_PathFile file;
+        file.setSearchPath(knownPath, pattern);
+        file.applyStandardFilter();
+        return entries(file);
+    }
+};
+
+inline std::string text(const char* characters) {
+    return characters ? characters : "(null)";
+}
