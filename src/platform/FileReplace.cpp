@@ -151,13 +151,14 @@ int renameToNew(const char* from, const char* to) {
 
 }  // namespace
 
-ReplacementFile::ReplacementFile(std::string target, ReplaceBy how) : name_(std::move(target)), error_(success()) {
-    prepare(how);
+ReplacementFile::ReplacementFile(std::string target, ReplaceBy how)
+    : name_(std::move(target)), how_(how), error_(success()) {
+    prepare();
     if (error_.done && !temporary_) error_ = failure("temporary file in $TMPDIR", temporary_.error());
     stream_.emplace(error_.done ? temporary_.fd() : -1);
 }
 
-void ReplacementFile::prepare(ReplaceBy how) {
+void ReplacementFile::prepare() {
     struct stat old {};
     if (::stat(name_.c_str(), &old) != 0) {
         if (errno == ENOENT)
@@ -173,7 +174,7 @@ void ReplacementFile::prepare(ReplaceBy how) {
         error_ = failure(name_, errno);
         return;
     }
-    if (how == ReplaceBy::Rename && S_ISREG(old.st_mode)) {
+    if (how_ == ReplaceBy::Rename && S_ISREG(old.st_mode)) {
         const std::unique_ptr<char, void (*)(void*)> real(::realpath(name_.c_str(), nullptr), std::free);
         if (real) prepareBeside(real.get());
         if (temporary_) {
@@ -228,7 +229,7 @@ Outcome ReplacementFile::copyToOld() {
 
 Outcome ReplacementFile::giveName() {
     int error = temporary_.close();
-    if (error == 0 && old_)
+    if (error == 0 && how_ == ReplaceBy::Rename)
         error = ::rename(temporary_.path().c_str(), target_.c_str()) == 0 ? 0 : errno;
     else if (error == 0)
         error = renameToNew(temporary_.path().c_str(), target_.c_str());

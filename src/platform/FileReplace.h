@@ -18,10 +18,11 @@
 namespace platform {
 
 // What happens to a target that is there. One that is missing is always written beside its place and then given its
-// name, so that it appears whole; if another file has that name by then, the commit fails.
+// name, so that it appears whole.
 enum class ReplaceBy {
-    Copy,    // into the same file: inode, mode, owner and links stay. Room is reserved before the first byte changes
-    Rename,  // over it; by copy only where the directory takes no new file
+    Copy,    // into the same file: inode, mode, owner and links stay. Room is reserved before the first byte changes.
+             // One that was missing and is there by then is another's: the commit fails
+    Rename,  // over it, also if it came meanwhile; by copy only where the directory takes no new file
 };
 
 class ReplacementFile {
@@ -40,15 +41,16 @@ public:
     Outcome commit();
 
 private:
-    void prepare(ReplaceBy how);
+    void prepare();
     void prepareBeside(std::string path);
     Outcome place();
     Outcome copyToOld();
     Outcome giveName();
 
     const std::string name_;  // as the caller calls the target
-    std::string target_;      // what the temporary is named in the end; empty where it is copied
-    UniqueFd old_;            // the target that is there, open for writing
+    const ReplaceBy how_;
+    std::string target_;  // what the temporary is named in the end; empty where it is copied
+    UniqueFd old_;        // the target that is there, open for writing
     TempFile temporary_;
     std::optional<FileOutput> stream_;
     Outcome error_;
