@@ -62,8 +62,23 @@ FS_ReaderStream::FS_ReaderStream(FS_ReaderStream& source, std::int64_t start, st
 }
 
 FS_ReaderStream::FS_ReaderStream(const FS_ReaderStream&) = default;
-FS_ReaderStream& FS_ReaderStream::operator=(const FS_ReaderStream&) = default;
-FS_ReaderStream::~FS_ReaderStream() = default;
+
+FS_ReaderStream& FS_ReaderStream::operator=(const FS_ReaderStream& other) {
+    // What was held goes in the destructor's order.
+    stream = other.stream;
+    readFilterFactory = other.readFilterFactory;
+    writeFilterFactory = other.writeFilterFactory;
+    filename = other.filename;
+    length = other.length;
+    modTime = other.modTime;
+    return *this;
+}
+
+FS_ReaderStream::~FS_ReaderStream() {
+    stream.reset();
+    readFilterFactory.reset();
+    writeFilterFactory.reset();
+}
 
 bool FS_ReaderStream::isGood() const {
     return stream && !stream->isEof();

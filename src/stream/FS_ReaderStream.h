@@ -59,11 +59,11 @@ public:
     FS_WriteFilterFactory* getSubStreamWriteFilterFactory() const { return writeFilterFactory.get(); }
 
 private:
-    // Destroyed from the last to the first: a filter's stream may need its factory until it has gone.
-    UT_String filename;
-    std::shared_ptr<FS_WriteFilterFactory> writeFilterFactory;
+    // Given up as the destructor says: the stream first, for a filter's stream may need its factory until it has gone.
     std::shared_ptr<FS_IStreamFilterFactory> readFilterFactory;
+    std::shared_ptr<FS_WriteFilterFactory> writeFilterFactory;
     std::shared_ptr<UT_IStream> stream;
+    UT_String filename;
     int length = 0;
     int modTime = 0;
 };

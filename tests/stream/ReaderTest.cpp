@@ -142,6 +142,37 @@ TEST(ReaderStream, CopiesShareStreamAndFactories) {
     EXPECT_EQ(TurnedReadFactory::alive, 0);
 }
 
+// A filter's stream may look at its factory to the end.
+TEST(ReaderStream, GoesBeforeItsFactories) {
+    static std::vector<const char*> gone;
+    struct Stream : UT_IStream {
+        Stream() : UT_IStream("", 0, UT_ISTREAM_BINARY) {}
+        ~Stream() override { gone.push_back("stream"); }
+    };
+    struct Reader : TurnedReadFactory {
+        ~Reader() override { gone.push_back("reader"); }
+        UT_IStream* createFilteredStream(UT_IStream*) const override { return new Stream; }
+        FS_IStreamFilterFactory* clone() override { return new Reader; }
+    } reader;
+    struct Writer : TurnedWriteFactory {
+        ~Writer() override { gone.push_back("writer"); }
+        FS_WriteFilterFactory* clone() override { return new Writer; }
+    } writer;
+    const ScratchDir scratch;
+    FS_ReaderStream file(scratch.write("x.txt", "content").c_str());
+    for (const bool assigned : {false, true}) {
+        gone.clear();
+        auto stream = std::make_unique<FS_ReaderStream>(file, 0, 7, 7, &reader);
+        stream->setSubStreamReadFilterFactory(&reader);
+        stream->setSubStreamWriteFilterFactory(&writer);
+        if (assigned)
+            *stream = file;
+        else
+            stream.reset();
+        EXPECT_THAT(gone, ElementsAre("stream", "reader", "writer"));
+    }
+}
+
 TEST(ReaderStream, OverMemoryCopiesTheBytesOrSharesThem) {
     std::string bytes = "content";
     FS_ReaderStream copied(bytes.data(), 7, 42);
