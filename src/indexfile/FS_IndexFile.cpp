@@ -4,6 +4,7 @@
 #include <UT/UT_Path.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_ReaderStream.h>
+#include <stream/FilterPair.h>
 
 #include <algorithm>
 #include <cstring>
@@ -40,8 +41,7 @@ int FS_IndexFile::getCurrentTime() {
 void FS_IndexFile::openStream() const {
     if (reader != nullptr || sourceFile.isEmpty()) return;
     // Half of a pair, or two halves of different pairs, can't bring back what was stored.
-    if ((encryptionFilter != nullptr) != (decryptionFilter != nullptr)) return;
-    if (encryptionFilter != nullptr && !encryptionFilter->isCompatible(decryptionFilter)) return;
+    if (!canUndo(encryptionFilter, decryptionFilter)) return;
     reader = new FS_Reader(sourceFile.buffer());
 }
 

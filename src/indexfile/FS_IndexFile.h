@@ -123,7 +123,8 @@ public:
     // Writes the container to the file `path`, so that it stands there whole or the old file stays as it was; see
     // docs/formats.md. The file keeps its mode, owner and links, and may be the one that this container was read from:
     // reading goes on in the new file. An existing file that is neither empty nor a container is never written over.
-    // False after a failure, with the reason in words in `reason` unless that is null.
+    // False after a failure, with the reason in words in `reason` unless that is null. A failure too: the file that
+    // this container was read from has other sections by now; and filters that are no pair.
     bool save(const char* path, UT_String* reason = nullptr);
 
     // Absolute path of the file; empty for a container in memory or over a reader.
@@ -177,6 +178,8 @@ public:
     // Size and time are those of now: a file of another size by then fails the writing. False, with the reason in
     // words, if nothing was added.
     bool linkSection(const char* name, const char* fileName, UT_String* reason = nullptr);
+    // The same from an open reader, which stands at its beginning and of which a copy is kept instead of a path.
+    bool linkSection(const char* name, const FS_Reader& source, UT_String* reason = nullptr);
     // Replaces the content of an existing section in its place; does nothing for an unknown name.
     void modifySection(const char* name, const char* data, int size, int modTime);
     void removeSection(const char* name);
@@ -233,7 +236,9 @@ private:
     int endOfRun(int first) const;
     void writeRun(int first, int next, std::ostream& out);
     bool mayReplace(const char* path, bool& isOwnSource, UT_String* reason) const;
+    bool standsAsRead(UT_IStream& source) const;
     void followSource();
+    void followLinks(const char* path);
     bool expandLevel(const char* path, int level);
     bool expandSection(int index, int level, NameSet& written);
     bool collapseLevel(const char* path, int level);

@@ -4,6 +4,7 @@
 #include <UT/UT_OStrStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_Tarvani.h>
+#include <platform/Directory.h>
 #include <platform/FileStatus.h>
 #include <platform/WorkingDirectory.h>
 #include <stream/FS_ReaderStream.h>
@@ -11,6 +12,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -38,6 +40,12 @@ bool isEntryName(std::string_view name) {
 bool isFreeFor(FileKind kind, const std::string& path) {
     const FileStatus there = platform::linkStatus(path.c_str());
     return there ? there.kind == kind : there.error == ENOENT;
+}
+
+// Whether a writer, which takes a path as absolute, would see a section path in every file of the current directory.
+bool isSectionPathHere() {
+    const std::optional<std::string> directory = platform::currentDirectory();
+    return !directory || directory->find('?') != std::string::npos;
 }
 
 // Access and modification time; who can't set them has the content all the same.
@@ -90,7 +98,7 @@ bool FS_IndexFile::writeSectionListFile(const char* path) {
 }
 
 bool FS_IndexFile::expandToDirectory(const char* path) {
-    return path != nullptr && expandLevel(path, 1);
+    return path != nullptr && std::string_view(path).find('?') == std::string_view::npos && expandLevel(path, 1);
 }
 
 bool FS_IndexFile::expandLevel(const char* path, int level) {
@@ -98,7 +106,7 @@ bool FS_IndexFile::expandLevel(const char* path, int level) {
     TarvaniMakeDirectory(path, 0777);
     platform::WorkingDirectory directory;
     if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse)) return false;
-    bool done = writeSectionListFile(here(kListFile).c_str());
+    bool done = !isSectionPathHere() && writeSectionListFile(here(kListFile).c_str());
     NameSet written;
     for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written);
     return directory.restore() && done;

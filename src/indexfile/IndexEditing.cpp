@@ -167,6 +167,16 @@ bool FS_IndexFile::linkSection(const char* name, const char* fileName, UT_String
     return true;
 }
 
+bool FS_IndexFile::linkSection(const char* name, const FS_Reader& source, UT_String* reason) {
+    if (name == nullptr) return refuse(reason, "no name");
+    auto link = std::make_shared<FS_Section::Link>();
+    link->source = source;
+    const int size = source.getLength();
+    if (!link->source.isGood() || source.getStream()->getSize() != size) return addFrom(link->source, name, reason);
+    sectionFor(name).setContent(std::move(link), 0, size, size, source.getModTime());
+    return true;
+}
+
 void FS_IndexFile::removeSection(const char* name) {
     if (!hasSection(name)) return;
     makeSections();

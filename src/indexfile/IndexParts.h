@@ -2,6 +2,7 @@
 #pragma once
 #include <UT/UT_IStream.h>
 #include <indexfile/FS_IndexFile.h>
+#include <platform/FileStatus.h>
 #include <stream/FS_FilterFactory.h>
 #include <stream/FS_Reader.h>
 
@@ -17,7 +18,8 @@ struct FS_IndexFile::Place {
     int sectionSize = 0;
     const FS_Section* section = nullptr;  // null while the table stands for it
 
-    bool isStored() const { return offset >= 0; }
+    // Otherwise there is a section, and its bytes are in memory or linked.
+    bool isStored() const { return section == nullptr || offset >= 0; }
 };
 
 // Holds the source open for one operation, however it ends. Within another such operation it costs nothing.
@@ -50,5 +52,7 @@ struct FS_IndexFile::FS_Section::Link {
     FS_Reader source{nullptr};                                  // without a stream where there is a file
     std::unique_ptr<FS_IStreamFilterFactory> filter = nullptr;  // what the bytes pass through; null for none
 
+    // Whether the bytes come from a stretch of this file, and so move when it is written anew.
+    bool leadsInto(const platform::FileStatus& file) const;
     FS_Reader open() const { return file.empty() ? source : FS_Reader(file.c_str()); }
 };

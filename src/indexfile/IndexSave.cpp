@@ -3,10 +3,14 @@
 #include <platform/FileReplace.h>
 #include <platform/FileStatus.h>
 #include <stream/FS_Writer.h>
+#include <stream/FilterPair.h>
 #include <stream/PathForm.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "IndexParts.h"
 #include "SectionTable.h"
@@ -27,6 +31,8 @@ std::string_view sectionsOf(std::string_view path) {
     return mark == std::string_view::npos ? std::string_view() : path.substr(mark);
 }
 
+constexpr std::string_view kChanged = "the file that this container was read from has changed since";
+
 bool isSameFile(const platform::FileStatus& a, const platform::FileStatus& b) {
     return a && b && a.device == b.device && a.inode == b.inode;
 }
@@ -35,6 +41,8 @@ bool isSameFile(const platform::FileStatus& a, const platform::FileStatus& b) {
 
 bool FS_IndexFile::save(const char* path, UT_String* reason) {
     if (path == nullptr || *path == '\0') return refuse(reason, "no path");
+    if (!canUndo(encryptionFilter, decryptionFilter))
+        return refuse(reason, "its filters are no pair, so nobody could read it");
     bool isOwnSource = false;
     if (!mayReplace(path, isOwnSource, reason)) return false;
     if (!sectionsOf(path).empty()) {
@@ -52,7 +60,10 @@ bool FS_IndexFile::save(const char* path, UT_String* reason) {
         const platform::Outcome outcome = file.commit();
         if (!outcome.done) return refuse(reason, outcome.reason);
     }
-    if (isOwnSource) followSource();
+    if (isOwnSource)
+        followSource();
+    else
+        followLinks(path);
     return true;
 }
 
@@ -70,6 +81,8 @@ bool FS_IndexFile::mayReplace(const char* path, bool& isOwnSource, UT_String* re
     }
     const OpenSource source(*this);
     if (source.stream() == nullptr) return true;
+    // Of a reader that stays open the bytes may be in memory as they were; but only onto its own source it can do harm.
+    if (!sourceFile.isEmpty() && !standsAsRead(*source.stream())) return refuse(reason, kChanged);
     UT_String opened;
     reader->getFilename(opened);
     if (!isSameFile(platform::fileStatus(opened.buffer()), target)) return true;
@@ -79,7 +92,26 @@ bool FS_IndexFile::mayReplace(const char* path, bool& isOwnSource, UT_String* re
     isOwnSource = sourceFile.isEmpty() ? sectionsOf(path).empty() && in.getSourceStart() == 0 && streamStart == 0 &&
                                              in.getSize() == target.size
                                        : sectionsOf(path) == sectionsOf(sourceFile.view());
-    return isOwnSource || refuse(reason, "this container is read from another part of that file");
+    if (!isOwnSource) return refuse(reason, "this container is read from another part of that file");
+    UT_IStream now(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
+    return !sourceFile.isEmpty() || standsAsRead(now) || refuse(reason, kChanged);
+}
+
+// Whether the source still holds every stored section where it was found.
+bool FS_IndexFile::standsAsRead(UT_IStream& source) const {
+    UT_String text;
+    const auto now = SectionTable::read(source, text);
+    std::vector<std::tuple<int, int, std::string_view>> places;
+    for (int i = 0; now && i < now->entries(); ++i)
+        places.emplace_back(now->place(i).offset, now->place(i).size, now->name(i));
+    std::sort(places.begin(), places.end());
+    for (int i = 0; i < getNumSections(); ++i) {
+        const Place place = placeAt(i);
+        if (!place.isStored()) continue;
+        const std::tuple wanted(place.offset, place.sectionSize, std::string_view(place.name));
+        if (!std::binary_search(places.begin(), places.end(), wanted)) return false;
+    }
+    return true;
 }
 
 // After the source was written over by this object: takes the places that the sections have now. What was linked lies
@@ -105,5 +137,36 @@ void FS_IndexFile::followSource() {
             section.sectionSize = place.size;
             section.link_.reset();
         }
+    }
+}
+
+bool FS_IndexFile::FS_Section::Link::leadsInto(const platform::FileStatus& target) const {
+    // What is linked as a whole file is held to its length.
+    if (!file.empty() && sectionsOf(file).empty()) return false;
+    UT_String opened;
+    source.getFilename(opened);
+    const std::string from = file.empty() ? std::string(opened.view()) : std::string(fileOf(file));
+    return isSameFile(platform::fileStatus(from.c_str()), target);
+}
+
+// After the container at `path` was written over by this object, which has its source elsewhere: sections linked from
+// that file are read from where they stand in it now.
+void FS_IndexFile::followLinks(const char* path) {
+    const platform::FileStatus target = platform::fileStatus(std::string(fileOf(path)).c_str());
+    std::shared_ptr<FS_Section::Link> link;
+    std::unique_ptr<SectionTable> fresh;
+    for (int i = 0; i < sections.entries(); ++i) {
+        FS_Section& section = *sections(i);
+        if (!section.link_ || !section.link_->leadsInto(target)) continue;
+        if (!link) {
+            link = std::make_shared<FS_Section::Link>();
+            link->source = FS_Reader(path);
+            if (decryptionFilter != nullptr) link->filter.reset(decryptionFilter->clone());
+            UT_String text;
+            if (link->source.isGood()) fresh = SectionTable::read(*link->source.getStream(), text);
+            if (fresh == nullptr || fresh->entries() != sections.entries()) return;
+        }
+        const SectionPlace place = fresh->place(i);
+        section.setContent(link, place.offset, place.size, section.dataSize, section.modTime);
     }
 }

@@ -7,6 +7,8 @@
 #include <platform/FileReplace.h>
 #include <platform/FileStatus.h>
 #include <stream/FS_Reader.h>
+#include <stream/FS_ReaderStream.h>
+#include <stream/FilterPair.h>
 #include <stream/PathForm.h>
 #include <stream/SectionCommit.h>
 
@@ -64,6 +66,8 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
     if (!holdsContainer(stream)) return untouched(level.container, "not a container");
     if (!stream.seekg(0, 0)) return untouched(level.container, "cannot be read from the beginning");
     level.index = std::make_unique<FS_IndexFile>(reader.release());
+    if (!canUndo(level.index->getEncryptionFilter(), level.index->getDecryptionFilter()))
+        return untouched(level.container, "its filters are no pair");
     return platform::success();
 }
 
@@ -112,7 +116,9 @@ Outcome change(const Level& level, const TempFile& content) {
         return platform::success();
     }
     UT_String reason;
-    if (level.index->linkSection(name.c_str(), content.path().c_str(), &reason)) return platform::success();
+    // Opened as the plain file that it is, whatever its path looks like to helpers and to the section rule.
+    const FS_Reader collected(new FS_ReaderStream(content.path().c_str()));
+    if (level.index->linkSection(name.c_str(), collected, &reason)) return platform::success();
     return untouched(std::string(level.container) + '?' + name, reason.view());
 }
 

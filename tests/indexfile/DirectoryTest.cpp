@@ -134,6 +134,13 @@ TEST_F(DirectoryForm, WritesThroughNoSymbolicLink) {
 TEST_F(DirectoryForm, FailsWhereItCannotGo) {
     dir.write("plain", "x");
     EXPECT_FALSE(expand(containerBytes({{"a", "1"}}), "plain"));
+    // For writers a path behind such a directory's would be a section of a file that nobody named.
+    fs::create_directory_symlink(dir.makeDirectory("in/what?"), dir.path("in/link"));
+    for (const char* path : {"in/what?", "in/new?", "in/link"}) {
+        EXPECT_FALSE(expand(containerBytes({{"a", "1"}}), path)) << path;
+        EXPECT_THAT(dir.names("in"), ElementsAre("link", "what?"));
+        EXPECT_THAT(dir.names("in/what?"), IsEmpty());
+    }
     FS_IndexFile index;
     for (const char* path : {"plain", "missing", ""}) {
         // A list in the present directory is another directory's business.

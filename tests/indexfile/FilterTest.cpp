@@ -166,8 +166,40 @@ TEST_F(Filtered, HalfAPairReadsAsItCan) {
     FS_IndexFile half(new FS_Reader(stream));
     EXPECT_EQ(half.getEncryptionFilter(), nullptr);
     EXPECT_EQ(contentOf(half, "a"), "plain");
-    // Copied as it is stored, as long as the content is: 5 of the 9 bytes.
-    EXPECT_EQ(sectionsOf(written(half)), (Sections{{"a", keyed("plain").substr(0, 5)}}));
+    // Copied as it is stored, as long as the content is: 5 of the 9 bytes, which aren't the section.
+    std::ostringstream out;
+    half.writeFile(out);
+    EXPECT_TRUE(out.fail());
+    EXPECT_EQ(sectionsOf(out.str()), (Sections{{"a", keyed("plain").substr(0, 5)}}));
+}
+
+// Nobody could read what came out of it, and it might stand in the place of what can be read.
+TEST_F(Filtered, NothingIsSavedThatCannotComeBack) {
+    KeyedReadFactory otherKey("another");
+    const struct {
+        FS_WriteFilterFactory* writer;
+        FS_IStreamFilterFactory* reader;
+        bool saved;
+    } cases[] = {
+        {&writer, nullptr, false}, {nullptr, &reader, false}, {&writer, &otherKey, false}, {&writer, &reader, true}};
+    const std::string bytes = containerBytes({{"a", keyed("plain")}, {"b", keyed("other")}});
+    const std::string path = dir.write("x.idx", bytes), copy = dir.path("y.idx");
+    for (const auto& c : cases) {
+        auto* const stream = new FS_ReaderStream(path.c_str());
+        stream->setSubStreamReadFilterFactory(c.reader);
+        stream->setSubStreamWriteFilterFactory(c.writer);
+        FS_IndexFile index(new FS_Reader(stream));
+        for (const std::string& target : {path, path + "?in", copy})
+            EXPECT_EQ(index.save(target.c_str()), c.saved && target != path + "?in");
+        EXPECT_EQ(sectionsOf(dir.read("x.idx")), sectionsOf(bytes));
+        EXPECT_EQ(dir.exists("y.idx"), c.saved);
+    }
+    // The pair has gone, and left sizes behind that only it could deliver.
+    FS_IndexFile index(path.c_str());
+    index.setFilters(&writer, &reader);
+    index.setFilters(nullptr, nullptr);
+    EXPECT_FALSE(index.save(path.c_str()));
+    EXPECT_EQ(sectionsOf(dir.read("x.idx")), sectionsOf(bytes));
 }
 
 TEST_F(Filtered, ACutSectionFailsTheWriting) {

@@ -85,6 +85,51 @@ TEST_F(Saving, OntoItsOwnSourceReadsOnInTheNewFile) {
     }
 }
 
+TEST_F(Saving, RefusesPlacesThatSomebodyElseHasMoved) {
+    const std::string large(100'000, 'l');
+    for (const bool byReader : {false, true}) {
+        for (const char* target : {"x.idx", "y.idx"}) {
+            const std::string path = dir.write("x.idx", containerBytes({{"a", "1234"}, {"b", large}, {"b", "twice"}}));
+            const std::string other = dir.write("y.idx", containerBytes({{"good", "data"}}));
+            const auto index = byReader ? std::make_unique<FS_IndexFile>(new FS_Reader(path.c_str()))
+                                        : std::make_unique<FS_IndexFile>(path.c_str());
+            FS_IndexFile faster(path.c_str());
+            faster.moveSections(0, 0, 1);
+            ASSERT_TRUE(faster.save(path.c_str(), &reason)) << reason.buffer();
+            const std::string now = dir.read("x.idx");
+            if (byReader && target[0] == 'y') continue;  // reads on where it read before
+            EXPECT_FALSE(index->save(dir.path(target).c_str(), &reason)) << target;
+            EXPECT_THAT(reason.buffer(), HasSubstr("has changed"));
+            EXPECT_EQ(dir.read("x.idx"), now);
+            EXPECT_EQ(sectionsOf(dir.read("y.idx")), (Sections{{"good", "data"}}));
+        }
+    }
+}
+
+// What was linked from the file that is written over is read on in the new one.
+TEST_F(Saving, OverWhatItsLinksReadFrom) {
+    const std::string a(100'000, 'a'), b(100'000, 'b');
+    const std::string path =
+        dir.write("x.idx", containerBytes({{"a", a}, {"b", b}, {"in", containerBytes({{"c", a}})}}));
+    FS_IndexFile index;
+    index.linkIndexFile(FS_IndexFile(path.c_str()), true);
+    index.linkIndexFile(FS_IndexFile((path + "?in").c_str()), true);
+    ASSERT_TRUE(index.linkSection("a", (path + "?b").c_str()));
+    ASSERT_TRUE(index.linkSection("b", (path + "?a").c_str()));
+    add(index, "first", "moves all others");
+    index.moveSections(4, 4, -4);
+    const Sections now = sectionsOf(written(index));
+    ASSERT_EQ(now[1].second, b);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(index.save(path.c_str(), &reason)) << reason.buffer();
+        EXPECT_EQ(sectionsOf(dir.read("x.idx")), now);
+        EXPECT_EQ(sectionsOf(written(index)), now);
+    }
+    ASSERT_TRUE(index.save((path + "?in").c_str(), &reason)) << reason.buffer();
+    EXPECT_EQ(sectionsOf(sectionsOf(dir.read("x.idx")).at(3).second), now);
+    EXPECT_EQ(sectionsOf(written(index)), now);
+}
+
 TEST_F(Saving, IntoASectionWritesItsContainer) {
     const std::string outer = dir.write("x.idx", containerBytes({{"in", containerBytes({{"a", "1"}})}, {"o", "2"}}));
     FS_IndexFile inner((outer + "?in").c_str());

@@ -17,6 +17,7 @@
 #include "../support/FaultPlan.h"
 #include "../support/ScratchDir.h"
 #include "../support/Sections.h"
+#include "Reading.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -156,6 +157,38 @@ TEST_F(SectionCommit, RefusesWhatExistsAndIsNoContainer) {
     dir.write("f", "x");
     EXPECT_THAT(put("f/g?a", "new").reason, HasSubstr("Not a directory"));
     EXPECT_THAT(put("no/g?a", "new").reason, HasSubstr("no/g: No such file or directory"));
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+// What was collected is the plain file that was written, however its path looks, and whatever helpers make of it.
+TEST_F(SectionCommit, TakesNothingButWhatWasWritten) {
+    WithVariable marked("TMPDIR", dir.makeDirectory("tmp/what?").c_str());
+    const TestHelper greedy([&](const std::string& source) {
+        return source.find("/tarvani-") != std::string::npos ? memoryStream("junk") : nullptr;
+    });
+    EXPECT_TRUE(put("f?in?a", "new").done);
+    EXPECT_EQ(sectionsOf(sections("f").at(0).second), (Sections{{"a", "new"}}));
+    EXPECT_THAT(dir.names("tmp/what?"), IsEmpty());
+}
+
+// The other sections could not be brought back through half a pair.
+TEST_F(SectionCommit, RefusesFiltersThatAreNoPair) {
+    TurnedReadFactory reader;
+    TurnedWriteFactory writer;
+    const std::string old = containerBytes({{"a", turned("one")}, {"in", turned(containerBytes({{"x", "1"}}))}});
+    dir.write("f", old);
+    for (const bool reads : {false, true}) {
+        const TestHelper helper([&](const std::string& source) -> FS_ReaderStream* {
+            if (source != dir.path("f")) return nullptr;
+            auto* const stream = new FS_ReaderStream(source.c_str());
+            reads ? stream->setSubStreamReadFilterFactory(&reader) : stream->setSubStreamWriteFilterFactory(&writer);
+            return stream;
+        });
+        for (const char* destination : {"f?a", "f?new", "f?in?x"}) EXPECT_FALSE(put(destination, "new").done);
+        EXPECT_THAT(put("f?a", "new").reason, HasSubstr("its filters are no pair; nothing was written"));
+        EXPECT_FALSE(remove("f?a").done);
+        EXPECT_EQ(dir.read("f"), old);
+    }
     EXPECT_THAT(leftOvers(), IsEmpty());
 }
 
