@@ -43,7 +43,7 @@ std::vector<std::string> readBlock(UT_IStream& in) {
 }
 
 // Of names that come twice the later place counts: the ring must have no name twice.
-std::vector<std::string> withoutRepeats(std::vector<std::string> names) {
+std::vector<std::string> withoutRepeats(const std::vector<std::string>& names) {
     std::unordered_set<std::string_view> later;
     std::vector<std::string> distinct;
     for (auto name = names.rbegin(); name != names.rend(); ++name)

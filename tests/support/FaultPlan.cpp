@@ -83,6 +83,10 @@ int renameat2(int fromDirectory, const char* from, int toDirectory, const char* 
     static const auto real = next<int(int, const char*, int, const char*, unsigned)>("renameat2");
     return strikes(Call::Rename) ? -1 : real(fromDirectory, from, toDirectory, to, flags);
 }
+int rename(const char* from, const char* to) noexcept {
+    static const auto real = next<int(const char*, const char*)>("rename");
+    return strikes(Call::Rename) ? -1 : real(from, to);
+}
 int mkostemps(char* pattern, int endingLength, int flags) {
     static const auto real = next<int(char*, int, int)>("mkostemps");
     return strikes(Call::MakeTemporary) ? -1 : real(pattern, endingLength, flags);
