@@ -1,4 +1,24 @@
 // Brings the helpers of plug-ins in. Declared in stream/, which knows nothing of plug-ins but this one function.
+#include <UT/UT_PathSearch.h>
+#include <UT/UT_StringArray.h>
+#include <plugin/UT_DSO.h>
 #include <stream/FSloadCustomHelpers.h>
 
-void FSloadCustomHelpers() {}
+#include <string>
+
+void FSloadCustomHelpers() {
+    // A plug-in that opens a path while it installs its helpers has all of them installed again. There it ends, or the
+    // second time would bring the third.
+    constexpr int kDeepest = 2;
+    static bool installed = false;
+    static int depth = 0;
+    if (installed || depth == kDeepest) return;
+    ++depth;
+    UT_StringArray names;
+    UT_PathSearch::getInstance(UT_PATH_DSO)->matchAllFilesInSubdirectory(".dll", "fs", false, names, false);
+    for (const UT_String& name : names)
+        UT_DSO().run(("fs/" + std::string(name.view())).c_str(), "installFSHelpers", nullptr, 1, UT_PATH_DSO);
+    --depth;
+    // Also when some failed: they would fail again for every path.
+    installed = true;
+}
