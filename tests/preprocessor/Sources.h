@@ -1,0 +1,78 @@
+#pragma once
+// Sources for the preprocessor in memory, and the lines that come of them.
+#include <UT/UT_IStream.h>
+#include <UT/UT_WorkBuffer.h>
+#include <preprocessor/CPP_Manager.h>
+#include <preprocessor/CPP_Stream.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// A line source that asks a function for each line.
+class MadeLines : public CPP_Stream {
+public:
+    using Next = std::function<bool(UT_WorkBuffer& line)>;
+    explicit MadeLines(Next next, bool crypted = false) : next_(std::move(next)), crypted_(crypted) {}
+
+    void attachStream(UT_IStream*) override {}
+    void attachFile(std::FILE*) override {}
+    int openPath(const char*) override { return 1; }
+    bool readLine(UT_WorkBuffer& line) override { return next_(line); }
+    int isOpen() override { return 1; }
+    int isCrypted() const override { return crypted_; }
+
+private:
+    Next next_;
+    bool crypted_;
+};
+
+// Gives lines one after the other.
+inline MadeLines::Next listed(std::vector<std::string> lines) {
+    return [lines = std::move(lines), at = std::size_t{0}](UT_WorkBuffer& line) mutable {
+        if (at == lines.size()) return false;
+        line.assign(lines[at++]);
+        return true;
+    };
+}
+
+// A manager whose files are all made by one function.
+class MadeManager : public CPP_Manager {
+public:
+    explicit MadeManager(MadeLines::Next next) : next_(std::move(next)) { options({"-P"}); }
+
+    CPP_Stream* allocStream() override { return new MadeLines(next_); }
+    int options(std::vector<const char*> words) {
+        words.insert(words.begin(), "cpp");
+        return setOptions(static_cast<int>(words.size()), words.data());
+    }
+
+private:
+    MadeLines::Next next_;
+};
+
+// What is still to come, all lines in one.
+inline std::string restOf(CPP_Manager& manager) {
+    std::string all;
+    for (std::string_view line; manager.getLine(line);) all += line;
+    return all;
+}
+
+// What comes of `source`, read under the name "main", without markers.
+inline std::string outputOf(std::string_view source, std::vector<const char*> options = {}) {
+    CPP_Manager manager;
+    options.insert(options.begin(), {"cpp", "-P"});
+    manager.setOptions(static_cast<int>(options.size()), options.data());
+    UT_IStream stream(source.data(), static_cast<int>(source.size()), UT_ISTREAM_BINARY);
+    manager.open(stream, "main");
+    return restOf(manager);
+}
+
+inline std::string repeated(std::string_view text, std::size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    while (count-- > 0) all += text;
+    return all;
+}
