@@ -3,6 +3,7 @@
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
+#include <indexfile/FS_IndexWriter.h>
 #include <stream/FS_Reader.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -64,52 +65,153 @@ void findFiles(const std::string& directory, std::vector<FileId>& above, std::ve
     above.pop_back();
 }
 
-class Packer {
+// Names of files, each ended by a NUL: a hundred thousand are one stretch of memory.
+class Names {
 public:
-    Packer(FS_IndexFile& index, const LibraryPath& target) : index_(index) {
-        // A container that isn't there yet can't be found among the files.
-        if (target.isLocal) target_ = identify(target.file);
+    void add(std::string_view name) {
+        text_ += name.substr(0, name.find('\0'));
+        text_ += '\0';
     }
-
-    void add(const std::string& path) {
-        // Most names are files: whether one is a directory is asked when it proves to be none.
-        UT_String reason;
-        if (addFile(path, reason)) return;
-        const LibraryPath parts(path);
-        if (!parts.isLocal || !UTisValidDirectory(parts.file.c_str()))
-            throw Failure{path,
-                          FS_Reader(path.c_str()).isGood() ? reasonFor(path, reason.view()) : whyUnreadable(path)};
-        std::vector<FileId> above;
-        std::vector<std::string> files;
-        findFiles(path, above, files);
-        std::sort(files.begin(), files.end());
-        for (const std::string& file : files)
-            if (!addFile(file, reason)) throw Failure{file, reasonFor(file, reason.view())};
+    // Makes room for so many bytes of names, where that is known; what claims to be endless gets it as it comes.
+    void expect(std::int64_t bytes) {
+        constexpr std::int64_t kMost = 16 * 1024 * 1024;
+        text_.reserve(text_.size() + static_cast<std::size_t>(std::clamp<std::int64_t>(bytes, 0, kMost)) + 1);
     }
-
-    void addListed(Source& source) {
-        std::string rest;
-        for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
-            for (std::size_t end; (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1)) {
-                rest += piece.substr(0, end);
-                if (!rest.empty()) add(rest);
-                rest.clear();
-            }
-            rest += piece;
+    // Keeps the names for which `isWanted` gives true, in place.
+    template <class IsWanted>
+    void keepIf(IsWanted isWanted) {
+        std::size_t kept = 0;
+        for (std::size_t at = 0; at < text_.size();) {
+            const std::string name(text_.c_str() + at);
+            at += name.size() + 1;
+            if (!isWanted(name)) continue;
+            name.copy(text_.data() + kept, name.size());
+            kept += name.size();
+            text_[kept++] = '\0';
         }
-        if (!rest.empty()) add(rest);
+        text_.resize(kept);
+    }
+    // Calls `use` with each name until it gives false. False then.
+    template <class Use>
+    bool forEach(Use use) const {
+        for (std::size_t at = 0; at < text_.size();) {
+            const std::string name(text_.c_str() + at);
+            if (!use(name)) return false;
+            at += name.size() + 1;
+        }
+        return true;
     }
 
 private:
-    bool addFile(const std::string& path, UT_String& reason) {
-        if (path.find('?') != std::string::npos)
-            throw Failure{path, "a section can't have a name with \"?\", which no path could reach"};
-        if (target_ && identify(path) == target_) throw Failure{path, "is the container that is being made"};
-        return index_.linkSection(path.c_str(), path.c_str(), &reason);
+    std::string text_;
+};
+
+bool isDirectory(const std::string& path) {
+    const LibraryPath parts(path);
+    return parts.isLocal && parts.sections.empty() && UTisValidDirectory(parts.file.c_str());
+}
+
+void addExpanded(const std::string& path, Names& names) {
+    if (!isDirectory(path)) return names.add(path);
+    std::vector<FileId> above;
+    std::vector<std::string> files;
+    findFiles(path, above, files);
+    std::sort(files.begin(), files.end());
+    for (const std::string& file : files) names.add(file);
+}
+
+void addListed(Source& source, Names& names) {
+    names.expect(source.length());
+    std::string rest;
+    for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
+        for (std::size_t end; (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1)) {
+            rest += piece.substr(0, end);
+            if (!rest.empty()) names.add(rest);
+            rest.clear();
+        }
+        rest += piece;
+    }
+    if (!rest.empty()) names.add(rest);
+}
+
+// The names with the files of each directory instead of it, for files that have been read already.
+Names expanded(const Names& names) {
+    Names result;
+    names.forEach([&](const std::string& name) {
+        struct stat status {};
+        const LibraryPath parts(name);
+        if (parts.isLocal && ::stat(parts.file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) &&
+            !S_ISDIR(status.st_mode))
+            throw Failure{name, "what can be read only once can't stand in a list with directories"};
+        addExpanded(name, result);
+        return true;
+    });
+    return result;
+}
+
+class Packer {
+public:
+    Packer(const std::string& target, const char* description) : path_(target), description_(description) {
+        // A container that isn't there yet can't be found among the files.
+        const LibraryPath parts(target);
+        inOnePass_ = parts.isLocal && parts.sections.empty();
+        if (parts.isLocal) target_ = identify(parts.file);
     }
 
-    FS_IndexFile& index_;
+    // False when one of the names proves to be a directory: whether one is isn't asked before, since nearly all are
+    // files and asking costs as much as opening.
+    bool pack(Names& names) const { return inOnePass_ ? packInOnePass(names) : packByModel(names); }
+
+private:
+    bool packInOnePass(Names& names) const {
+        FS_IndexWriter writer(path_.c_str());
+        writer.setDescription(description_);
+        // A name that comes again is the same file.
+        names.keepIf([&](const std::string& name) {
+            refuseUnreachable(name);
+            return writer.addName(name.c_str());
+        });
+        UT_String reason;
+        const bool added = names.forEach([&](const std::string& file) {
+            refuseTarget(file);
+            return writer.addFile(file.c_str(), &reason) || refuseUnlessDirectory(file, reason);
+        });
+        if (!added) return false;
+        if (!writer.finish(&reason)) throw Failure{path_, reasonFor(path_, reason.view())};
+        return true;
+    }
+
+    // For what takes only a stream.
+    bool packByModel(const Names& names) const {
+        FS_IndexFile index;
+        if (description_ != nullptr) index.setDescription(description_);
+        UT_String reason;
+        const bool added = names.forEach([&](const std::string& file) {
+            refuseUnreachable(file);
+            refuseTarget(file);
+            return index.linkSection(file.c_str(), file.c_str(), &reason) || refuseUnlessDirectory(file, reason);
+        });
+        if (added) saveContainer(index, path_);
+        return added;
+    }
+
+    static void refuseUnreachable(const std::string& name) {
+        if (name.find('?') != std::string::npos)
+            throw Failure{name, "a section can't have a name with \"?\", which no path could reach"};
+    }
+    void refuseTarget(const std::string& file) const {
+        if (target_ && identify(file) == target_) throw Failure{file, "is the container that is being made"};
+    }
+    // Always false.
+    static bool refuseUnlessDirectory(const std::string& file, const UT_String& reason) {
+        if (isDirectory(file)) return false;
+        throw Failure{file, FS_Reader(file.c_str()).isGood() ? reasonFor(file, reason.view()) : whyUnreadable(file)};
+    }
+
+    const std::string path_;
+    const char* const description_;
     std::optional<FileId> target_;
+    bool inOnePass_ = false;
 };
 
 struct Request {
@@ -140,13 +242,15 @@ int create(const Request& request) {
         const std::string& directory = request.directory->front();
         if (::chdir(directory.c_str()) != 0) throw Failure{directory, errorWords(errno)};
     }
-    FS_IndexFile index;
-    if (!request.description->empty()) index.setDescription(request.description->front().c_str());
-    Packer packer(index, LibraryPath(target));
-    for (const std::string& path : *request.paths) packer.add(path);
-    if (list) packer.addListed(*list);
+    Names names;
+    for (const std::string& path : *request.paths) addExpanded(path, names);
+    if (list) addListed(*list, names);
+    const Packer packer(target, request.description->empty() ? nullptr : request.description->front().c_str());
     try {
-        saveContainer(index, target);
+        if (!packer.pack(names)) {
+            names = expanded(names);
+            packer.pack(names);
+        }
     } catch (const Failure& failure) {
         throw Failure{failure.path == target ? file : failure.path, failure.reason};
     }
