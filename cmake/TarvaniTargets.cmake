@@ -15,6 +15,8 @@ function(tarvani_layer name)
     cmake_parse_arguments(arg "" "" "KNOWS;SOURCES" ${ARGN})
     add_library(tarvani_objects_${name} OBJECT ${arg_SOURCES})
     target_link_libraries(tarvani_objects_${name} PRIVATE $<BUILD_INTERFACE:tarvani_flags>)
+    # Nobody is meant to put another function in the place of one of the library's, so calls within it go straight.
+    target_compile_options(tarvani_objects_${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
     set_target_properties(tarvani_objects_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF
                           CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     add_library(tarvani_layer_${name} STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:tarvani_objects_${name}>)

@@ -224,7 +224,8 @@ bool UT_IStream::getLine(UT_WorkBuffer& line, int end) {
     // Nearly every line lies in one block.
     auto n = static_cast<std::size_t>(limit_ - cursor_);
     const char* found = static_cast<const char*>(std::memchr(cursor_, end, n));
-    line.assign({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
+    line.truncate(0);
+    line.append({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
     while (found == nullptr) {
         cursor_ = limit_;
         if (!fill()) {
