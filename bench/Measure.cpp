@@ -60,6 +60,7 @@ void checkAnswer(const Contender& contender) {
 }
 
 Timing summary(std::vector<Run> runs) {
+    if (runs.empty()) return {};
     std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return a.seconds < b.seconds; });
     Timing timing{runs[runs.size() / 2].seconds, runs.front().seconds, runs.back().seconds};
     for (const Run& run : runs) timing.peakMegabytes = std::max(timing.peakMegabytes, run.megabytes);

@@ -17,6 +17,6 @@ struct Timing {
     double peakMegabytes = 0;                // the most of all runs
 };
 
-// `runs` rounds, of which the first is not counted: it warms the caches. Standard output of the programs goes to a file
+// `runs` rounds behind one that isn't counted, which warms the caches. Standard output of the programs goes to a file
 // "output" in the current directory. Ends this program when one fails or prints a wrong answer.
 std::vector<Timing> measure(const std::vector<Contender>& contenders, int runs);
