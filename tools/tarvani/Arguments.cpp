@@ -107,6 +107,12 @@ Given<bool> addFlag(CLI::App& app, const char* name, const char* help) {
     return flag;
 }
 
+void addRule(CLI::App& app, const std::function<std::string()>& mistake) {
+    app.parse_complete_callback([mistake] {
+        if (const std::string words = mistake(); !words.empty()) throw CLI::ValidationError(words);
+    });
+}
+
 int forEach(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& work) {
     int status = 0;
     for (const std::string& path : paths) {

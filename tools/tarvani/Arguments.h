@@ -38,6 +38,8 @@ Given<bool> addFlag(CLI::App& app, const char* name, const char* help);
 // The option `name` must be given along with nothing else of its kind; its value is a number in a range, else
 // `standard`.
 Given<int> addNumberOption(CLI::App& app, const char* name, int least, int most, int standard, const char* help);
+// What the arguments of a subcommand must agree on: `mistake` says what is wrong with them, or nothing.
+void addRule(CLI::App& app, const std::function<std::string()>& mistake);
 
 // Does the work for each path, also when it fails for some. Gives the exit status.
 int forEach(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& work);

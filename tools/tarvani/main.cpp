@@ -76,7 +76,7 @@ void declareAll(CLI::App& root, Action& chosen) {
     index->require_subcommand(1);
     index->footer("\"tarvani help index SUBCOMMAND\" explains one of them.");
     for (const Subcommand& command : kIndexCommands) declare(*index, command, chosen);
-    for (const auto group : {kPathCommands, kPreprocessCommands, kRendererCommands})
+    for (const auto group : {kPathCommands, kPathFileCommands, kPreprocessCommands, kRendererCommands})
         for (const Subcommand& command : group) declare(root, command, chosen);
     declareHelp(root, chosen);
 }
