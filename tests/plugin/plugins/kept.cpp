@@ -1,0 +1,84 @@
+// Serves kept:NAME for reading, writing and questions, from memory, and the address http://kept/. What is read from
+// kept:who is the library that answers.
+#include <UT/UT_StringArray.h>
+#include <plugin/UT_DSO.h>
+#include <stream/FS_Info.h>
+#include <stream/FS_Reader.h>
+#include <stream/FS_ReaderStream.h>
+#include <stream/FS_Writer.h>
+#include <stream/FS_WriterStream.h>
+#include <UT/UT_DSOVersion>
+
+#include <map>
+#include <sstream>
+#include <string>
+
+namespace {
+
+constexpr int kTime = 1000;
+
+std::map<std::string, std::string, std::less<>>& texts() {
+    static std::map<std::string, std::string, std::less<>> kept;
+    return kept;
+}
+
+const std::string* find(const char* path) {
+    const auto found = texts().find(std::string_view(path));
+    return found == texts().end() ? nullptr : &found->second;
+}
+
+class KeptOutput : public std::ostringstream {
+public:
+    explicit KeptOutput(const char* name) : name_(name) {}
+    ~KeptOutput() override { texts()[name_] = str(); }
+
+private:
+    std::string name_;
+};
+
+class KeptStream : public FS_WriterStream {
+public:
+    explicit KeptStream(const char* name) { adoptStream(new KeptOutput(name)); }
+};
+
+class Reader : public FS_ReaderHelper {
+    FS_ReaderStream* createStream(const char* path) override {
+        const std::string* text = find(path);
+        return text ? new FS_ReaderStream(text->data(), static_cast<int>(text->size()), kTime) : nullptr;
+    }
+};
+
+class Writer : public FS_WriterHelper {
+    FS_WriterStream* createStream(const char* path) override {
+        return std::string_view(path).starts_with("kept:") ? new KeptStream(path) : nullptr;
+    }
+};
+
+class Info : public FS_InfoHelper {
+    bool canHandle(const char* path) override { return std::string_view(path).starts_with("kept:"); }
+    bool hasAccess(const char* path, int) override { return find(path) != nullptr; }
+    bool getIsDirectory(const char* path) override { return std::string_view(path) == "kept:"; }
+    int getModTime(const char*) override { return kTime; }
+    std::int64_t getSize(const char* path) override {
+        const std::string* text = find(path);
+        return text ? static_cast<std::int64_t>(text->size()) : 0;
+    }
+    bool getContents(const char*, UT_StringArray& files, UT_StringArray*) override {
+        for (const auto& [name, text] : texts()) files.append(name);
+        return true;
+    }
+};
+
+}  // namespace
+
+extern "C" TARVANI_EXPORT void installFSHelpers(void* data);
+void installFSHelpers(void* data) {
+    static Reader reader;
+    static Writer writer;
+    static Info info;
+    texts()["kept:who"] = data ? "data" : UT_DSO::getRunningFile();
+    texts()["http://kept/"] = "an address";
+#ifdef PLUGIN_OPENS_A_PATH
+    texts()["kept:opened"] += FS_Reader("kept:who").isGood() ? "y" : "n";
+#endif
+}
