@@ -26,12 +26,20 @@ public:
     void add(std::string_view name, std::unique_ptr<CPP_Macro> macro);
     void remove(std::string_view name);
 
-    // While held, macros that go are kept: an expansion reads their text, and a line source, which is an application's
-    // code, may undefine them meanwhile.
-    void hold() { ++holds_; }
-    void unhold() {
-        if (--holds_ == 0) gone_.clear();
-    }
+    // While one lives, macros that go are kept: an expansion reads their text, and a line source, which is an
+    // application's code, may undefine them meanwhile.
+    class Hold {
+    public:
+        explicit Hold(CPP_MacroTable& table) : table_(table) { ++table_.holds_; }
+        ~Hold() {
+            if (--table_.holds_ == 0) table_.gone_.clear();
+        }
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        CPP_MacroTable& table_;
+    };
 
 private:
     static constexpr std::size_t kFilterBits = 8192;

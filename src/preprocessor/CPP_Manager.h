@@ -84,7 +84,8 @@ public:
     int isCrypted() const;
 
     // Makes the line source for a file that is about to be opened; the file adopts it. This is the hook for a derived
-    // manager. Here: one that reads files from disk, C files and streams.
+    // manager. Here: one that reads files from disk, C files and streams. A line source may define and undefine macros
+    // of the manager that it serves; it must neither get lines from it nor close it.
     virtual CPP_Stream* allocStream();
 
 private:

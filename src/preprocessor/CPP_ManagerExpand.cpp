@@ -19,10 +19,9 @@ CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file,
     held_.clear();
     out.clear();
     frames_.assign(1, {line.data(), 0, line.size(), 0});
-    manager_.macros->hold();
+    const CPP_MacroTable::Hold hold(*manager_.macros);
     bool good = true;
     while (good && !frames_.empty()) good = scan(file, out);
-    manager_.macros->unhold();
     if (!good) {
         out.assign(message_.view());
         return Result::Failed;

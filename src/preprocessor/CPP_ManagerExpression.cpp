@@ -65,9 +65,9 @@ bool isSignedNumber(std::string_view text) {
     return text.size() > 1 && text[0] == '-' && textscan::isDigit(text[1]);
 }
 
-// The operator at the front of `text`, null if there is none.
+// The operator at the front of `text`, which isn't empty; null if there is none.
 const Operator* operatorAt(std::string_view text) {
-    if (isSignedNumber(text)) return nullptr;
+    if (cppwords::isPart(text[0]) || isSignedNumber(text)) return nullptr;
     for (const Operator& op : kOperators) {
         if (text.starts_with(op.text)) return &op;
     }
@@ -123,7 +123,7 @@ int resultOf(Op op, std::int64_t a, std::int64_t b) {
     return 0;
 }
 
-// Takes `digits` at the front of `text` off and gives them.
+// Takes the digits at the front of `text` off and gives them.
 template <class IsDigit>
 std::string_view takeWhile(std::string_view& text, IsDigit isDigit) {
     std::size_t end = 0;

@@ -12,22 +12,6 @@
 #include <limits>
 #include <utility>
 
-namespace {
-
-using cppwords::skipSpace;
-
-constexpr std::size_t kMostDirective = 31;  // characters of a directive's word
-constexpr int kHighest = std::numeric_limits<int>::max();
-
-#define TARVANI_TEXT_OF(number) #number
-#define TARVANI_VERSION_OF(major, minor, patch) \
-    TARVANI_TEXT_OF(major) "." TARVANI_TEXT_OF(minor) "." TARVANI_TEXT_OF(patch)
-constexpr char kVersion[] = TARVANI_VERSION_OF(TARVANI_VERSION_MAJOR, TARVANI_VERSION_MINOR, TARVANI_VERSION_PATCH);
-#undef TARVANI_VERSION_OF
-#undef TARVANI_TEXT_OF
-
-}  // namespace
-
 // Those up to Elif are carried out wherever they stand, the others where lines are live.
 enum class CPP_Manager::Directive {
     Ifdef,
@@ -60,6 +44,18 @@ CPP_Manager::Directive CPP_Manager::directiveOf(std::string_view word) {
 }
 
 namespace {
+
+using cppwords::skipSpace;
+
+constexpr std::size_t kMostDirective = 31;  // characters of a directive's word
+constexpr int kHighest = std::numeric_limits<int>::max();
+
+#define TARVANI_TEXT_OF(number) #number
+#define TARVANI_VERSION_OF(major, minor, patch) \
+    TARVANI_TEXT_OF(major) "." TARVANI_TEXT_OF(minor) "." TARVANI_TEXT_OF(patch)
+constexpr char kVersion[] = TARVANI_VERSION_OF(TARVANI_VERSION_MAJOR, TARVANI_VERSION_MINOR, TARVANI_VERSION_PATCH);
+#undef TARVANI_VERSION_OF
+#undef TARVANI_TEXT_OF
 
 // A directive that the environment control has expanded before it is read. Only the beginning of the word counts.
 bool isExpandedDirective(std::string_view text) {
