@@ -6,6 +6,7 @@
 #include <indexfile/SectionTable.h>
 #include <platform/FileReplace.h>
 #include <platform/FileStatus.h>
+#include <stream/AskHelpers.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/FilterPair.h>
@@ -13,6 +14,7 @@
 #include <stream/SectionCommit.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -63,8 +65,10 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
         level.index = std::make_unique<FS_IndexFile>();
         return platform::success();
     }
+    // A helper's container may begin anywhere.
+    const std::int64_t begin = stream.tellg();
     if (!holdsContainer(stream)) return untouched(level.container, "not a container");
-    if (!stream.seekg(0, 0)) return untouched(level.container, "cannot be read from the beginning");
+    if (!stream.seekg(begin, 0)) return untouched(level.container, "cannot be read from the beginning");
     level.index = std::make_unique<FS_IndexFile>(reader.release());
     if (!canUndo(level.index->getEncryptionFilter(), level.index->getDecryptionFilter()))
         return untouched(level.container, "its filters are no pair");
@@ -73,10 +77,17 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
 
 Outcome openFile(Level& level) {
     const std::string path(level.container);
-    auto reader = std::make_unique<FS_Reader>(path.c_str());
+    const std::string file(stripFilePrefix(path));
+    std::unique_ptr<FS_ReaderStream> served = streamFromHelpers(path.c_str());
+    // What a helper reads as a container need not be one as it lies there, and only as such it is written.
+    if (served && platform::fileStatus(file.c_str()).size > 0) {
+        UT_IStream stored(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
+        if (!holdsContainer(stored)) return untouched(path, "not a container as it is stored");
+    }
+    if (!served) served = std::make_unique<FS_ReaderStream>(file.c_str());
+    auto reader = std::make_unique<FS_Reader>(served.release());
     if (reader->isGood()) return openContainer(level, std::move(reader));
-    if (const std::string why = whyUnreadable(std::string(stripFilePrefix(path))); !why.empty())
-        return untouched(path, why);
+    if (const std::string why = whyUnreadable(file); !why.empty()) return untouched(path, why);
     level.index = std::make_unique<FS_IndexFile>();
     return platform::success();
 }

@@ -171,6 +171,23 @@ TEST_F(SectionCommit, TakesNothingButWhatWasWritten) {
     EXPECT_THAT(dir.names("tmp/what?"), IsEmpty());
 }
 
+// A helper may read as a container what isn't one, or serve one that isn't there as a file.
+TEST_F(SectionCommit, WritesOverNothingThatOnlyAHelperCanRead) {
+    const TestHelper helper([&](const std::string& source) -> FS_ReaderStream* {
+        if (source != dir.path("f")) return nullptr;
+        auto* const stream = new FS_ReaderStream(dir.path("later").c_str());
+        stream->getStream()->seekg(7, 0);
+        return stream;
+    });
+    dir.write("later", "before:" + containerBytes(kOld));
+    dir.write("f", "packed");
+    EXPECT_THAT(put("f?a", "new").reason, HasSubstr("not a container as it is stored; nothing was written"));
+    EXPECT_EQ(dir.read("f"), "packed");
+    std::filesystem::remove(dir.path("f"));
+    EXPECT_TRUE(put("f?a", "new").done);
+    EXPECT_EQ(sections("f"), (Sections{{"a", "new"}, kOld[1], kOld[2]}));
+}
+
 // The other sections could not be brought back through half a pair.
 TEST_F(SectionCommit, RefusesFiltersThatAreNoPair) {
     TurnedReadFactory reader;
