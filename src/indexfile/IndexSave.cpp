@@ -43,6 +43,12 @@ bool FS_IndexFile::save(const char* path, UT_String* reason) {
     if (path == nullptr || *path == '\0') return refuse(reason, "no path");
     if (!canUndo(encryptionFilter, decryptionFilter))
         return refuse(reason, "its filters are no pair, so nobody could read it");
+    {
+        const OpenSource source(*this);
+        // What a reader holds open may be in memory as it was; that matters only where it is written over.
+        const bool looks = !sourceFile.isEmpty() && source.stream() != nullptr;
+        if (looks && !standsAsRead(*source.stream())) return refuse(reason, kChanged);
+    }
     bool isOwnSource = false;
     if (!mayReplace(path, isOwnSource, reason)) return false;
     if (!sectionsOf(path).empty()) {
@@ -81,8 +87,6 @@ bool FS_IndexFile::mayReplace(const char* path, bool& isOwnSource, UT_String* re
     }
     const OpenSource source(*this);
     if (source.stream() == nullptr) return true;
-    // Of a reader that stays open the bytes may be in memory as they were; but only onto its own source it can do harm.
-    if (!sourceFile.isEmpty() && !standsAsRead(*source.stream())) return refuse(reason, kChanged);
     UT_String opened;
     reader->getFilename(opened);
     if (!isSameFile(platform::fileStatus(opened.buffer()), target)) return true;
