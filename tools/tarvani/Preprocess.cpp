@@ -178,11 +178,12 @@ int printWords(const std::vector<std::string>& letters, const std::string& path)
     Output output({}, input);
     UT_IStream source(input.file(), UT_ISTREAM_BINARY);
     Words words(source, input, optionList(letters).data());
+    const bool typed = input.isTerminal();
     UT_String word;
     while (words.getToken(word)) {
         output.write(word.view());
         output.write("\n");
-        if (input.isTerminal()) output.flush();
+        if (typed) output.flush();
     }
     input.checkEnd();
     output.finish();
