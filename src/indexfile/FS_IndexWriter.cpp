@@ -54,12 +54,14 @@ Outcome mayReplace(const std::string& file) {
 }  // namespace
 
 struct FS_IndexWriter::State {
-    explicit State(std::string path)
-        : outcome(path.empty() ? failure("no path") : mayReplace(path)),
-          file(std::move(path), platform::ReplaceBy::Copy) {
-        if (outcome.done) outcome = file.error();
+    explicit State(std::string path) : outcome(path.empty() ? failure("no path") : mayReplace(path)) {
+        // What may not be replaced isn't even opened: a pipe would wait for somebody who reads it.
+        if (!outcome.done) return;
+        file.emplace(std::move(path), platform::ReplaceBy::Copy);
+        outcome = file->error();
     }
 
+    bool canWrite() { return file && file->stream().good(); }
     // Everything that was named is counted, so that the table's size is known before the first byte of a section.
     std::int64_t position() const { return tableSize + bytes; }
     void begin();
@@ -74,8 +76,8 @@ struct FS_IndexWriter::State {
         int size = 0;
         int time = 0;
     };
-    Outcome outcome;  // the first failure ends everything
-    platform::ReplacementFile file;
+    Outcome outcome;                                // the first failure ends everything
+    std::optional<platform::ReplacementFile> file;  // none for a target that may not be replaced
     UT_String description;
     UT_SymbolTable names;
     std::vector<Entry> entries;  // of the files so far
@@ -95,14 +97,14 @@ void FS_IndexWriter::State::begin() {
     block = std::make_unique_for_overwrite<char[]>(kBlock);
     tableSize += static_cast<std::int64_t>(description.view().size());
     entries.reserve(names.entries());
-    file.stream().seekp(tableSize);
+    file->stream().seekp(tableSize);
 }
 
 bool FS_IndexWriter::State::write(const char* data, std::size_t count) {
     bytes += static_cast<std::int64_t>(count);
     if (position() > kLargestContainer) return fail(kTooLarge);
-    file.stream().write(data, static_cast<std::streamsize>(count));
-    return true;
+    file->stream().write(data, static_cast<std::streamsize>(count));
+    return canWrite();
 }
 
 bool FS_IndexWriter::State::copyFile(UT_ByteSource& source) {
@@ -154,7 +156,7 @@ bool FS_IndexWriter::State::copy(const char* path) {
 }
 
 void FS_IndexWriter::State::writeTable() {
-    platform::FileOutput& out = file.stream();
+    platform::FileOutput& out = file->stream();
     const int count = static_cast<int>(entries.size());
     UTwrite(out, kMagic.data(), static_cast<int>(kMagic.size()));
     UTwrite(out, &kVersion, 1);
@@ -191,14 +193,15 @@ bool FS_IndexWriter::addName(const char* name) {
 
 bool FS_IndexWriter::addFile(const char* fileName, UT_String* reason) {
     State& state = *state_;
+    if (!state.canWrite()) return true;  // told by finish()
     if (state.outcome.done) {
         state.begin();
         if (fileName == nullptr)
             state.fail("no path");
         else if (state.entries.size() == state.names.entries())
             state.fail("has no name among the sections");
-        else if (!state.file.stream().good() || state.copy(fileName))
-            return true;  // a failed output is told by finish()
+        else if (state.copy(fileName) || !state.canWrite())
+            return true;
     }
     if (reason != nullptr) reason->harden(std::string_view(state.outcome.reason));
     return false;
@@ -206,13 +209,13 @@ bool FS_IndexWriter::addFile(const char* fileName, UT_String* reason) {
 
 bool FS_IndexWriter::finish(UT_String* reason) {
     State& state = *state_;
-    if (state.outcome.done && state.file.stream().good() && state.entries.size() != state.names.entries())
+    if (state.outcome.done && state.canWrite() && state.entries.size() != state.names.entries())
         state.fail("a named section has got no file");
     if (state.outcome.done) {
         state.begin();
-        state.file.stream().seekp(0);
+        state.file->stream().seekp(0);
         state.writeTable();
-        state.outcome = state.file.commit();
+        state.outcome = state.file->commit();
     }
     const bool done = state.outcome.done;
     if (reason != nullptr && !done) reason->harden(std::string_view(state.outcome.reason));

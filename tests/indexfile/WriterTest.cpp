@@ -67,6 +67,7 @@ TEST_F(WriterTest, AFailureLeavesEverythingAsItWas) {
     dir_.write("x.idx", old);
     dir_.write("text", "not a container");
     ::truncate(dir_.write("huge", "").c_str(), 3'000'000'000);
+    ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
     const auto names = dir_.names();
     const struct {
         const char* target;
@@ -82,6 +83,7 @@ TEST_F(WriterTest, AFailureLeavesEverythingAsItWas) {
         {"text", {"a", "a"}, "is not a container, and is left as it is"},
         {"no/x.idx", {"a", "a"}, "No such file or directory"},
         {"", {"a", "a"}, "is not a regular file"},
+        {"pipe", {"a", "a"}, "is not a regular file"},
     };
     for (const auto& c : cases) {
         {
