@@ -26,6 +26,7 @@ extern const std::span<const Subcommand> kPathCommands;
 extern const std::span<const Subcommand> kPathFileCommands;
 extern const std::span<const Subcommand> kPreprocessCommands;
 extern const std::span<const Subcommand> kRendererCommands;
+extern const std::span<const Subcommand> kRecentCommands;  // below "recent"
 
 Action declareIndexCreate(CLI::App& app);
 Action declareIndexExpand(CLI::App& app);

@@ -33,6 +33,15 @@ void declare(CLI::App& parent, const Subcommand& command, Action& chosen) {
     app->callback([&chosen, action] { chosen = action; });
 }
 
+// Subcommands of a subcommand.
+void declareGroup(CLI::App& root, const std::string& name, const char* summary, std::span<const Subcommand> commands,
+                  Action& chosen) {
+    CLI::App* const app = root.add_subcommand(name, summary);
+    app->require_subcommand(1);
+    app->footer("\"tarvani help " + name + " SUBCOMMAND\" explains one of them.");
+    for (const Subcommand& command : commands) declare(*app, command, chosen);
+}
+
 // The app that a line of words names; null if there is none. `line` becomes the words in front of its name.
 CLI::App* findCommand(CLI::App& root, const std::vector<std::string>& words, std::string& line) {
     CLI::App* app = &root;
@@ -72,12 +81,10 @@ void declareAll(CLI::App& root, Action& chosen) {
         "Exit status: 0 done, 1 failed, 2 wrong usage.");
     for (const Subcommand& command : kStreamCommands) declare(root, command, chosen);
     for (const Subcommand& command : kListingCommands) declare(root, command, chosen);
-    CLI::App* const index = root.add_subcommand("index", "Make, list and change containers");
-    index->require_subcommand(1);
-    index->footer("\"tarvani help index SUBCOMMAND\" explains one of them.");
-    for (const Subcommand& command : kIndexCommands) declare(*index, command, chosen);
+    declareGroup(root, "index", "Make, list and change containers", kIndexCommands, chosen);
     for (const auto group : {kPathCommands, kPathFileCommands, kPreprocessCommands, kRendererCommands})
         for (const Subcommand& command : group) declare(root, command, chosen);
+    declareGroup(root, "recent", "List and change the user's recent files and directories", kRecentCommands, chosen);
     declareHelp(root, chosen);
 }
 
