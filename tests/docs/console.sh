@@ -8,7 +8,9 @@ PATH=$2:$PATH
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-export TZ=UTC LC_ALL=C
+# What is typed must neither depend on the user's own files nor change them.
+export TZ=UTC LC_ALL=C HOME=$scratch
+unset "${!TARVANI_@}" XDG_CONFIG_HOME
 umask 022
 
 typed="" expected="" commands=0 failures=0
