@@ -4,9 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 #include "../support/Child.h"
@@ -20,7 +20,7 @@ constexpr char kEnd = '\1';
 Words* theNotes = nullptr;
 
 void noteBox(const char* title, const char* text) {
-    theNotes->push_back(std::string(title) + ": " + std::regex_replace(text, std::regex("^\\([0-9]+\\)"), "(N)"));
+    theNotes->push_back(std::string(title) + ": (N" + std::string(std::strchr(text, ')')));
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ extern const std::span<const Subcommand> kListingCommands;
 extern const std::span<const Subcommand> kIndexCommands;  // below "index"
 extern const std::span<const Subcommand> kPathCommands;
 extern const std::span<const Subcommand> kPathFileCommands;
+extern const std::span<const Subcommand> kPluginCommands;
 extern const std::span<const Subcommand> kPreprocessCommands;
 extern const std::span<const Subcommand> kRendererCommands;
 extern const std::span<const Subcommand> kRecentCommands;  // below "recent"

@@ -82,7 +82,7 @@ void declareAll(CLI::App& root, Action& chosen) {
     for (const Subcommand& command : kStreamCommands) declare(root, command, chosen);
     for (const Subcommand& command : kListingCommands) declare(root, command, chosen);
     declareGroup(root, "index", "Make, list and change containers", kIndexCommands, chosen);
-    for (const auto group : {kPathCommands, kPathFileCommands, kPreprocessCommands, kRendererCommands})
+    for (const auto group : {kPathCommands, kPathFileCommands, kPluginCommands, kPreprocessCommands, kRendererCommands})
         for (const Subcommand& command : group) declare(root, command, chosen);
     declareGroup(root, "recent", "List and change the user's recent files and directories", kRecentCommands, chosen);
     declareHelp(root, chosen);
