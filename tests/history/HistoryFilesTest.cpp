@@ -3,14 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <history/FS_FileHistoryManager.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "../support/Child.h"
 #include "../support/Environment.h"
@@ -18,7 +17,6 @@
 #include "../support/ScratchDir.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -241,23 +239,6 @@ TEST_F(HistoryFiles, AFailedStepLeavesTheOldFile) {
         }
         EXPECT_TRUE(1 < n && n < 100) << n;
     }
-}
-
-TEST_F(HistoryFiles, AFullDiskLeavesTheOldFile) {
-    dir_.write("home/file.history", kOld);
-    const auto save = [] {
-        const rlimit most = {4, 4};
-        std::signal(SIGXFSZ, SIG_IGN);
-        if (::setrlimit(RLIMIT_FSIZE, &most) != 0) return false;
-        History history;
-        history.addFileToHistoryList("/new", FS_HISTORY_GEO);
-        UT_String reason;
-        return !history.saveFileHistoryList(&reason) &&
-               std::string_view(reason.view()).find("File too large") != std::string_view::npos;
-    };
-    EXPECT_EQ(inChild(save), 0);
-    EXPECT_EQ(dir_.read("home/file.history"), kOld);
-    EXPECT_THAT(dir_.names("home"), ElementsAre("file.history"));
 }
 
 TEST_F(HistoryFiles, TwoProcessesThatSaveAtOnceLeaveOneWholeFile) {

