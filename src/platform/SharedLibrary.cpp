@@ -30,10 +30,10 @@ void beginCall() {
 // The loader looks on into the libraries that this one needs: another's version function must not vouch for it.
 bool isFrom(void* library, void* address) {
     link_map* self = nullptr;
-    void* owner = nullptr;
-    Dl_info info;
-    return ::dlinfo(library, RTLD_DI_LINKMAP, &self) == 0 && ::dladdr1(address, &info, &owner, RTLD_DL_LINKMAP) != 0 &&
-           owner == self;
+    // Not dladdr, which passes over all libraries and then over all names of one: this is a binary search.
+    dl_find_object place;
+    return ::dlinfo(library, RTLD_DI_LINKMAP, &self) == 0 && ::_dl_find_object(address, &place) == 0 &&
+           place.dlfo_link_map == self;
 }
 
 }  // namespace
