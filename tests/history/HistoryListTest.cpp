@@ -116,8 +116,10 @@ TEST(HistoryList, ReadsTheNextBlockAndNoFurther) {
         EXPECT_EQ(line.view(), c.nextLine) << c.text;
     }
     FS_FileHistory list(3, "GEO", false);
-    UT_IStream in("{\na\nb\nc\n}", 9, UT_ISTREAM_BINARY);
+    UT_IStream in("{\na\nb\n}", 7, UT_ISTREAM_BINARY);
     list.loadFilesfromMRU(in);
+    list.addFiletoMRU("c");
+    EXPECT_EQ(ages(list), "cba");
     list.addFiletoMRU("d");
     EXPECT_EQ(ages(list), "dcb");
 }

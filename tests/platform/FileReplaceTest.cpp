@@ -174,6 +174,15 @@ TEST_F(Files, ANewFileTakesNobodysName) {
     }
 }
 
+TEST_F(Files, RenamingReplacesAFileThatCameMeanwhile) {
+    ReplacementFile file(dir.path("f"), ReplaceBy::Rename);
+    file.stream() << "mine";
+    dir.write("f", "another's");
+    EXPECT_TRUE(file.commit().done);
+    EXPECT_EQ(dir.read("f"), "mine");
+    EXPECT_THAT(dir.names(), ElementsAre("f", "tmp"));
+}
+
 TEST_F(Files, RenamingReplacesTheFileBehindALinkAndKeepsItsMode) {
     dir.write("d/f", "old");
     ASSERT_EQ(::chmod(dir.path("d/f").c_str(), 0604), 0);
