@@ -1,12 +1,12 @@
 // Entries stand in a list in the order of adding, with their names in a few large blocks. An index of slots, with open
 // addressing and linear probing, finds the entry of a name. A removed entry stays in the list as a gap, so that places
 // in a walk keep their meaning; gaps go when an entry is added, there are more gaps than entries, and nobody walks.
+#include <UT/TextHash.h>
 #include <UT/UT_SortedSymbolTable.h>
 #include <UT/UT_SymbolTable.h>
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <new>
 #include <utility>
@@ -97,7 +97,7 @@ public:
     }
 
     static std::uint32_t hashOf(std::string_view name) {
-        const std::uint64_t hash = std::hash<std::string_view>()(name);
+        const std::uint64_t hash = hashText(name);
         return static_cast<std::uint32_t>(hash ^ (hash >> 32));
     }
 

@@ -2,12 +2,12 @@
 // has in memory.
 #include "SectionTable.h"
 
+#include <UT/TextHash.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
 
 #include <algorithm>
 #include <bit>
-#include <climits>
 #include <cstring>
 #include <new>
 #include <string>
@@ -135,27 +135,6 @@ bool isNamed(const TableScan::Entry& entry, std::string_view name) {
     return entry.name.starts_with(name) && (entry.name.size() == name.size() || entry.name[name.size()] == '\0');
 }
 
-// Multiplies and folds eight bytes at a time. The seed differs from run to run, so that no file can hold names chosen
-// to fall into one slot.
-std::uint64_t hashOf(std::string_view name) {
-    static const char anchor = 0;
-    std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&anchor) ^ name.size();
-    const auto fold = [&](std::uint64_t word) {
-        __extension__ using Wide = unsigned __int128;
-        const Wide product = static_cast<Wide>(word ^ 0x9e3779b97f4a7c15u) * (hash ^ 0xd6e8feb86659fd93u);
-        hash = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-    };
-    while (!name.empty()) {
-        std::uint64_t word = 0;
-        const std::size_t n = std::min(name.size(), sizeof word);
-        std::memcpy(&word, name.data(), n);
-        fold(word);
-        name.remove_prefix(n);
-    }
-    fold(0);
-    return hash;
-}
-
 }  // namespace
 
 std::unique_ptr<SectionTable> SectionTable::read(UT_IStream& in, UT_String& description) {
@@ -213,7 +192,7 @@ void SectionTable::setPlace(int index, const SectionPlace& place) {
 // The slot of a name, or the free one in which it would go.
 std::size_t SectionTable::slotOf(std::string_view name) const {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t slot = static_cast<std::size_t>(hashOf(name)) & mask;
+    std::size_t slot = static_cast<std::size_t>(hashText(name)) & mask;
     while (slots_[slot] != 0 && this->name(static_cast<int>(slots_[slot] - 1)) != name) slot = (slot + 1) & mask;
     return slot;
 }

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <indexfile/SectionTable.h>
 
+#include <ctime>
 #include <filesystem>
 
 #include "../support/ScratchDir.h"
@@ -198,6 +199,21 @@ TEST(ReadingAContainer, FindsTheLastOfTwoSectionsWithOneName) {
     index.removeSection("a");
     EXPECT_FALSE(index.hasSection("a"));
     EXPECT_THAT(namesOf(index), ElementsAre("b"));
+}
+
+// The eight bytes behind each number stand for a factor that makes zero of a product with a known constant, so that
+// nothing in front of them counts any more.
+TEST(ReadingAContainer, TakesNamesThatWereMadeToFallIntoOneSlot) {
+    for (const char* block : {"\x15\x7c\x4a\x7f\xb9\x79\x37\x9e", "\x93\xfd\x59\x86\xb6\xfe\xe8\xd6"}) {
+        Sections sections;
+        for (int i = 0; i < 100'000; ++i) sections.emplace_back(std::to_string(10'000'000 + i) + block, "");
+        const std::clock_t start = std::clock();
+        FS_IndexFile index(memoryReader(containerBytes(sections)));
+        EXPECT_TRUE(index.hasSection(sections[1].first.c_str()));
+        index.removeSection(sections[0].first.c_str());
+        EXPECT_TRUE(index.hasSection(sections[1].first.c_str()));
+        EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 10) << "minutes where all names are in one slot";
+    }
 }
 
 TEST(ReadingAContainer, HoldsTheFileOpenOnlyOverAReader) {
