@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# console.sh PAGE COMMAND_DIR: types what the ```console blocks of a page show and compares the answers, so that a page
-# tells what the programs do. Lines that begin "$ " are typed, all in one directory that is made for them; the lines up to
-# the next are the answer, standard error included.
+# console.sh PAGE COMMAND_DIR [FILE...]: types what the ```console blocks of a page show and compares the answers, so that a page
+# tells what the programs do. Lines that begin "$ " are typed, all in one directory that is made for them and holds the FILEs; the
+# lines up to the next are the answer, standard error included.
 set -euo pipefail
 page=$(realpath "$1")
 PATH=$2:$PATH
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+[ $# -le 2 ] || cp "${@:3}" "$scratch"
 cd "$scratch"
 # What is typed must neither depend on the user's own files nor change them.
 export TZ=UTC LC_ALL=C HOME=$scratch
