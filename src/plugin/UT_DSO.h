@@ -5,8 +5,8 @@
 //     UT_DSO().run("fs/mem.dll", "installFSHelpers", nullptr, 1, UT_PATH_DSO);  // the first copy that works
 //     UT_DSO().run("installMenus", &menus, 1);                                  // every library that has the function
 //
-// A function that is called so has the form `extern "C" void function(void* data)`; a plug-in includes
-// <UT/UT_DSOVersion>, which gives it the version function. docs/plugins.md shows one that can be copied.
+// A function that is called so has the form `extern "C" void function(void* data)`, and throws nothing; a plug-in
+// includes <UT/UT_DSOVersion>, which gives it the version function. docs/plugins.md shows one that can be copied.
 //
 // Libraries are loaded by their absolute paths and in no other way: a relative one can't be loaded, wherever it comes
 // from. What fails is told to the user in a message box (UTsetMessageBox), unless TARVANI_DSO_ERROR is 0; the operation
