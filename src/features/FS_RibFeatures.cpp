@@ -1,105 +1,10 @@
-#include <UT/UT_EnvControl.h>
-#include <UT/UT_OptionFile.h>
-#include <UT/UT_SortedSymbolTable.h>
-#include <UT/UT_String.h>
 #include <features/FS_RibFeatures.h>
-#include <preprocessor/CPP_TokenStream.h>
-
-#include <cstdarg>
-#include <cstdio>
-#include <memory>
+#include <features/FeatureReader.h>
 
 namespace {
 
 constexpr const char* kFeatureFile = "ROPfeatures";
-constexpr const char* kTokenKey = "rib.renderer.token";
-constexpr const char* kLabelKey = "rib.renderer.label";
 constexpr const char* kDefaultRenderer = "prman11";
-
-UT_OptionFile* find(const UT_SortedSymbolTable& renderers, const UT_String& token) {
-    return renderers[token.view()].as<UT_OptionFile>();
-}
-
-// Reads one feature file into a table.
-class FeatureReader {
-public:
-    FeatureReader(CPP_TokenStream& words, UT_SortedSymbolTable& renderers) : words_(words), renderers_(renderers) {}
-
-    void read() {
-        UT_String word;
-        while (words_.getToken(word)) readEntry(word);
-        if (!open_) return;
-        close();
-        report("Warning: Missing closing brace");
-    }
-
-private:
-    void readEntry(UT_String& word) {
-        if (word == "{") {
-            close();
-            open_ = std::make_unique<UT_OptionFile>(nullptr);
-        } else if (word == "}") {
-            if (!open_) return report("Unexpected closing brace }");
-            close();
-        } else if (word == "inherit") {
-            inherit();
-        } else {
-            setOption(word);
-        }
-    }
-
-    void inherit() {
-        if (!open_) return report("Expecting open brace { instead of 'inherit'");
-        UT_String token;
-        if (!words_.getToken(token)) return report("Missing inherit value");
-        const UT_OptionFile* const parent = find(renderers_, token);
-        if (!parent) return report("Unable to find %s to inherit options from", token.buffer());
-        open_->merge(*parent);
-    }
-
-    void setOption(UT_String& key) {
-        if (!open_) return report("Expecting open brace { instead of %s", key.buffer());
-        UT_String value;
-        if (!words_.getToken(value)) return report("Missing value for %s", key.buffer());
-        key.toLower();
-        open_->setOptionFromText(key.buffer(), value);
-    }
-
-    // Puts the open definition, if there is one, into the table.
-    void close() {
-        std::unique_ptr<UT_OptionFile> options = std::move(open_);
-        if (!options) return;
-        UT_String token;
-        if (!options->getOption(kTokenKey, token, "")) return report("Missing render identification (rib.renderer)");
-        if (!options->hasOption(kLabelKey)) options->setOption(kLabelKey, token);
-        add(token, std::move(options));
-    }
-
-    void add(const UT_String& token, std::unique_ptr<UT_OptionFile> options) {
-        if (UT_OptionFile* const old = find(renderers_, token)) {
-            report("Overwriting existing definition for %s", token.buffer());
-            renderers_.deleteSymbol(token.view());
-            delete old;
-        }
-        report("Adding defintion for renderer %s", token.buffer());
-        renderers_.addSymbol(token.view(), UT_Thing(options.get()));
-        options.release();
-    }
-
-    void report(const char* format, ...) const __attribute__((format(printf, 2, 3))) {
-        if (!UT_EnvControl::getInt(UT_CONTROL_FEATURES_VERBOSE)) return;
-        std::fprintf(stderr, "%s[%d]: ", words_.getFileName(), words_.getLineNumber());
-        std::va_list arguments;
-        va_start(arguments, format);
-        std::vfprintf(stderr, format, arguments);
-        va_end(arguments);
-        std::fputc('\n', stderr);
-    }
-
-    CPP_TokenStream& words_;
-    UT_SortedSymbolTable& renderers_;
-    std::unique_ptr<UT_OptionFile> open_;  // the definition between its braces
-};
 
 // Lives to the end of the process, since the definitions are the callers' to keep. Filled by the first call.
 UT_SortedSymbolTable& loadedRenderers() {

@@ -1,0 +1,105 @@
+// Token streams and feature files. The words are those of the lines, the messages come in their places, and a word that
+// was given back comes again. As a feature file the same text gives definitions that have a token and a label.
+#include "Check.h"
+
+#include <UT/UT_IStream.h>
+#include <UT/UT_OptionFile.h>
+#include <UT/UT_SortedSymbolTable.h>
+#include <UT/UT_String.h>
+#include <UT/UT_WorkArgs.h>
+#include <features/FeatureReader.h>
+#include <preprocessor/CPP_Manager.h>
+#include <preprocessor/CPP_TokenStream.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t kLongestInput = 4 * 1024;
+constexpr const char* kName = "tokens";
+// The standard options, and a nesting in which doubling macros don't take seconds.
+constexpr const char* kOptions[] = {"cpp", "-P", "-x", "-r", "8", nullptr};
+
+// Words and messages in the order in which they came.
+using Heard = std::vector<std::string>;
+
+class Words : public CPP_TokenStream {
+public:
+    Words(UT_IStream& source, Heard& heard) : CPP_TokenStream(source, kName, kOptions), heard_(heard) {}
+    void cppError(const char* message) const override { heard_.push_back(std::string("error ") + message); }
+    void cppWarning(const char* message) const override { heard_.push_back(std::string("warning ") + message); }
+
+private:
+    Heard& heard_;
+};
+
+UT_IStream streamOf(std::string_view text) {
+    return UT_IStream(text.data(), static_cast<int>(text.size()), UT_ISTREAM_BINARY);
+}
+
+// What the words must be: those of each line by itself.
+Heard heardInLines(std::string_view source) {
+    UT_IStream stream = streamOf(source);
+    CPP_Manager manager;
+    manager.setOptions(static_cast<int>(std::size(kOptions)) - 1, kOptions);
+    check(manager.open(stream, kName), "a stream can be opened");
+    Heard heard;
+    UT_String line;
+    while (manager.getLine(line)) {
+        if (line.view().starts_with("# error ") || line.view().starts_with("# warning ")) {
+            heard.emplace_back(line.view().substr(2));
+        } else if (!line.view().starts_with('#')) {
+            UT_WorkArgs words;
+            const int count = line.dosParse(words);
+            for (int i = 0; i < count; ++i) heard.push_back(std::string("word ") + words(i));
+        }
+    }
+    return heard;
+}
+
+Heard heardInWords(std::string_view source) {
+    UT_IStream stream = streamOf(source);
+    Heard heard;
+    Words words(stream, heard);
+    UT_String word;
+    for (bool again = false; words.getToken(word); again = !again) {
+        if (again && !word.isEmpty()) {
+            const UT_String given(word.view());
+            words.ungetToken(given);
+            check(words.getToken(word) && word == given, "a word given back comes again");
+        }
+        heard.push_back("word " + std::string(word.view()));
+    }
+    check(!words.getToken(word), "the end is the end");
+    return heard;
+}
+
+void checkFeatures(std::string_view source) {
+    UT_IStream stream = streamOf(source);
+    Heard heard;
+    Words words(stream, heard);
+    UT_SortedSymbolTable renderers;
+    FeatureReader(words, renderers).read();
+    renderers.sortThingsBySymbol();
+    std::string last;
+    for (unsigned i = 0; i < renderers.entries(); ++i) {
+        const std::unique_ptr<UT_OptionFile> options(renderers[i].as<UT_OptionFile>());
+        UT_String token, label;
+        check(options->getOption("rib.renderer.token", token, nullptr), "a definition has a token");
+        check(options->getOption("rib.renderer.label", label, nullptr), "a definition has a label");
+        check(i == 0 || last < token.view(), "the definitions stand in the order of their tokens");
+        last = token.view();
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size > kLongestInput) return 0;
+    const std::string_view source(reinterpret_cast<const char*>(data), size);
+    check(heardInWords(source) == heardInLines(source), "the words are those of the lines");
+    checkFeatures(source);
+    return 0;
+}
