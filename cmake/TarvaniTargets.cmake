@@ -20,7 +20,8 @@ function(tarvani_layer name)
     set_target_properties(tarvani_objects_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF
                           CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     add_library(tarvani_layer_${name} STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:tarvani_objects_${name}>)
-    set_target_properties(tarvani_layer_${name} PROPERTIES LINKER_LANGUAGE CXX)
+    # stream, indexfile, plugin and pathfile go round in a circle; a linker that reads archives once must come by three times.
+    set_target_properties(tarvani_layer_${name} PROPERTIES LINKER_LANGUAGE CXX LINK_INTERFACE_MULTIPLICITY 3)
     foreach(known ${arg_KNOWS})
         target_link_libraries(tarvani_layer_${name} PUBLIC tarvani_layer_${known})
     endforeach()
