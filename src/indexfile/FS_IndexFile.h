@@ -21,6 +21,7 @@
 
 #include <iosfwd>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -108,7 +109,8 @@ public:
     // when its source can't be opened, and when the container would pass 2147483647 bytes: then nothing is written.
     // Changes nothing in the object.
     virtual void writeFile(std::ostream& out);
-    // Why the last writeFile failed, in words; null if it didn't, and where the reason is the stream's.
+    // Why the last writeFile or expandToDirectory failed, in words; null if it didn't, and where the reason is the
+    // stream's. Files are named as from the directory: "geo: No space left on device; the file is incomplete".
     const UT_String& getWriteFailure() const { return writeFailure_; }
     // Writes each section to a file in the directory `path`, which is made when missing, and "Sections.list" beside
     // them; a section that is a container with sections becomes a directory of the same form, to 64 levels. False when
@@ -239,8 +241,10 @@ private:
     bool standsAsRead(UT_IStream& source) const;
     void followSource();
     void followLinks(const char* path);
+    bool refuseExpansion(std::string_view file, std::string_view reason);
     bool expandLevel(const char* path, int level);
     bool expandSection(int index, int level, NameSet& written);
+    bool expandToFile(int index, const std::string& path, UT_String& reason);
     bool collapseLevel(const char* path, int level);
     bool collapseList(int level);
     bool collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen);

@@ -3,9 +3,9 @@
 // is opened but ./NAME, and no symbolic link is followed on the way.
 #include <UT/UT_OStrStream.h>
 #include <UT/UT_Output.h>
-#include <UT/UT_Tarvani.h>
 #include <platform/Directory.h>
 #include <platform/FileStatus.h>
+#include <platform/Outcome.h>
 #include <platform/WorkingDirectory.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/FS_Writer.h>
@@ -26,6 +26,7 @@ namespace {
 
 constexpr int kMostLevels = 64;
 constexpr std::string_view kListFile = "Sections.list";
+constexpr std::string_view kNamesSections = "a \"?\" in the path stands for sections";
 
 std::string here(std::string_view name) {
     return "./" + std::string(name);
@@ -36,10 +37,20 @@ bool isEntryName(std::string_view name) {
     return !name.empty() && name != "." && name != ".." && name.find_first_of("/?") == std::string_view::npos;
 }
 
-// Whether something of this kind can be written under the path: nothing else stands there.
-bool isFreeFor(FileKind kind, const std::string& path) {
+// What stands where something of this kind should be written; empty if nothing does.
+std::string obstacle(FileKind kind, const std::string& path) {
     const FileStatus there = platform::linkStatus(path.c_str());
-    return there ? there.kind == kind : there.error == ENOENT;
+    if (!there) return there.error == ENOENT ? "" : platform::errorWords(there.error);
+    if (there.kind == kind) return {};
+    if (there.kind == FileKind::Link) return "is a symbolic link, through which nothing is written";
+    return kind == FileKind::File ? "is no file, and a file should go there"
+                                  : "is no directory, and one should go there";
+}
+
+// A writer's reason names the file in front; here that is known.
+std::string_view wordsOf(const UT_String& reason) {
+    const std::size_t end = reason.view().rfind(": ");
+    return end == std::string_view::npos ? reason.view() : reason.view().substr(end + 2);
 }
 
 // Whether a writer, which takes a path as absolute, would see a section path in every file of the current directory.
@@ -80,36 +91,48 @@ void FS_IndexFile::makeValidFileName(UT_String& name) {
     name.harden(result);
 }
 
+// Leaves the reason for getWriteFailure to tell; `file` is empty for the directory itself. Always false.
+bool FS_IndexFile::refuseExpansion(std::string_view file, std::string_view reason) {
+    writeFailure_ = file.empty() ? std::string(reason) : std::string(file) + ": " + std::string(reason);
+    return false;
+}
+
 bool FS_IndexFile::writeSectionListFile(const char* path) {
-    if (!isFreeFor(FileKind::File, path)) return false;
+    if (const std::string what = obstacle(FileKind::File, path); !what.empty()) return refuseExpansion(kListFile, what);
     FS_Writer writer(path);
     std::ostream* const out = writer.getStream();
-    if (out == nullptr || out->fail()) return false;
-    *out << description << '\n';
-    for (int i = 0; i < getNumSections(); ++i) {
+    if (out != nullptr) *out << description << '\n';
+    for (int i = 0; out != nullptr && out->good() && i < getNumSections(); ++i) {
         const UT_String name(getSectionName(i));
         UT_String file(name);
         makeValidFileName(file);
         *out << file << '\t' << name << '\n';
     }
-    if (!writer.finish()) return false;
+    UT_String reason;
+    if (!writer.finish(&reason)) return refuseExpansion(kListFile, wordsOf(reason));
     setTimes(path, modTime);
     return true;
 }
 
 bool FS_IndexFile::expandToDirectory(const char* path) {
-    return path != nullptr && std::string_view(path).find('?') == std::string_view::npos && expandLevel(path, 1);
+    writeFailure_.clear();
+    if (path == nullptr || *path == '\0') return refuseExpansion({}, "no path");
+    if (std::string_view(path).find('?') != std::string_view::npos) return refuseExpansion({}, kNamesSections);
+    return expandLevel(path, 1);
 }
 
 bool FS_IndexFile::expandLevel(const char* path, int level) {
-    if (getNumSections() == 0 || level > kMostLevels) return false;
-    TarvaniMakeDirectory(path, 0777);
+    if (getNumSections() == 0) return refuseExpansion({}, "the container has no sections");
+    if (level > kMostLevels) return refuseExpansion({}, "lies deeper than 64 levels");
+    const int error = platform::makeDirectories(path, 0777);
     platform::WorkingDirectory directory;
-    if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse)) return false;
-    bool done = !isSectionPathHere() && writeSectionListFile(here(kListFile).c_str());
+    if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse))
+        return refuseExpansion({}, error ? platform::errorWords(error) : "can't be entered");
+    bool done =
+        isSectionPathHere() ? refuseExpansion({}, kNamesSections) : writeSectionListFile(here(kListFile).c_str());
     NameSet written;
     for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written);
-    return directory.restore() && done;
+    return directory.restore() ? done : refuseExpansion({}, "there is no way back to the current directory");
 }
 
 bool FS_IndexFile::expandSection(int index, int level, NameSet& written) {
@@ -117,20 +140,30 @@ bool FS_IndexFile::expandSection(int index, int level, NameSet& written) {
     UT_String file(place.name, 1, -1);
     makeValidFileName(file);
     const std::string path = here(file.view());
-    if (!isEntryName(file.view()) || !written.emplace(file.view()).second) return false;
+    const std::string section = "section \"" + std::string(place.name) + "\"";
+    if (!isEntryName(file.view())) return refuseExpansion({}, section + " can't be a file of that name");
+    if (!written.emplace(file.view()).second) return refuseExpansion({}, section + " is there twice");
     FS_IndexFile inner(getSectionReader(place.name));
-    if (inner.getNumSections() > 0) {
-        if (!isFreeFor(FileKind::Directory, path) || !inner.expandLevel(path.c_str(), level + 1)) return false;
-    } else {
-        if (!isFreeFor(FileKind::File, path)) return false;
-        FS_Writer writer(path.c_str());
-        std::ostream* const out = writer.getStream();
-        if (out == nullptr || out->fail()) return false;
-        if (place.dataSize > 0) writeSection(index, *out);
-        if (!writer.finish()) return false;
-    }
+    const bool isContainer = inner.getNumSections() > 0;
+    if (const std::string what = obstacle(isContainer ? FileKind::Directory : FileKind::File, path); !what.empty())
+        return refuseExpansion(file.view(), what);
+    UT_String reason;
+    if (isContainer && !inner.expandLevel(path.c_str(), level + 1))
+        return refuseExpansion(file.view(), inner.getWriteFailure().view());
+    if (!isContainer && !expandToFile(index, path, reason)) return refuseExpansion(file.view(), reason.view());
     setTimes(path, place.modTime);
     return true;
+}
+
+bool FS_IndexFile::expandToFile(int index, const std::string& path, UT_String& reason) {
+    FS_Writer writer(path.c_str());
+    std::ostream* const out = writer.getStream();
+    const bool opened = out != nullptr && !out->fail();
+    if (opened && placeAt(index).dataSize > 0) writeSection(index, *out);
+    if (writer.finish(&reason)) return true;
+    const std::string_view words = writeFailure_.isNull() ? wordsOf(reason) : writeFailure_.view();
+    reason = std::string(words) + (opened ? "; the file is incomplete" : "");
+    return false;
 }
 
 bool FS_IndexFile::collapseFromDirectory(const char* path) {

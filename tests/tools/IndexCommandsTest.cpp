@@ -167,6 +167,8 @@ TEST_F(IndexCommands, ExpandAndCollapseSayWhatStandsInTheWay) {
     pack("x.idx", {"a", "b"});
     EXPECT_EQ(printed({"index", "create", "none.idx"}), "");
     dir_.write("file", "");
+    const std::string whole = dir_.read("x.idx");
+    dir_.write("short.idx", whole.substr(0, whole.size() - 1));
     dir_.makeDirectory("linked");
     ASSERT_EQ(::symlink("../file", dir_.path("linked/b").c_str()), 0);
     dir_.makeDirectory("blocked/a");
@@ -180,8 +182,10 @@ TEST_F(IndexCommands, ExpandAndCollapseSayWhatStandsInTheWay) {
     } cases[] = {
         {{"expand", "none.idx", "d"}, "none.idx: has no sections to expand"},
         {{"expand", "x.idx", "file"}, "file: Not a directory"},
-        {{"expand", "x.idx", "linked"}, "linked/b: is a symbolic link, through which nothing is written"},
-        {{"expand", "x.idx", "blocked"}, "blocked/a: stands where section \"a\" should go"},
+        {{"expand", "x.idx", "linked"}, "linked: b: is a symbolic link, through which nothing is written"},
+        {{"expand", "x.idx", "blocked"}, "blocked: a: is no file, and a file should go there"},
+        {{"expand", "short.idx", "part"},
+         "part: b: section \"b\": its source or filter can't deliver it whole; the file is incomplete"},
         {{"collapse", "nope", "y.idx"}, "nope: No such file or directory"},
         {{"collapse", "file", "y.idx"}, "file: Not a directory"},
         {{"collapse", "packed", "y.idx"}, "packed: holds no Sections.list: not an expanded container"},

@@ -1,7 +1,5 @@
-// index expand and index collapse. The library tells whether they worked; what stood in the way is looked up here, from
-// what is on disk.
+// index expand and index collapse. What stands in the way of a collapse is looked up here, from what is on disk.
 #include <UT/UT_IStream.h>
-#include <UT/UT_Path.h>
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
 #include <sys/stat.h>
@@ -61,31 +59,6 @@ void checkDirectory(const std::string& directory, int level) {
     }
 }
 
-// What stopped the expansion of a container into `directory`: its list was written first, so that the first entry
-// without what belongs to it is where the expansion ended.
-Failure whyNotExpanded(const std::string& directory, int error) {
-    std::vector<ListEntry> entries;
-    if (!readList(directory, entries))
-        return {directory + "/" + kListFile, error ? errorWords(error) : "can't be written"};
-    const Failure unknown{directory, "the expansion failed" + (error ? ": " + errorWords(error) : std::string())};
-    for (const ListEntry& entry : entries) {
-        const std::string file = directory + "/" + entry.file;
-        struct stat status {};
-        if (entry.file.find('?') != std::string::npos || entry.file == "." || entry.file == "..")
-            return {directory, "section \"" + entry.section + "\" can't be a file of that name"};
-        if (::lstat(file.c_str(), &status) != 0) return {file, errorWords(error ? error : errno)};
-        if (S_ISLNK(status.st_mode)) return {file, "is a symbolic link, through which nothing is written"};
-        if (S_ISDIR(status.st_mode) && ::access((file + "/" + kListFile).c_str(), F_OK) == 0) {
-            const Failure inner = whyNotExpanded(file, error);
-            if (inner.path != file || inner.reason != unknown.reason) return inner;
-            continue;
-        }
-        if (!S_ISREG(status.st_mode)) return {file, "stands where section \"" + entry.section + "\" should go"};
-        if (::access(file.c_str(), W_OK) != 0) return {file, errorWords(errno)};
-    }
-    return unknown;
-}
-
 int expand(const std::string& path, const std::string& directory) {
     const auto index = openContainer(path);
     if (index->getNumSections() == 0) throw Failure{path, "has no sections to expand"};
@@ -96,15 +69,9 @@ int expand(const std::string& path, const std::string& directory) {
     } else if (errno != ENOENT) {
         throw Failure{directory, errorWords(errno)};
     }
-    errno = 0;
-    if (index->expandToDirectory(directory.c_str())) return 0;
-    // What a full disk left in errno is the only trace of it.
-    const int error = errno;
-    if (!UTisValidDirectory(directory.c_str()))
-        throw Failure{directory, "can't be made: " + errorWords(error ? error : EACCES)};
-    const bool telling = error == ENOSPC || error == EFBIG || error == EDQUOT || error == ENAMETOOLONG ||
-                         error == EACCES || error == EROFS || error == EIO;
-    throw whyNotExpanded(directory, telling ? error : 0);
+    if (!index->expandToDirectory(directory.c_str()))
+        throw Failure{directory, std::string(index->getWriteFailure().view())};
+    return 0;
 }
 
 int collapse(const std::string& directory, const std::string& path) {
