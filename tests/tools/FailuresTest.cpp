@@ -69,6 +69,10 @@ TEST_F(CommandFailures, ReadingNamesTheLevelAndTheCause) {
     }
     EXPECT_EQ(run({"cat", "short.idx?s"}).err, "tarvani: short.idx?s: cut short: 3 of 10 bytes are there\n");
     EXPECT_EQ(failure({"ls", "text"}), "tarvani: text: neither a directory nor a container");
+    for (const char* path : {"newer", "x.idx?a", "x.idx?geo", "x.idx?"}) {
+        const std::string line = failure({"ls", path});
+        EXPECT_EQ(line, failure({"index", "list", path}));
+    }
 }
 
 TEST_F(CommandFailures, OnePathThatFailsDoesNotStopTheOthers) {
@@ -107,6 +111,7 @@ TEST_F(CommandFailures, CpAndRmLeaveEverythingAsItWas) {
         {{"cp", "text", "x.idx?a?b"}, "x.idx?a?b: x.idx?a: not a container; it stays as it is"},
         {{"cp", "nope", "text"}, "nope: No such file or directory"},
         {{"cp", "short.idx?s", "x.idx?a"}, "short.idx?s: cut short: 3 of 10 bytes are there"},
+        {{"cp", "short.idx?s", "text"}, "short.idx?s: cut short: 3 of 10 bytes are there"},
         {{"cp", "text", "/dev/full"}, "/dev/full: No space left on device"},
         {{"rm", "packed"}, "packed: Is a directory"},
         {{"rm", "nope"}, "nope: No such file or directory"},
@@ -121,8 +126,8 @@ TEST_F(CommandFailures, CpAndRmLeaveEverythingAsItWas) {
         EXPECT_EQ(dir_.read("x.idx"), before);
         EXPECT_EQ(dir_.read("text"), "text");
     }
-    EXPECT_EQ(failure({"cp", "short.idx?s", "to"}),
-              "tarvani: short.idx?s: cut short: 3 of 10 bytes are there; to is incomplete");
+    EXPECT_EQ(failure({"cp", "-", "text"}, {.closed = {STDIN_FILENO}}), "tarvani: standard input: Bad file descriptor");
+    EXPECT_EQ(dir_.read("text"), "text");
 }
 
 TEST_F(CommandFailures, AFullOutputIsSeenAlsoAtTheEnd) {
@@ -149,11 +154,13 @@ TEST_F(CommandFailures, MessagesNeverLandInAFileThatIsWritten) {
     EXPECT_EQ(dir_.read("b"), "a");
 }
 
-TEST_F(CommandFailures, CatRefusesToFeedItself) {
+TEST_F(CommandFailures, NothingIsReadAndWrittenAtOnce) {
     dir_.write("log", "line\n");
     EXPECT_EQ(failure({"cat", "log"}, {.output = dir_.path("log")}),
               "tarvani: log: is the file that standard output goes to");
     EXPECT_EQ(dir_.read("log"), "line\n");
+    EXPECT_EQ(failure({"cp", "-", "/dev/stdin"}, {.input = "line\n"}),
+              "tarvani: /dev/stdin: is the file that standard input comes from");
 }
 
 TEST_F(CommandFailures, AFileThatMayNotGrowIsAFailedWrite) {

@@ -78,7 +78,7 @@ std::string newFileFault(const std::string& file) {
 }
 
 std::string at(const std::string& level, const std::string& fault) {
-    return level + ": " + fault;
+    return (level.empty() ? "\"\"" : level) + ": " + fault;
 }
 
 // What stands against putting a section into the container that the outer file is.
@@ -105,7 +105,7 @@ std::string noSection(const FS_IndexFile& index, const std::string& name) {
         UT_String shown(index.getSectionName(i), 1);
         shown.truncateMiddle(kLongestName);
         text += i == 0 ? ": " : ", ";
-        text += shown.view();
+        text += shown.isEmpty() ? "\"\"" : shown.view();
     }
     return text + (count > kMostNames ? ", ...)" : ")");
 }

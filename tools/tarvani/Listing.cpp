@@ -40,12 +40,17 @@ std::vector<Entry> sectionsOf(FS_IndexFile& index) {
 
 std::vector<Entry> directoryOf(const std::string& path) {
     std::vector<Entry> entries;
+    // The library lists a section as a container whatever it holds.
+    if (path.find('?') != std::string::npos) {
+        if (const std::string fault = whyNoContainer(path); !fault.empty()) throw Failure{path, fault};
+        return entries;
+    }
     UT_StringArray files, directories;
     UT_RefArray<FS_Stat> fileStats, directoryStats;
     if (!FS_Info(path.c_str()).getContents(files, &directories, &fileStats, &directoryStats)) {
         const bool readable = FS_Reader(path.c_str()).isGood();
         std::string fault = readable ? whyNoContainer(path) : whyUnreadable(path);
-        if (readable && !fault.empty()) fault = "neither a directory nor a container";
+        if (fault.starts_with("not a container")) fault = "neither a directory nor a container";
         // A directory that may not be entered passes for readable to those who only look at it from outside.
         if (!readable && FS_Info(path.c_str()).getIsDirectory()) fault = errorWords(EACCES);
         if (!fault.empty()) throw Failure{path, fault};

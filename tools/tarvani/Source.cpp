@@ -19,6 +19,8 @@ Source::Source(std::string path) : path_(std::move(path)), name_(path_ == "-" ? 
     if (path_ != "-") {
         reader_ = std::make_unique<FS_Reader>(path_.c_str());
         if (!reader_->isGood()) throw Failure{name_, whyUnreadable(path_)};
+    } else if (::read(STDIN_FILENO, nullptr, 0) < 0) {
+        throw Failure{name_, errorWords(errno)};
     }
     buffer_.resize(kPiece);
 }
@@ -29,10 +31,14 @@ std::int64_t Source::length() const {
     return reader_ ? reader_->getStream()->getSize() : -1;
 }
 
+void Source::requireWhole() const {
+    if (length() >= 0) requireLength(length());
+}
+
 std::string_view Source::next() {
     const std::size_t got = readSome();
     done_ += static_cast<std::int64_t>(got);
-    if (got == 0) checkEnd();
+    if (got == 0) requireLength(done_);
     return {buffer_.data(), got};
 }
 
@@ -58,8 +64,8 @@ std::size_t Source::readSome() {
 }
 
 // A table may promise more than the file holds.
-void Source::checkEnd() const {
-    if (!reader_ || path_.find('?') == std::string::npos || done_ == reader_->getLength()) return;
-    throw Failure{name_, "cut short: " + std::to_string(done_) + " of " + std::to_string(reader_->getLength()) +
+void Source::requireLength(std::int64_t bytes) const {
+    if (!reader_ || path_.find('?') == std::string::npos || bytes == reader_->getLength()) return;
+    throw Failure{name_, "cut short: " + std::to_string(bytes) + " of " + std::to_string(reader_->getLength()) +
                              " bytes are there"};
 }

@@ -18,6 +18,8 @@ public:
     const std::string& name() const { return name_; }
     // Bytes that will come, -1 if unknown.
     std::int64_t length() const;
+    // Throws Failure if a section is known to end before its length: nothing good is written over with such a one.
+    void requireWhole() const;
     // The next bytes, valid until the next call; none at the end. Throws Failure if reading fails, and if a section
     // ends before its length.
     std::string_view next();
@@ -26,7 +28,7 @@ public:
 
 private:
     std::size_t readSome();
-    void checkEnd() const;
+    void requireLength(std::int64_t bytes) const;
 
     std::string path_;
     std::string name_;

@@ -19,19 +19,26 @@
 
 namespace {
 
-// A file whose end moves on as it is read has no end.
-void refuseOwnOutput(const std::string& path) {
-    const LibraryPath source(path);
+// The file behind a path, which "-" gives to a standard stream. False if there is none.
+bool findFile(const std::string& path, int standardStream, struct stat& status) {
+    if (path == "-") return ::fstat(standardStream, &status) == 0 && S_ISREG(status.st_mode);
+    const LibraryPath parts(path);
+    return parts.isLocal && ::stat(parts.file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Where "-" stands for one of them: a file that is read as it is written has no end, or loses what it held.
+void refuseOwnStream(const std::string& from, const std::string& to) {
     struct stat in {
     }, out{};
-    if (!source.isLocal || ::fstat(STDOUT_FILENO, &out) != 0 || !S_ISREG(out.st_mode)) return;
-    if (::stat(source.file.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
-        throw Failure{path, "is the file that standard output goes to"};
+    if (!findFile(from, STDIN_FILENO, in) || !findFile(to, STDOUT_FILENO, out)) return;
+    if (in.st_dev != out.st_dev || in.st_ino != out.st_ino) return;
+    if (to == "-") throw Failure{from, "is the file that standard output goes to"};
+    throw Failure{to, "is the file that standard input comes from"};
 }
 
 void copyToOutput(const std::string& path) {
     Source source(path);
-    if (path != "-") refuseOwnOutput(path);
+    refuseOwnStream(path, "-");
     Progress progress(source.name(), source.length(), ::isatty(STDOUT_FILENO) == 0);
     for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
         standardOutput().write(piece);
@@ -45,7 +52,11 @@ void copy(const std::string& from, const std::string& to) {
     if (to == "-") return copyToOutput(from);
     // Everything that can be known before is asked before: opening a file for writing empties it.
     Source source(from);
-    if (from != "-") refuseOverlap(from, to);
+    if (from == "-")
+        refuseOwnStream(from, to);
+    else
+        refuseOverlap(from, to);
+    source.requireWhole();
     Destination destination(to);
     Progress progress(to, source.length(), true);
     try {
