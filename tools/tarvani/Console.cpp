@@ -104,9 +104,10 @@ void StandardOutput::writeThrough(std::string_view bytes) {
     }
 }
 
-Progress::Progress(std::string name, std::int64_t total, bool wanted)
+Progress::Progress(std::string name, std::int64_t total, bool wanted, Unit unit)
     : name_(std::move(name)),
       total_(total),
+      unit_(unit),
       wanted_(wanted && ::isatty(STDERR_FILENO) == 1),
       next_(Clock::now() + kFirstReport) {}
 
@@ -114,13 +115,19 @@ Progress::~Progress() {
     if (shown_) writeError("\r\033[K");
 }
 
-void Progress::advance(std::size_t bytes) {
-    done_ += static_cast<std::int64_t>(bytes);
+std::string Progress::figure(std::int64_t value) const {
+    return unit_ == Unit::Bytes ? megabytes(value) : std::to_string(value);
+}
+
+void Progress::advance(std::size_t count) {
+    done_ += static_cast<std::int64_t>(count);
     if (!wanted_ || Clock::now() < next_) return;
     next_ = Clock::now() + kNextReport;
-    std::string line = "\r\033[K" + printable(name_) + ": " + megabytes(done_) + " MB";
-    if (total_ > 0 && done_ <= total_)
-        line += " of " + megabytes(total_) + " MB (" + std::to_string(done_ * 100 / total_) + "%)";
+    std::string line = "\r\033[K" + printable(name_) + ": " + figure(done_);
+    const bool isKnown = total_ > 0 && done_ <= total_;
+    if (isKnown) line += " of " + figure(total_);
+    line += unit_ == Unit::Bytes ? " MB" : " files";
+    if (isKnown) line += " (" + std::to_string(done_ * 100 / total_) + "%)";
     writeError(line);
     shown_ = true;
 }

@@ -46,19 +46,24 @@ StandardOutput& standardOutput();
 // is wiped off at the end.
 class Progress {
 public:
-    // `total` is the number of bytes to come, -1 if unknown.
-    Progress(std::string name, std::int64_t total, bool wanted);
+    enum class Unit { Bytes, Files };
+
+    // `total` is what is to come, -1 if unknown.
+    Progress(std::string name, std::int64_t total, bool wanted, Unit unit = Unit::Bytes);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void advance(std::size_t bytes);
+    void advance(std::size_t count);
 
 private:
     using Clock = std::chrono::steady_clock;
 
+    std::string figure(std::int64_t value) const;
+
     std::string name_;
     std::int64_t total_;
+    Unit unit_;
     std::int64_t done_ = 0;
     bool shown_ = false;
     bool wanted_;

@@ -69,9 +69,10 @@ void findFiles(const std::string& directory, std::vector<FileId>& above, std::ve
 class Names {
 public:
     void add(std::string_view name) {
-        text_ += name.substr(0, name.find('\0'));
+        text_ += name;
         text_ += '\0';
     }
+    std::int64_t count() const { return std::count(text_.begin(), text_.end(), '\0'); }
     // Makes room for so many bytes of names, where that is known; what claims to be endless gets it as it comes.
     void expect(std::int64_t bytes) {
         constexpr std::int64_t kMost = 16 * 1024 * 1024;
@@ -123,15 +124,20 @@ void addExpanded(const std::string& path, Names& names) {
 void addListed(Source& source, Names& names) {
     names.expect(source.length());
     std::string rest;
+    const auto addLine = [&] {
+        if (rest.find('\0') != std::string::npos)
+            throw Failure{source.name(), "a list has one name a line, and this one has a NUL in it"};
+        if (!rest.empty()) names.add(rest);
+        rest.clear();
+    };
     for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
         for (std::size_t end; (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1)) {
             rest += piece.substr(0, end);
-            if (!rest.empty()) names.add(rest);
-            rest.clear();
+            addLine();
         }
         rest += piece;
     }
-    if (!rest.empty()) names.add(rest);
+    addLine();
 }
 
 // The names with the files of each directory instead of it, for files that have been read already.
@@ -151,7 +157,9 @@ Names expanded(const Names& names) {
 
 class Packer {
 public:
-    Packer(const std::string& target, const char* description) : path_(target), description_(description) {
+    // `shown` is the target as the user named it.
+    Packer(const std::string& target, const std::string& shown, const char* description)
+        : path_(target), shown_(shown), description_(description) {
         // A container that isn't there yet can't be found among the files.
         const LibraryPath parts(target);
         inOnePass_ = parts.isLocal && parts.sections.empty();
@@ -172,9 +180,12 @@ private:
             return writer.addName(name.c_str());
         });
         UT_String reason;
+        Progress progress(shown_, names.count(), true, Progress::Unit::Files);
         const bool added = names.forEach([&](const std::string& file) {
             refuseTarget(file);
-            return writer.addFile(file.c_str(), &reason) || refuseUnlessDirectory(file, reason);
+            if (!writer.addFile(file.c_str(), &reason)) return refuseUnlessDirectory(file, reason);
+            progress.advance(1);
+            return true;
         });
         if (!added) return false;
         if (!writer.finish(&reason)) throw Failure{path_, reasonFor(path_, reason.view())};
@@ -208,7 +219,7 @@ private:
         throw Failure{file, FS_Reader(file.c_str()).isGood() ? reasonFor(file, reason.view()) : whyUnreadable(file)};
     }
 
-    const std::string path_;
+    const std::string path_, shown_;
     const char* const description_;
     std::optional<FileId> target_;
     bool inOnePass_ = false;
@@ -245,11 +256,11 @@ int create(const Request& request) {
     Names names;
     for (const std::string& path : *request.paths) addExpanded(path, names);
     if (list) addListed(*list, names);
-    const Packer packer(target, request.description->empty() ? nullptr : request.description->front().c_str());
+    const Packer packer(target, file, request.description->empty() ? nullptr : request.description->front().c_str());
     try {
         if (!packer.pack(names)) {
             names = expanded(names);
-            packer.pack(names);
+            if (!packer.pack(names)) throw Failure{file, "a directory came in the place of a file"};
         }
     } catch (const Failure& failure) {
         throw Failure{failure.path == target ? file : failure.path, failure.reason};

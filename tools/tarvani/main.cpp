@@ -105,8 +105,11 @@ int answer(const CLI::App& root, const CLI::ParseError& error) {
         return kDone;
     }
     std::string mistake = error.what();
-    if (app->get_require_subcommand_min() > 0 && app->remaining_size() > 0)
-        mistake = "no subcommand \"" + app->remaining().front() + "\"";
+    const std::vector<std::string> left = app->remaining();
+    if (app->get_require_subcommand_min() > 0 && !left.empty())
+        mistake = "no subcommand \"" + left.front() + "\"";
+    else if (!left.empty() && left.front().starts_with('-'))
+        mistake = "no option \"" + left.front() + "\"; a name that begins with \"-\" stands behind \"--\"";
     complain({"wrong usage", mistake + " (see \"" + line + (line.empty() ? "" : " ") + app->get_name() + " --help\")"});
     return kWrongUsage;
 }
