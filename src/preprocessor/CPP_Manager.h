@@ -69,8 +69,8 @@ public:
     int close();
 
     // Puts the next output line into `line`, never null, and gives 1; 0 at the end of all input. A line ends in a
-    // newline, except for some errors, which a blank line then follows, text in front of a comment of the option -h, and
-    // lines of which CPP_File::getLine tells. One that ends in none can be empty.
+    // newline, except for some errors, which a blank line then follows, text in front of a comment of the option -h,
+    // and lines of which CPP_File::getLine tells. One that ends in none can be empty.
     int getLine(UT_String& line);
     // The same without a copy. The view is valid until the next call on this object.
     int getLine(std::string_view& line);
