@@ -33,6 +33,10 @@ protected:
         }();
         EXPECT_TRUE(isSet);
         ::chmod(root().path().c_str(), 0755);
+        empty();
+    }
+
+    static void empty() {
         for (const char* directory : {"hi", "mid", "lo", "other"}) {
             std::filesystem::remove_all(path(directory));
             root().makeDirectory(directory);
@@ -59,13 +63,15 @@ protected:
             paths.push_back(relative(file.getFileInfo(i, unfilteredOnly)->getFullPath()));
         return paths;
     }
+    // A list that has been computed.
+    struct Found : UT_PathFile {
+        explicit Found(const char* pattern = "*", int knownPath = 0) {
+            setSearchPath(knownPath, pattern);
+            applyStandardFilter();
+        }
+    };
     // The whole list of a pattern, in the order of reading.
-    static Texts list(const char* pattern, int knownPath = 0) {
-        UT_PathFile file;
-        file.setSearchPath(knownPath, pattern);
-        file.applyStandardFilter();
-        return entries(file);
-    }
+    static Texts list(const char* pattern, int knownPath = 0) { return entries(Found(pattern, knownPath)); }
 };
 
 inline std::string text(const char* characters) {

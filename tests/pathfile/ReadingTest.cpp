@@ -26,12 +26,6 @@ protected:
         for (Line line = next(file); line.text != "(end)"; line = next(file)) lines.push_back(line);
         return lines;
     }
-    static Texts unfiltered(const char* pattern) {
-        UT_PathFile file;
-        file.setSearchPath(0, pattern);
-        file.applyStandardFilter();
-        return entries(file, 1);
-    }
 };
 
 TEST_F(PathFileReading, ALaterEntryReplacesHidesOrAppends) {
@@ -52,12 +46,9 @@ TEST_F(PathFileReading, ALaterEntryReplacesHidesOrAppends) {
         {{"lo/a", "hi/a.hide.append"}, {"lo/a"}},  // hides nothing, since it appends, and doesn't count, since it hides
     };
     for (const auto& c : cases) {
-        for (const char* directory : {"hi", "mid", "lo"}) {
-            std::filesystem::remove_all(path(directory));
-            root().makeDirectory(directory);
-        }
+        empty();
         write(c.files);
-        EXPECT_EQ(unfiltered("*"), c.expected) << testing::PrintToString(c.files);
+        EXPECT_EQ(entries(Found(), 1), c.expected) << testing::PrintToString(c.files);
     }
 }
 
@@ -83,34 +74,25 @@ TEST_F(PathFileReading, LinesOfAllFilesFollowEachOtherAndNoneSpansTwo) {
     EXPECT_EQ(next(file), (Line{"one", "lo/a", 1})) << "setting the path starts over";
 }
 
-TEST_F(PathFileReading, WithoutAFilterEveryEntryIsRead) {
-    write({"lo/a", "mid/a.hide", "hi/a"});
-    UT_PathFile file;
-    file.setSearchPath(0, "a");
-    EXPECT_EQ(rest(file), (Lines{{"lo/a", "lo/a", 1}, {"mid/a.hide", "mid/a.hide", 1}, {"hi/a", "hi/a", 1}}));
-}
-
 TEST_F(PathFileReading, FilesThatCantBeOpenedArePassedOver) {
     write({"lo/a", "lo/gone", "lo/z"});
     ASSERT_EQ(::symlink("nowhere", path("lo/link").c_str()), 0);
-    UT_PathFile file;
-    file.setSearchPath(0, "*");
-    file.applyStandardFilter();
+    Found file;
     EXPECT_EQ(entries(file), (Texts{"lo/a", "lo/gone", "lo/link", "lo/z"}));
     std::filesystem::remove(path("lo/gone"));
     EXPECT_EQ(rest(file), (Lines{{"lo/a", "lo/a", 1}, {"lo/z", "lo/z", 1}}));
     EXPECT_EQ(list("link"), Texts{}) << "a literal name is looked at, and through a link";
 }
 
-TEST_F(PathFileReading, AnotherSearchPathDropsTheOpenFile) {
+TEST_F(PathFileReading, AnotherSearchPathDropsTheOpenFileAndTheFilter) {
     root().write("lo/a", "1\n2\n");
-    root().write("lo/b", "3\n4\n");
+    write({"lo/b", "mid/b.hide", "hi/b"});
     UT_PathFile file;
     file.setSearchPath(0, "a");
     EXPECT_EQ(next(file).text, "1");
     file.setSearchPath(0, "b");
     EXPECT_EQ(file.getCurrentFileName(), nullptr);
-    EXPECT_EQ(rest(file), (Lines{{"3", "lo/b", 1}, {"4", "lo/b", 2}}));
+    EXPECT_EQ(rest(file), (Lines{{"lo/b", "lo/b", 1}, {"mid/b.hide", "mid/b.hide", 1}, {"hi/b", "hi/b", 1}}));
 }
 
 // What the caller changes shows at the next line, although the place in the list isn't looked for anew.
@@ -135,16 +117,12 @@ TEST_F(PathFileReading, TheListMayChangeBetweenLines) {
 
 TEST_F(PathFileReading, TheFilterStepsOverEntriesWithoutANameAndClearsNoMark) {
     write({"lo/a", "mid/a"});
-    UT_PathFile file;
-    file.setSearchPath(0, "*");
-    file.applyStandardFilter();
+    Found file;
     file.appendFileInfo(new UT_PathFileInfo(&file));
     file.appendFileInfo(static_cast<UT_PathFileInfo*>(nullptr));
     file.getFileInfo(1, 0)->setFilteredFlag(3);
     file.applyStandardFilter();
-    EXPECT_EQ(file.getFileInfo(0, 0)->getFilteredFlag(), 1);
-    EXPECT_EQ(file.getFileInfo(1, 0)->getFilteredFlag(), 1);
-    EXPECT_EQ(file.getFileInfo(2, 0)->getFilteredFlag(), 0);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(file.getFileInfo(i, 0)->getFilteredFlag(), i < 2 ? 1 : 0);
     EXPECT_EQ(file.getFileInfoCount(1), 1);
     EXPECT_EQ(file.getFileInfoCount(0), 4);
     EXPECT_EQ(next(file).text, "(end)");

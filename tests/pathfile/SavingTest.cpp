@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "../stream/AsUser.h"
 #include "PathFiles.h"
 
@@ -19,9 +21,7 @@ protected:
 
     // "RESULT INDEX PATH" of the entry after prepareForSave.
     static std::string answer(const Case& c) {
-        UT_PathFile file;
-        file.setSearchPath(0, "*");
-        file.applyStandardFilter();
+        Found file;
         UT_PathFileInfo entry(&file);
         entry.setFullPath((path("lo/") + c.entry).c_str());
         entry.deconstructFullPath(kLo);
@@ -67,16 +67,13 @@ TEST_F(PathFileSaving, ChoosesTheFirstPlaceThatIsFoundAndCanBeWritten) {
         {"both, failing", {"lo/a.txt.hide", "mid/a.txt"}, "a.txt", kLo, 0, 1, 1, {"mid", "hi"}, 0, kLo},
     };
     for (const Case& c : cases) {
-        for (const char* directory : {"hi", "mid", "lo"}) {
-            ::chmod(path(directory).c_str(), 0777);
-            for (const std::string& name : root().names(directory))
-                std::filesystem::remove(path(directory) + "/" + name);
-        }
+        empty();
         write(c.files);
-        for (const std::string& file : c.files) ::chmod(path(file).c_str(), 0666);
-        for (const std::string& directory : c.closed) {
-            ::chmod(path(directory).c_str(), 0555);
-            for (const std::string& name : root().names(directory)) ::chmod(path(directory + "/" + name).c_str(), 0444);
+        for (const std::string directory : {"hi", "mid", "lo"}) {
+            const bool closed = std::count(c.closed.begin(), c.closed.end(), directory) > 0;
+            for (const std::string& name : root().names(directory))
+                ::chmod(path(directory + "/" + name).c_str(), closed ? 0444 : 0666);
+            ::chmod(path(directory).c_str(), closed ? 0555 : 0777);
         }
         EXPECT_EQ(asOrdinaryUser([&] { return answer(c); }),
                   std::to_string(c.result) + " " + std::to_string(c.index) + " " + kDirectories[c.index] + c.entry)
@@ -86,9 +83,7 @@ TEST_F(PathFileSaving, ChoosesTheFirstPlaceThatIsFoundAndCanBeWritten) {
 
 TEST_F(PathFileSaving, ADirectoryThatIsntThereGivesNoPlaceAndChangesNothing) {
     write({"lo/a"});
-    UT_PathFile file;
-    file.setSearchPath(0, "*");
-    file.applyStandardFilter();
+    Found file;
     for (const char* name : {"a", "unrelated"}) {
         for (const int start : {3, -1}) {
             UT_PathFileInfo entry(&file);
@@ -103,9 +98,7 @@ TEST_F(PathFileSaving, ADirectoryThatIsntThereGivesNoPlaceAndChangesNothing) {
 
 TEST_F(PathFileSaving, TheOldPlaceOnDiskStays) {
     write({"lo/a"});
-    UT_PathFile file;
-    file.setSearchPath(0, "*");
-    file.applyStandardFilter();
+    Found file;
     UT_PathFileInfo* const info = file.getFileInfo(0, 0);
     ASSERT_EQ(info->prepareForSave(1, 0, 0), 1);
     EXPECT_EQ(relative(info->getFullPath()), "mid/a");
