@@ -54,7 +54,7 @@ std::vector<std::string> describe(const std::vector<std::string>& expected) {
 std::string runFeatures(const CaseRun& run) {
     const WithVariable path("TARVANI_PATH", run.directory.c_str());
     const std::vector<std::string> expected = run.lines("renderers");
-    std::string fault = difference(expected, describe(expected), run.directory);
+    std::string fault = difference(expected, describe(expected));
     for (int i = 0; i < FS_RibFeatures::entries(); ++i) {
         UT_OptionFile* const byPlace = FS_RibFeatures::getRenderer(i);
         UT_String token;

@@ -1,5 +1,6 @@
 #include "CaseFile.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -26,22 +27,11 @@ std::string trimmed(std::string_view text) {
     return begin == text.npos ? std::string() : std::string(text.substr(begin));
 }
 
-// The line without a mark at its end that says that it has no newline, and whether it had one.
-std::pair<std::string_view, bool> withoutMark(std::string_view line) {
-    std::size_t backslashes = 0;
-    while (backslashes < line.size() && line[line.size() - 1 - backslashes] == '\\') ++backslashes;
-    const bool marked = backslashes % 2 == 1;
-    return {marked ? line.substr(0, line.size() - 1) : line, marked};
-}
-
+// A line as text. An odd number of backslashes at its end says that it has no newline.
 std::string textOf(const std::string& line, const std::string& directory) {
-    const auto [text, marked] = withoutMark(line);
-    return spelledOut(text, directory) + (marked ? "" : "\n");
-}
-
-std::string contentsOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    const std::size_t backslashes = line.size() - (line.find_last_not_of('\\') + 1);
+    if (backslashes % 2 == 0) return spelledOut(line, directory) + "\n";
+    return spelledOut(std::string_view(line).substr(0, line.size() - 1), directory);
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -71,8 +61,7 @@ bool runHere(const Case& c, const ScratchDir& scratch, const std::function<std::
     if (!std::freopen(scratch.path("stderr").c_str(), "w", stderr)) return false;
     const std::string fault = check(run);
     std::fflush(stderr);
-    scratch.write("report",
-                  fault + difference(run.lines("stderr"), linesOf(contentsOf(scratch.path("stderr"))), directory));
+    scratch.write("report", fault + difference(run.lines("stderr"), linesOf(scratch.read("stderr"))));
     return true;
 }
 
@@ -147,35 +136,12 @@ std::string spelledOut(std::string_view text, const std::string& directory) {
     return out;
 }
 
-std::string inCaseSpelling(std::string_view text, const std::string& directory) {
-    const bool hasNewline = text.ends_with('\n');
-    if (hasNewline) text.remove_suffix(1);
-    std::string out;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const unsigned char c = static_cast<unsigned char>(text[at]);
-        char hex[8];
-        std::snprintf(hex, sizeof hex, "\\x%02x", c);
-        if (text.substr(at).starts_with(directory)) {
-            out += kDirectory;
-            at += directory.size() - 1;
-        } else if (c == '\\') {
-            out += "\\\\";
-        } else if (c == '\t' || c == '\r') {
-            out += c == '\t' ? "\\t" : "\\r";
-        } else {
-            out += c < ' ' || c > '~' ? std::string(hex) : std::string(1, text[at]);
-        }
-    }
-    return out + (hasNewline ? "" : "\\");
-}
-
-std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found,
-                       const std::string& directory) {
+std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found) {
     if (expected == found) return "";
     std::string out = "expected\n";
-    for (const std::string& line : expected) out += "    " + inCaseSpelling(line, directory) + "\n";
+    for (const std::string& line : expected) out += "    " + testing::PrintToString(line) + "\n";
     out += "found\n";
-    for (const std::string& line : found) out += "    " + inCaseSpelling(line, directory) + "\n";
+    for (const std::string& line : found) out += "    " + testing::PrintToString(line) + "\n";
     return out;
 }
 

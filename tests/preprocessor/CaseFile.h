@@ -41,12 +41,8 @@ struct CaseRun {
 
 // The text of one line of a case file: escapes undone, @DIR@ replaced.
 std::string spelledOut(std::string_view text, const std::string& directory);
-// What a case file would say for a text: the inverse.
-std::string inCaseSpelling(std::string_view text, const std::string& directory);
-
 // What differs between two lists of lines, empty if nothing does.
-std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found,
-                       const std::string& directory);
+std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found);
 
 // Runs `check` for a case in a process of its own, so that neither its variables nor what a process remembers go on to
 // the next, with the standard error stream compared as well. Gives what is wrong, empty if nothing is. `check` gives

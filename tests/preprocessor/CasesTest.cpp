@@ -1,7 +1,8 @@
-// The language, case by case: cases/*.cases and the conditions of cases/conditions.table.
+// The language and the words of its text, case by case: cases/*.cases and the conditions of cases/conditions.table.
 #include <UT/UT_IStream.h>
 #include <gtest/gtest.h>
 #include <preprocessor/CPP_Manager.h>
+#include <preprocessor/CPP_TokenStream.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,25 +29,57 @@ std::string runLines(const CaseRun& run) {
     const std::vector<std::string> lines = outputOf(manager);
     const bool hasError =
         std::any_of(lines.begin(), lines.end(), [](const std::string& line) { return line.starts_with("# error "); });
-    return difference(run.lines("expect"), lines, run.directory) +
-           (hasError == manager.hasError() ? "" : "hasError is wrong\n");
+    return difference(run.lines("expect"), lines) + (hasError == manager.hasError() ? "" : "hasError is wrong\n");
 }
 
-class Cases : public testing::TestWithParam<const char*> {};
+// Writes down messages where they come.
+class Recorder : public CPP_TokenStream {
+public:
+    Recorder(const std::string& file, const char* const* options) : CPP_TokenStream(file.c_str(), -1, options) {}
+
+    void cppError(const char* message) const override { events_.push_back(std::string("error: ") + message); }
+    void cppWarning(const char* message) const override { events_.push_back(std::string("warning: ") + message); }
+
+    std::vector<std::string> readAll() {
+        UT_String word;
+        while (getToken(word)) events_.push_back("word: " + std::string(word.view()) + "\n");
+        return events_;
+    }
+
+private:
+    mutable std::vector<std::string> events_;
+};
+
+std::string runTokens(const CaseRun& run) {
+    std::vector<const char*> options;
+    for (const std::string& word : run.options) options.push_back(word.c_str());
+    options.push_back(nullptr);
+    Recorder words(run.mainFile, run.source.hasOptions ? options.data() : nullptr);
+    return difference(run.lines("tokens"), words.readAll());
+}
+
+struct Group {
+    const char* name;
+    std::string (*run)(const CaseRun&);
+};
+
+class Cases : public testing::TestWithParam<Group> {};
 
 TEST_P(Cases, GiveTheirOutput) {
-    const std::vector<Case> cases = readCases(GetParam());
+    const std::vector<Case> cases = readCases(GetParam().name);
     ASSERT_FALSE(cases.empty());
     for (const Case& c : cases) {
-        const std::string fault = runCase(c, runLines);
+        const std::string fault = runCase(c, GetParam().run);
         EXPECT_TRUE(fault.empty()) << c.title << "\n" << fault;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(, Cases,
-                         testing::Values("macros", "calls", "lines", "directives", "conditionals", "includes", "hash",
-                                         "options"),
-                         [](const auto& group) { return std::string(group.param); });
+                         testing::Values(Group{"macros", runLines}, Group{"calls", runLines}, Group{"lines", runLines},
+                                         Group{"directives", runLines}, Group{"conditionals", runLines},
+                                         Group{"includes", runLines}, Group{"hash", runLines},
+                                         Group{"options", runLines}, Group{"tokens", runTokens}),
+                         [](const auto& group) { return std::string(group.param.name); });
 
 // What the rows of the table in force when `row` is reached make of it, empty if that is right.
 std::string runCondition(CPP_Manager& manager, const CaseRun& run, const std::string& row) {
@@ -67,7 +100,7 @@ std::string runCondition(CPP_Manager& manager, const CaseRun& run, const std::st
     const std::string error = "# error cpp error: \"" + run.mainFile + "\":1 #if syntax error";
     std::vector<std::string> expected{"\n", kind == "true" ? "yes\n" : "\n", "\n"};
     if (kind == "error") expected = {error, "\n", "yes\n", "\n"};
-    const std::string fault = difference(expected, outputOf(manager), run.directory);
+    const std::string fault = difference(expected, outputOf(manager));
     return fault.empty() ? "" : row + "\n" + fault;
 }
 

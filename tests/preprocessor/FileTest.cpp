@@ -9,34 +9,6 @@
 
 namespace {
 
-std::vector<std::string> linesOf(std::vector<std::string> physical) {
-    CPP_File file;
-    file.open("x", new MadeLines(listed(std::move(physical))));
-    std::vector<std::string> lines;
-    UT_WorkBuffer line;
-    while (file.getLine(line)) {
-        lines.push_back(std::to_string(file.getLineNumber()) + ":" + std::string(line.view()));
-    }
-    return lines;
-}
-
-TEST(File, JoinsLinesAndKeepsTheirCount) {
-    const struct {
-        std::vector<std::string> physical, expected;
-    } cases[] = {
-        {{"a", ""}, {"1:a\n", "2:\n"}},
-        {{"a\\", "  b\\", "c", "d"}, {"1:a  bc\n", "2:\n", "3:\n", "4:d\n"}},
-        {{"a\\"}, {"1:a", "2:\n"}},
-        {{"\\"}, {}},
-        {{"a\\\\", "b"}, {"1:a\\", "2:b\n"}},
-        {{"a\\\\\\", "b"}, {"1:a\\\\", "2:b\n"}},
-        {{"a\\", "b\\\\", "c"}, {"1:ab\\", "2:\n", "3:c\n"}},
-        {{"a\\\r", "b\\ "}, {"1:a\\\r\n", "2:b\\ \n"}},
-        {{std::string("a\0b\\", 4), std::string("c\\\0x", 4), "d"}, {"1:a\n", "2:cd\n", "3:\n"}},
-    };
-    for (const auto& c : cases) EXPECT_EQ(linesOf(c.physical), c.expected);
-}
-
 TEST(File, KnowsTheDirectoryOfItsName) {
     const struct {
         const char *name, *path;
@@ -109,10 +81,7 @@ TEST(File, NestsConditionals) {
     EXPECT_EQ(file.getIfState() + file.isIfMatched(), 2);
     file.ifDef(0);
     file.ifDef(1);  // dead from the start
-    EXPECT_EQ(file.getIfState(), 0);
-    file.elseDef(1);
-    EXPECT_EQ(file.getIfState(), 0);
-    CPP_File copy(file);
+    const CPP_File copy(file);
     EXPECT_EQ(file.endIf(), 1);
     EXPECT_EQ(file.elseDef(0), 1);  // nothing
     EXPECT_EQ(file.getIfState(), 0);

@@ -17,18 +17,12 @@ TEST(Macro, IsCompiledFromItsDefinition) {
     } cases[] = {
         {"A", 0, "A", -1, ""},
         {"  A  1 \r\n", 0, "A", -1, "1 "},
-        {"A   \t ", 0, "A", -1, ""},
         {"A=1", 1, "A", -1, "1"},
-        {"A=(1)", 1, "A", -1, "(1)"},
-        {"f (x)", 0, "f", -1, "(x)"},
         {"f() x\n", 0, "f", 0, " x"},
         {"f(a,b)a+b", 0, "f", 2, "#0#+#1#"},
-        {"f(a b)a##b", 0, "f", 2, "#0##1#"},
         {"f(a,,b) #a b#a", 0, "f", 2, " \"#0#\" #1# #0#"},
         {"f(a", 0, "f", 1, ""},
         {"f(a)a ## x##y \"a\\\"a\" 'a'", 0, "f", 1, "#0# ## x##y \"a\\\"a\" '#0#'"},
-        {"f(a)\"a", 0, "f", 1, "\"a"},
-        {"f(a) x ##", 0, "f", 1, " x "},
         {"f(a,a)a", 0, "f", 2, "#0#"},
         {"f(a)  \t", 0, "f", 1, " "},
         {"f(x)=x+1", 1, "f", 1, "=#0#+1"},
@@ -56,15 +50,11 @@ TEST(Macro, WithoutALegalNameIsEmptyUnderANameOfItsOwn) {
 }
 
 TEST(Macro, HasAtMost255Parameters) {
-    const auto definition = [](int count) {
-        std::string text = "f(";
-        for (int i = 0; i < count; ++i) text += "p" + std::to_string(i) + ",";
-        return text + ")p" + std::to_string(count - 1);
-    };
-    const CPP_Macro most(definition(255).c_str(), 0);
+    const CPP_Macro most(("f(" + repeated("p,", 254) + "q)q").c_str(), 0);
     EXPECT_EQ(most.getArgCount(), 255);
     EXPECT_STREQ(most.getDefinition(), "#254#");
-    EXPECT_TRUE(std::string_view(CPP_Macro(definition(256).c_str(), 0).getName()).starts_with("#illegal"));
+    const CPP_Macro more(("f(" + repeated("p,", 256) + ")").c_str(), 0);
+    EXPECT_TRUE(std::string_view(more.getName()).starts_with("#illegal"));
 }
 
 TEST(Macro, PutsArgumentsIntoItsDefinition) {

@@ -58,31 +58,21 @@ TEST(Manager, TellsAChangedDefinition) {
     EXPECT_FALSE(manager.hasError());
 }
 
-TEST(Manager, KnowsWhereItReads) {
-    MadeManager manager(listed({"a", "b"}));
-    EXPECT_EQ(manager.getLineNumber(), -1);
-    EXPECT_STREQ(manager.getFileName(), "<unknown>");
+TEST(Manager, KnowsWhereItReadsAndGoesOnWithWhatIsOpenedMeanwhile) {
+    MadeManager manager(listed({"#if 1", "a", "#endif", "b"}));
+    const auto place = [&] { return manager.getFileName() + (":" + std::to_string(manager.getLineNumber())); };
+    EXPECT_EQ(place(), "<unknown>:-1");
     manager.open("main", 0);
-    EXPECT_EQ(manager.getLineNumber(), 0);
+    EXPECT_EQ(place(), "main:0");
     UT_String line;
     EXPECT_EQ(manager.getLine(line), 1);
-    EXPECT_EQ(manager.getLineNumber(), 1);
-    EXPECT_STREQ(manager.getFileName(), "main");
-    EXPECT_EQ(restOf(manager), "b\n");
+    EXPECT_EQ(place(), "main:1");
+    manager.open("second", 0);
+    EXPECT_EQ(place(), "second:0");
+    EXPECT_EQ(restOf(manager), "\na\n\nb\na\n\nb\n");
     EXPECT_EQ(manager.getLine(line), 0);
     EXPECT_STREQ(line.buffer(), "");
-    EXPECT_EQ(manager.getLineNumber(), -1);
-    EXPECT_STREQ(manager.getFileName(), "<unknown>");
-}
-
-TEST(Manager, GoesOnWithWhatIsOpenedMeanwhile) {
-    MadeManager manager(listed({"#if 1", "a", "#endif", "b"}));
-    manager.open("main", 0);
-    UT_String line;
-    manager.getLine(line);
-    manager.open("second", 0);
-    EXPECT_STREQ(manager.getFileName(), "second");
-    EXPECT_EQ(restOf(manager), "\na\n\nb\na\n\nb\n");
+    EXPECT_EQ(place(), "<unknown>:-1");
     manager.open("main", 0);
     manager.getLine(line);
     EXPECT_EQ(manager.close(), 1);
@@ -136,19 +126,16 @@ public:
     CPP_Stream* allocStream() override { return new Lines(table); }
 
 private:
-    class Lines : public MadeLines {
-    public:
-        explicit Lines(const std::map<std::string, std::vector<std::string>>& table)
-            : MadeLines([this](UT_WorkBuffer& line) { return next_(line); }, true), table_(table) {}
+    struct Lines : MadeLines {
+        explicit Lines(const decltype(table)& files)
+            : MadeLines([this](UT_WorkBuffer& line) { return next_(line); }, true), files_(files) {}
         int openPath(const char* path) override {
-            const auto found = table_.find(path);
-            if (found != table_.end()) next_ = listed(found->second);
+            if (files_.contains(path)) next_ = listed(files_.at(path));
             return isOpen();
         }
         int isOpen() override { return next_ != nullptr; }
 
-    private:
-        const std::map<std::string, std::vector<std::string>>& table_;
+        const decltype(table)& files_;
         Next next_;
     };
 };
