@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -74,40 +73,45 @@ const char* includeVariable(const char* name, void*) {
     return std::string_view(name) == "__TVERSION__" ? kVersion : TarvaniGetenv(name);
 }
 
-// A line of which characters are overwritten. It is locked at the first one, as most lines have none.
+// A line of which characters are overwritten. It is written anew beside itself, at a cost that follows its own length:
+// its storage may be that of a line much longer. A line in which nothing is overwritten isn't touched.
 class LineEdit {
 public:
-    explicit LineEdit(UT_WorkBuffer& line) : line_(line) {}
-    ~LineEdit() { release(); }
+    LineEdit(UT_WorkBuffer& line, UT_WorkBuffer& spare) : line_(line), edited_(spare) { edited_.clear(); }
+    ~LineEdit() {
+        if (copied_ == 0) return;
+        copyTo(line_.view().size());
+        line_.swap(edited_);
+    }
     LineEdit(const LineEdit&) = delete;
     LineEdit& operator=(const LineEdit&) = delete;
 
+    // Overwrites from `begin` to `end`, which isn't in front of what was overwritten before.
     void blank(std::size_t begin, std::size_t end) {
-        if (!text_) text_ = line_.lock();
-        std::memset(text_ + begin, ' ', end - begin);
+        copyTo(begin);
+        for (; copied_ < end; ++copied_) edited_.append(' ');
     }
-    // Ends the line at `length`, with `lineEnd` behind it.
+    // Ends the line at `length`, with `lineEnd` in the place of the rest.
     void cut(std::size_t length, const char* lineEnd) {
-        release();
         line_.truncate(static_cast<int>(length));
         line_.append(lineEnd);
     }
 
 private:
-    void release() {
-        if (text_) line_.release();
-        text_ = nullptr;
+    void copyTo(std::size_t end) {
+        edited_.append(line_.view().substr(copied_, end - copied_));
+        copied_ = end;
     }
 
     UT_WorkBuffer& line_;
-    char* text_ = nullptr;
+    UT_WorkBuffer& edited_;
+    std::size_t copied_ = 0;  // characters of line_ that are in edited_, overwritten or not
 };
 
-void blankCarriageReturns(UT_WorkBuffer& line) {
+void blankCarriageReturns(UT_WorkBuffer& line, UT_WorkBuffer& spare) {
     const std::string_view text = line.view();
+    LineEdit edit(line, spare);
     std::size_t at = text.find('\r');
-    if (at == text.npos) return;
-    LineEdit edit(line);
     for (; at != text.npos; at = text.find('\r', at + 1)) edit.blank(at, at + 1);
 }
 
@@ -137,7 +141,7 @@ int CPP_Manager::getLine(std::string_view& line) {
 
 // Replaces a raw line by its output line.
 void CPP_Manager::expandLine(UT_WorkBuffer& line) {
-    blankCarriageReturns(line);
+    blankCarriageReturns(line, work_->output);
     stripComments(line);
     const std::string_view text = line.view();
     const std::size_t first = cppwords::spaceEnd(text, 0);
@@ -177,7 +181,7 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line) {
     const bool mayHold = (stripsHash && text.find('#') != text.npos) || (stripsC && text.find('/') != text.npos);
     if (!mayHold && !(flags & CPP_IN_COMMENT)) return;
 
-    LineEdit edit(line);
+    LineEdit edit(line, work_->output);
     bool unclosed[2] = {};  // no further quote of this kind closes: a line of a thousand is searched once
     for (std::size_t at = 0; at < text.size();) {
         if (flags & CPP_IN_COMMENT) {
