@@ -1,18 +1,12 @@
 // Sections that pass through a filter pair: the one that the examples show, and pairs that break their promises.
 #include <UT/UT_IStream.h>
-#include <filter_pair/KeyedFilter.h>
 #include <gmock/gmock.h>
 
+#include "../support/Keyed.h"
 #include "../support/ScratchDir.h"
 #include "Index.h"
 
 namespace {
-
-std::string keyed(std::string_view plain, std::string_view key = "key") {
-    std::string stored(kKeyedHeader);
-    for (std::size_t i = 0; i < plain.size(); ++i) stored += static_cast<char>(plain[i] ^ key[i % key.size()]);
-    return stored;
-}
 
 // The keyed writer, which says of the size what it is told to say.
 class SayingSize : public KeyedWriteFactory {
@@ -32,6 +26,13 @@ protected:
     ScratchDir dir;
 
     std::string write(const char* name, FS_IndexFile& index) { return dir.write(name, written(index)); }
+    // A container that holds these bytes as "a", looked at through the pair.
+    std::unique_ptr<FS_IndexFile> stored(std::string_view bytes) {
+        const std::string path = dir.write("x.idx", containerBytes({{"a", std::string(bytes)}}));
+        auto index = std::make_unique<FS_IndexFile>(path.c_str());
+        index->setFilters(&writer, &reader);
+        return index;
+    }
 };
 
 TEST_F(Filtered, SectionsAreStoredThroughTheWriterAndReadThroughTheReader) {
@@ -62,43 +63,30 @@ TEST_F(Filtered, SectionsAreStoredThroughTheWriterAndReadThroughTheReader) {
 }
 
 TEST_F(Filtered, AStreamCopyCarriesThePairIntoTheNextContainer) {
-    FS_IndexFile plain;
-    add(plain, "a", keyed("content"));
-    FS_IndexFile index(write("x.idx", plain).c_str());
-    index.setFilters(&writer, &reader);
-    FS_IndexFile next(new FS_Reader(index.getStreamCopy()));
+    const auto index = stored(keyed("content"));
+    FS_IndexFile next(new FS_Reader(index->getStreamCopy()));
     ASSERT_NE(next.getEncryptionFilter(), nullptr);
     ASSERT_NE(next.getDecryptionFilter(), nullptr);
-    EXPECT_NE(next.getEncryptionFilter(), index.getEncryptionFilter());
+    EXPECT_NE(next.getEncryptionFilter(), index->getEncryptionFilter());
     EXPECT_EQ(next.getSectionDataSize("a"), 7);
     EXPECT_EQ(contentOf(next, "a"), "content");
     EXPECT_EQ(sectionsOf(written(next)), (Sections{{"a", keyed("content")}}));
 }
 
 TEST_F(Filtered, ANestedContainerIsReadThroughThePairOfTheOuterOne) {
-    FS_IndexFile outer;
-    outer.setFilters(&writer, &reader);
-    add(outer, "inner", containerBytes({{"x", "deep"}, {"y", "deeper"}}));
-    FS_IndexFile opened(write("x.idx", outer).c_str());
-    opened.setFilters(&writer, &reader);
-    FS_IndexFile inner(opened.getSectionReader("inner"));
+    const auto opened = stored(keyed(containerBytes({{"x", "deep"}, {"y", "deeper"}})));
+    FS_IndexFile inner(opened->getSectionReader("a"));
     EXPECT_EQ(inner.getDecryptionFilter(), nullptr);
     EXPECT_EQ(contentOf(inner, "y"), "deeper");
     EXPECT_EQ(sectionsOf(written(inner)), (Sections{{"x", "deep"}, {"y", "deeper"}}));
 }
 
 TEST_F(Filtered, MergedAndLinkedSectionsArriveAsPlainContent) {
-    FS_IndexFile stored;
-    stored.setFilters(&writer, &reader);
-    add(stored, "a", "content", 5);
-    const std::string path = write("x.idx", stored);
     for (const bool link : {false, true}) {
         FS_IndexFile plain;
-        {
-            FS_IndexFile other(path.c_str());
-            other.setFilters(&writer, &reader);
-            link ? plain.linkIndexFile(other, true) : plain.mergeIndexFile(other, true);
-        }
+        auto other = stored(keyed("content"));
+        link ? plain.linkIndexFile(*other, true) : plain.mergeIndexFile(*other, true);
+        other.reset();
         EXPECT_EQ(plain.getSectionDataSize("a"), 7);
         EXPECT_EQ(contentOf(plain, "a"), "content");
         EXPECT_EQ(sectionsOf(written(plain)), (Sections{{"a", "content"}}));
@@ -114,6 +102,7 @@ TEST_F(Filtered, TheSizesFollowTheFactories) {
     add(index, "memory", "12345");
     EXPECT_EQ(index.getSectionDataSize("keyed"), 3);
     EXPECT_EQ(index.getSectionDataSize("other"), 0) << "a negative size is 0";
+    EXPECT_EQ(FS_IndexFile().guessStreamSize(), 8192);
     EXPECT_EQ(index.guessStreamSize(), 8192 + (3 + 4) + (0 + 4) + (5 + 4));
     index.setFilters(&writer, &reader);
     EXPECT_EQ(index.getSectionDataSize("memory"), 5) << "a section in memory is plain";
@@ -147,15 +136,10 @@ TEST_F(Filtered, ASizeThatIsNotKeptFailsTheWriting) {
         add(index, "a", "plain");
         EXPECT_EQ(written(index).empty(), c.fails) << c.said;
     }
-}
-
-TEST_F(Filtered, AnUnknownSizeIsTheStoredOne) {
-    FS_IndexFile plain;
-    add(plain, "a", keyed("plain"));
-    FS_IndexFile index(write("x.idx", plain).c_str());
+    const auto index = stored(keyed("plain"));
     SayingSize unknown(-1);
-    index.setFilters(&unknown, &reader);
-    EXPECT_EQ(sectionsOf(written(index)), (Sections{{"a", keyed("plain")}}));
+    index->setFilters(&unknown, &reader);
+    EXPECT_EQ(sectionsOf(written(*index)), (Sections{{"a", keyed("plain")}})) << "the present size is the stored one";
 }
 
 // A stream may carry one factory alone.
@@ -203,14 +187,9 @@ TEST_F(Filtered, NothingIsSavedThatCannotComeBack) {
 }
 
 TEST_F(Filtered, ACutSectionFailsTheWriting) {
-    FS_IndexFile whole;
-    whole.setFilters(&writer, &reader);
-    add(whole, "a", "a content of some length");
-    write("x.idx", whole);
-    FS_IndexFile index(dir.path("x.idx").c_str());
-    index.setFilters(&writer, &reader);
-    dir.cutAt("x.idx", written(whole).size() - 1);
-    EXPECT_EQ(written(index), "");
+    const auto index = stored(keyed("a content of some length"));
+    dir.cutAt("x.idx", dir.read("x.idx").size() - 1);
+    EXPECT_EQ(written(*index), "");
 }
 
 }  // namespace

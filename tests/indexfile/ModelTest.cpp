@@ -20,30 +20,12 @@ public:
 
     // Makes one random change to both sides.
     void step() {
-        switch (below(13)) {
-            case 0:
-            case 1:
-            case 2:
-                return addOne();
-            case 3:
-                return modifyOne();
-            case 4:
-                return removeOne();
-            case 5:
-                return move();
-            case 6:
-                return merge();
-            case 7:
-                return addFile();
-            case 8:
-                return describe();
-            case 9:
-                return reopenFromMemory();
-            case 10:
-                return copyOne();
-            default:
-                return save();
-        }
+        using Change = void (Model::*)();
+        static constexpr Change kChanges[] = {
+            &Model::addOne, &Model::addOne, &Model::addOne,          &Model::modifyOne, &Model::removeOne,
+            &Model::move,   &Model::merge,  &Model::addFile,         &Model::describe,  &Model::copyOne,
+            &Model::save,   &Model::save,   &Model::reopenFromMemory};
+        (this->*kChanges[below(static_cast<int>(std::size(kChanges)))])();
     }
 
     void compare() const {

@@ -2,9 +2,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
+#include "../support/Environment.h"
 #include "../support/FaultPlan.h"
 #include "../support/ScratchDir.h"
 #include "Index.h"
@@ -16,12 +16,13 @@ using testing::IsEmpty;
 
 class Saving : public testing::Test {
 protected:
-    void SetUp() override { ::setenv("TMPDIR", dir.makeDirectory("tmp").c_str(), 1); }
-    void TearDown() override {
-        EXPECT_THAT(dir.names("tmp"), IsEmpty()) << "a temporary file stayed";
-        ::unsetenv("TMPDIR");
+    void TearDown() override { EXPECT_THAT(dir.names("tmp"), IsEmpty()) << "a temporary file stayed"; }
+    static std::unique_ptr<FS_IndexFile> opened(const std::string& path, bool byReader) {
+        return byReader ? std::make_unique<FS_IndexFile>(new FS_Reader(path.c_str()))
+                        : std::make_unique<FS_IndexFile>(path.c_str());
     }
     ScratchDir dir;
+    const WithVariable tmpdir{"TMPDIR", dir.makeDirectory("tmp").c_str()};
     UT_String reason;
 };
 
@@ -57,10 +58,9 @@ TEST_F(Saving, RefusesWhatIsNoContainer) {
         EXPECT_FALSE(FS_IndexFile(path.c_str()).save(path.c_str())) << "nor may it be its own source";
         EXPECT_EQ(dir.read(name), bytes);
     }
-    EXPECT_FALSE(index.save(dir.path().c_str(), &reason));
-    EXPECT_FALSE(index.save(dir.path("no/such/directory").c_str(), &reason));
-    EXPECT_FALSE(index.save("", &reason));
-    EXPECT_FALSE(index.save(nullptr));
+    const std::string directory = dir.path(), nowhere = dir.path("no/such/directory");
+    for (const char* path : {directory.c_str(), nowhere.c_str(), "", static_cast<const char*>(nullptr)})
+        EXPECT_FALSE(index.save(path, &reason));
 }
 
 // Edited, saved and read on, with and without section objects, several times over.
@@ -68,8 +68,7 @@ TEST_F(Saving, OntoItsOwnSourceReadsOnInTheNewFile) {
     const Sections sections = {{"a", "one"}, {"b", "two"}, {"c", std::string(200'000, 'c')}};
     for (const bool byReader : {false, true}) {
         const std::string path = dir.write("x.idx", containerBytes(sections));
-        const auto index = byReader ? std::make_unique<FS_IndexFile>(new FS_Reader(path.c_str()))
-                                    : std::make_unique<FS_IndexFile>(path.c_str());
+        const auto index = opened(path, byReader);
         index->setDescription("a longer description moves every section");
         ASSERT_TRUE(index->save(path.c_str(), &reason)) << reason.buffer();
         EXPECT_EQ(contentOf(*index, "b"), "two");
@@ -91,8 +90,7 @@ TEST_F(Saving, RefusesPlacesThatSomebodyElseHasMoved) {
         for (const char* target : {"x.idx", "y.idx", "new.idx"}) {
             const std::string path = dir.write("x.idx", containerBytes({{"a", "1234"}, {"b", large}, {"b", "twice"}}));
             dir.write("y.idx", containerBytes({{"good", "data"}}));
-            const auto index = byReader ? std::make_unique<FS_IndexFile>(new FS_Reader(path.c_str()))
-                                        : std::make_unique<FS_IndexFile>(path.c_str());
+            const auto index = opened(path, byReader);
             FS_IndexFile faster(path.c_str());
             faster.moveSections(0, 0, 1);
             ASSERT_TRUE(faster.save(path.c_str(), &reason)) << reason.buffer();
