@@ -13,9 +13,8 @@ using testing::ElementsAre;
 namespace {
 
 int openFiles() {
-    int count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
-    return count;
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
 TEST(Reader, HasNothingForANullPathAndAsksNobody) {
@@ -125,9 +124,15 @@ TEST(Reader, CopiesShareOneStream) {
 }
 
 TEST(ReaderStream, CopiesShareStreamAndFactories) {
+    struct Counted : KeyedReadFactory {
+        explicit Counted(std::shared_ptr<int> t) : KeyedReadFactory("key"), token(std::move(t)) {}
+        FS_IStreamFilterFactory* clone() override { return new Counted(*this); }
+        std::shared_ptr<int> token;
+    };
+    const auto token = std::make_shared<int>();
     {
         FS_ReaderStream stream("content", 7, 1);
-        TurnedReadFactory factory;
+        Counted factory(token);
         stream.setSubStreamReadFilterFactory(&factory);
         EXPECT_NE(stream.getSubStreamReadFilterFactory(), &factory);
         FS_ReaderStream copy(stream), other;
@@ -136,10 +141,10 @@ TEST(ReaderStream, CopiesShareStreamAndFactories) {
         stream.setSubStreamReadFilterFactory(nullptr);
         EXPECT_EQ(stream.getSubStreamReadFilterFactory(), nullptr);
         EXPECT_NE(other.getSubStreamReadFilterFactory(), nullptr);
-        EXPECT_EQ(TurnedReadFactory::alive, 2);
+        EXPECT_EQ(token.use_count(), 3) << "the factory and one clone";
         EXPECT_EQ(other.getStream(), stream.getStream());
     }
-    EXPECT_EQ(TurnedReadFactory::alive, 0);
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 // A filter's stream may look at its factory to the end.
@@ -149,12 +154,14 @@ TEST(ReaderStream, GoesBeforeItsFactories) {
         Stream() : UT_IStream("", 0, UT_ISTREAM_BINARY) {}
         ~Stream() override { gone.push_back("stream"); }
     };
-    struct Reader : TurnedReadFactory {
+    struct Reader : KeyedReadFactory {
+        Reader() : KeyedReadFactory("key") {}
         ~Reader() override { gone.push_back("reader"); }
         UT_IStream* createFilteredStream(UT_IStream*) const override { return new Stream; }
         FS_IStreamFilterFactory* clone() override { return new Reader; }
     } reader;
-    struct Writer : TurnedWriteFactory {
+    struct Writer : KeyedWriteFactory {
+        Writer() : KeyedWriteFactory("key") {}
         ~Writer() override { gone.push_back("writer"); }
         FS_WriteFilterFactory* clone() override { return new Writer; }
     } writer;
@@ -195,16 +202,16 @@ TEST(ReaderStream, OverMemoryCopiesTheBytesOrSharesThem) {
 
 TEST(ReaderStream, SubStreamsShareTheOpenFileAndOutliveIt) {
     const ScratchDir scratch;
-    const std::string path = scratch.write("x.txt", "0123" + turned("filtered") + "rest");
+    const std::string path = scratch.write("x.txt", "0123" + keyed("filtered") + "rest");
     scratch.setTime("x.txt", 5);
     const int before = openFiles();
     std::vector<std::unique_ptr<FS_ReaderStream>> parts;
-    TurnedReadFactory factory;
+    KeyedReadFactory factory("key");
     {
         FS_Reader reader(path.c_str());
         for (int i = 0; i < 3; ++i) parts.emplace_back(reader.shareDataAndGetSubstream(i, 2, 2, nullptr));
-        parts.emplace_back(reader.shareDataAndGetSubstream(4, 9, 8, &factory));
-        parts.emplace_back(reader.shareDataAndGetSubstream(13, 1000, 1000, nullptr));
+        parts.emplace_back(reader.shareDataAndGetSubstream(4, 12, 8, &factory));
+        parts.emplace_back(reader.shareDataAndGetSubstream(16, 1000, 1000, nullptr));
     }
     EXPECT_EQ(openFiles(), before + 1);
     for (const char* expected : {"01", "12", "23", "filtered", "rest"}) {

@@ -1,9 +1,7 @@
 #pragma once
-// What the tests of reading have in common: all bytes of a reader, helpers made of a function, and a filter pair.
-#include <UT/UT_ByteSource.h>
+// What the tests of reading have in common: all bytes of a reader, and helpers made of a function.
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
-#include <stream/FS_FilterFactory.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 
@@ -12,6 +10,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "../support/Keyed.h"
 
 inline std::string bytesOf(UT_IStream* stream) {
     std::string bytes;
@@ -53,53 +53,17 @@ private:
     Serve serve_;
 };
 
-// Sections stored with every byte turned, behind a mark of one byte.
-class TurnedSource : public UT_ByteSource {
+// Serves what stands in a file behind its first bytes, for paths that end with the given one, through these factories.
+class ServesFile : public TestHelper {
 public:
-    TurnedSource(std::shared_ptr<UT_ByteSource> stored, std::int64_t start, std::int64_t length)
-        : stored_(std::move(stored)), start_(start + 1), length_(length - 1) {}
-    std::int64_t size() const override { return length_; }
-    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
-        if (position >= length_) return 0;
-        count = std::min(count, static_cast<std::size_t>(length_ - position));
-        const std::int64_t n = stored_->readAt(start_ + position, out, count);
-        for (std::int64_t i = 0; i < n; ++i) out[i] = static_cast<char>(~out[i]);
-        return n;
-    }
-
-private:
-    std::shared_ptr<UT_ByteSource> stored_;
-    std::int64_t start_;
-    std::int64_t length_;
+    ServesFile(std::string ending, std::string file, bool reads, bool writes, int start = 0)
+        : TestHelper([=, reader = KeyedReadFactory("key"),
+                      writer = KeyedWriteFactory("key")](const std::string& source) mutable -> FS_ReaderStream* {
+              if (!source.ends_with(ending)) return nullptr;
+              auto* const stream = new FS_ReaderStream(file.c_str());
+              stream->getStream()->seekg(start, 0);
+              if (reads) stream->setSubStreamReadFilterFactory(&reader);
+              if (writes) stream->setSubStreamWriteFilterFactory(&writer);
+              return stream;
+          }) {}
 };
-
-class TurnedReadFactory : public FS_IStreamFilterFactory {
-public:
-    TurnedReadFactory() { ++alive; }
-    TurnedReadFactory(const TurnedReadFactory& other) : FS_IStreamFilterFactory(other) { ++alive; }
-    ~TurnedReadFactory() override { --alive; }
-    UT_IStream* createFilteredStream(UT_IStream* source) const override {
-        return new UT_IStream(
-            std::make_shared<TurnedSource>(source->getSource(), source->getSourceStart() + source->tellg(),
-                                           source->getSize() - source->tellg()),
-            UT_ISTREAM_BINARY);
-    }
-    FS_IStreamFilterFactory* clone() override { return new TurnedReadFactory(*this); }
-    int getUnfilteredSize(UT_IStream*, int sectionSize) override { return sectionSize - 1; }
-
-    static inline int alive = 0;
-};
-
-class TurnedWriteFactory : public FS_WriteFilterFactory {
-public:
-    UT_StreamBufferFilter* createBufferFilter() override { return nullptr; }
-    FS_WriteFilterFactory* clone() override { return new TurnedWriteFactory(*this); }
-    bool isCompatible(FS_IStreamFilterFactory* other) override {
-        return dynamic_cast<TurnedReadFactory*>(other) != nullptr;
-    }
-};
-
-inline std::string turned(std::string bytes) {
-    for (char& c : bytes) c = static_cast<char>(~c);
-    return "#" + bytes;
-}

@@ -9,7 +9,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <optional>
 #include <ostream>
 
 #include "../support/Child.h"
@@ -70,31 +70,28 @@ const Sections kOld = {{"a", "old a"}, {"b", ""}, {"c", std::string(200'000, 'c'
 TEST_F(SectionCommit, PutsASectionInItsPlaceAndLeavesTheOthers) {
     const std::string inner = containerBytes({{"x", "1"}, {"y", "2"}});
     const struct {
-        const char *what, *before, *destination, *bytes;
+        const char* what;
+        std::optional<std::string> before;
+        const char *destination, *bytes;
         Sections after;
     } cases[] = {
-        {"missing file", nullptr, "f?a", "new", {{"a", "new"}}},
+        {"missing file", {}, "f?a", "new", {{"a", "new"}}},
         {"empty file", "", "f?a", "new", {{"a", "new"}}},
-        {"nothing written", nullptr, "f?a", "", {{"a", ""}}},
-        {"new name", "{a}", "f?z", "new", {{"a", "1"}, {"b", "2"}, {"z", "new"}}},
-        {"known name", "{a}", "f?a", "longer than before", {{"a", "longer than before"}, {"b", "2"}}},
-        {"missing levels", nullptr, "f?a?b?c", "1", {{"a", containerBytes({{"b", "*"}})}}},
+        {"nothing written", {}, "f?a", "", {{"a", ""}}},
+        {"new name", inner, "f?z", "new", {{"x", "1"}, {"y", "2"}, {"z", "new"}}},
+        {"known name", inner, "f?x", "longer than before", {{"x", "longer than before"}, {"y", "2"}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        if (dir.exists("f")) std::filesystem::remove(dir.path("f"));
-        const bool filled = c.before != nullptr && *c.before == '{';
-        if (c.before != nullptr) dir.write("f", filled ? containerBytes({{"a", "1"}, {"b", "2"}}) : c.before);
+        std::filesystem::remove(dir.path("f"));
+        if (c.before) dir.write("f", *c.before);
         const Result result = put(c.destination, c.bytes);
         EXPECT_TRUE(result.done) << result.reason;
-        if (std::string_view(c.what) != "missing levels") {
-            EXPECT_EQ(sections("f"), c.after);
-        } else {
-            const Sections b = sectionsOf(sections("f").at(0).second);
-            EXPECT_EQ(sectionsOf(b.at(0).second), (Sections{{"c", "1"}}));
-        }
-        EXPECT_THAT(leftOvers(), IsEmpty());
+        EXPECT_EQ(sections("f"), c.after);
     }
+    EXPECT_TRUE(put("levels?a?b?c", "1").done);
+    EXPECT_EQ(sectionsOf(sectionsOf(sections("levels").at(0).second).at(0).second), (Sections{{"c", "1"}}));
+    EXPECT_THAT(leftOvers(), IsEmpty());
 
     dir.write("f", containerBytes({{"first", "1"}, {"inner", inner}, {"empty", ""}}, "text"));
     EXPECT_TRUE(put("f?inner?x", "new").done);
@@ -109,12 +106,8 @@ TEST_F(SectionCommit, PutsASectionInItsPlaceAndLeavesTheOthers) {
 
 TEST_F(SectionCommit, RemovesASectionAndLeavesTheOthers) {
     dir.write("f", containerBytes({{"a", "1"}, {"inner", containerBytes({{"x", "1"}, {"y", "2"}})}}));
-    EXPECT_TRUE(remove("f?inner?x").done);
-    EXPECT_EQ(sectionsOf(sections("f").at(1).second), (Sections{{"y", "2"}}));
-    EXPECT_TRUE(remove("f?a").done);
-    EXPECT_EQ(sections("f").size(), 1u);
-    EXPECT_TRUE(remove("f?unknown").done);
-    EXPECT_EQ(sections("f").size(), 1u);
+    for (const char* destination : {"f?inner?x", "f?a", "f?unknown"}) EXPECT_TRUE(remove(destination).done);
+    EXPECT_EQ(sections("f"), (Sections{{"inner", containerBytes({{"y", "2"}})}}));
     EXPECT_THAT(leftOvers(), IsEmpty());
 }
 
@@ -173,13 +166,7 @@ TEST_F(SectionCommit, TakesNothingButWhatWasWritten) {
 
 // A helper may read as a container what isn't one, or serve one that isn't there as a file.
 TEST_F(SectionCommit, WritesOverNothingThatOnlyAHelperCanRead) {
-    const TestHelper helper([&](const std::string& source) -> FS_ReaderStream* {
-        if (source != dir.path("f")) return nullptr;
-        auto* const stream = new FS_ReaderStream(dir.path("later").c_str());
-        stream->getStream()->seekg(7, 0);
-        return stream;
-    });
-    dir.write("later", "before:" + containerBytes(kOld));
+    const ServesFile helper("/f", dir.write("later", "before:" + containerBytes(kOld)), false, false, 7);
     dir.write("f", "packed");
     EXPECT_THAT(put("f?a", "new").reason, HasSubstr("not a container as it is stored; nothing was written"));
     EXPECT_EQ(dir.read("f"), "packed");
@@ -190,17 +177,10 @@ TEST_F(SectionCommit, WritesOverNothingThatOnlyAHelperCanRead) {
 
 // The other sections could not be brought back through half a pair.
 TEST_F(SectionCommit, RefusesFiltersThatAreNoPair) {
-    TurnedReadFactory reader;
-    TurnedWriteFactory writer;
-    const std::string old = containerBytes({{"a", turned("one")}, {"in", turned(containerBytes({{"x", "1"}}))}});
+    const std::string old = containerBytes({{"a", keyed("one")}, {"in", keyed(containerBytes({{"x", "1"}}))}});
     dir.write("f", old);
     for (const bool reads : {false, true}) {
-        const TestHelper helper([&](const std::string& source) -> FS_ReaderStream* {
-            if (source != dir.path("f")) return nullptr;
-            auto* const stream = new FS_ReaderStream(source.c_str());
-            reads ? stream->setSubStreamReadFilterFactory(&reader) : stream->setSubStreamWriteFilterFactory(&writer);
-            return stream;
-        });
+        const ServesFile helper("/f", dir.path("f"), reads, !reads);
         for (const char* destination : {"f?a", "f?new", "f?in?x"}) EXPECT_FALSE(put(destination, "new").done);
         EXPECT_THAT(put("f?a", "new").reason, HasSubstr("its filters are no pair; nothing was written"));
         EXPECT_FALSE(remove("f?a").done);
@@ -288,16 +268,13 @@ TEST_F(SectionCommit, MakesANewFileWithTheModeOfTheMask) {
 }
 
 TEST_F(SectionCommit, TellsWhatIsForbidden) {
-    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
-    ASSERT_EQ(::chmod(dir.path("tmp").c_str(), 0777), 0);
+    const auto setMode = [&](const char* name, mode_t mode) { ASSERT_EQ(::chmod(dir.path(name).c_str(), mode), 0); };
     const std::string old = containerBytes(kOld);
-    dir.write("readable", old);
-    ASSERT_EQ(::chmod(dir.path("readable").c_str(), 0444), 0);
-    dir.write("closed", old);
-    ASSERT_EQ(::chmod(dir.path("closed").c_str(), 0200), 0);
-    if (::geteuid() != 0) {
-        ASSERT_EQ(::chmod(dir.path().c_str(), 0555), 0);
-    }
+    for (const char* name : {"readable", "closed"}) dir.write(name, old);
+    setMode("tmp", 0777);
+    setMode("readable", 0444);
+    setMode("closed", 0200);
+    setMode("", ::geteuid() == 0 ? 0755 : 0555);
     for (const char* name : {"readable", "closed", "missing"}) {
         const int status = inChild(
             [&] {
@@ -307,8 +284,8 @@ TEST_F(SectionCommit, TellsWhatIsForbidden) {
             true);
         EXPECT_EQ(status, 0) << name;
     }
-    ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
-    ASSERT_EQ(::chmod(dir.path("closed").c_str(), 0600), 0);
+    setMode("", 0755);
+    setMode("closed", 0600);
     EXPECT_EQ(dir.read("readable"), old);
     EXPECT_EQ(dir.read("closed"), old);
     EXPECT_THAT(dir.names(), ElementsAre("closed", "readable", "tmp"));

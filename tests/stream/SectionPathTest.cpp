@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <indexfile/FS_IndexFile.h>
-#include <stream/PathForm.h>
 
 #include <filesystem>
 
@@ -26,19 +25,6 @@ protected:
     const std::string container = scratch.write("x.idx", sample());
     const InDirectory here{scratch.path()};
 };
-
-TEST(PathForm, SplitsAtTheLastQuestionMark) {
-    const struct {
-        std::string_view path, container, section;
-    } cases[] = {{"a.idx?geo", "a.idx", "geo"}, {"a?b?c", "a?b", "c"}, {"a?", "a", ""}, {"?", "", ""}, {"?b", "", "b"}};
-    for (const auto& c : cases) {
-        const auto split = splitSection(c.path);
-        ASSERT_TRUE(split) << c.path;
-        EXPECT_EQ(split->container, c.container);
-        EXPECT_EQ(split->section, c.section);
-    }
-    EXPECT_FALSE(splitSection("a.idx"));
-}
 
 TEST_F(SectionPaths, ReadAsFilesWithTheirOwnTimeAndLength) {
     const struct {
@@ -109,14 +95,8 @@ TEST_F(SectionPaths, OpenTheOutermostContainerOnceWhateverTheDepth) {
 }
 
 TEST_F(SectionPaths, ReachIntoWhatAHelperServes) {
-    const std::string path = scratch.write("later.idx", std::string(100, '-') + sample());
-    TestHelper files([&](const std::string& source) -> FS_ReaderStream* {
-        if (!source.ends_with("/served")) return nullptr;
-        auto* stream = new FS_ReaderStream(path.c_str());
-        stream->getStream()->seekg(100, 0);
-        return stream;
-    });
-    TestHelper memory(
+    const ServesFile files("/served", scratch.write("later.idx", std::string(100, '-') + sample()), false, false, 100);
+    const TestHelper memory(
         [](const std::string& source) { return source.ends_with("/memory") ? memoryStream(sample(), 5) : nullptr; });
     EXPECT_EQ(bytesAt("served?geo"), "geometry") << "from where the stream stands";
     EXPECT_EQ(bytesAt("served?inner?deep"), "deep bytes");
@@ -126,32 +106,20 @@ TEST_F(SectionPaths, ReachIntoWhatAHelperServes) {
     EXPECT_FALSE(section.isGood());
     EXPECT_EQ(section.getLength(), 8);
     EXPECT_EQ(section.getModTime(), 11);
-    FS_Reader unknown("memory?nothing"), inside("memory?inner?deep");
-    EXPECT_EQ(unknown.getModTime(), 0);
-    EXPECT_EQ(inside.getModTime(), 0);
+    for (const char* path : {"memory?nothing", "memory?inner?deep"}) EXPECT_EQ(FS_Reader(path).getModTime(), 0);
 }
 
 TEST_F(SectionPaths, PassThroughTheFiltersThatTheContainerCarries) {
-    const std::string inner = turned(packedContainer({{"deep", "deep bytes", 33}}));
+    const std::string inner = keyed(packedContainer({{"deep", "deep bytes", 33}}));
     const std::string path =
-        scratch.write("filtered", packedContainer({{"geo", turned("geometry"), 11}, {"inner", inner, 22}}));
-    bool withWriter = true;
-    TestHelper helper([&](const std::string& source) -> FS_ReaderStream* {
-        if (!source.ends_with("/f.idx")) return nullptr;
-        TurnedReadFactory reader;
-        TurnedWriteFactory writer;
-        auto* stream = new FS_ReaderStream(path.c_str());
-        stream->setSubStreamReadFilterFactory(&reader);
-        if (withWriter) stream->setSubStreamWriteFilterFactory(&writer);
-        return stream;
-    });
+        scratch.write("filtered", packedContainer({{"geo", keyed("geometry"), 11}, {"inner", inner, 22}}));
+    const ServesFile whole("/f.idx", path, true, true), half("/half.idx", path, true, false);
     FS_Reader section("f.idx?geo");
     EXPECT_EQ(section.getLength(), 8) << "the plain size";
     EXPECT_EQ(section.getModTime(), 11);
     EXPECT_EQ(bytesOf(section.getStream()), "geometry");
     EXPECT_EQ(bytesAt("f.idx?inner?deep"), "deep bytes");
-    withWriter = false;
-    EXPECT_EQ(FS_Reader("f.idx?geo").getStream(), nullptr) << "half a pair opens nothing";
+    EXPECT_EQ(FS_Reader("half.idx?geo").getStream(), nullptr) << "half a pair opens nothing";
 }
 
 TEST_F(SectionPaths, SeeNoSectionInADamagedContainer) {
