@@ -126,7 +126,7 @@ Action declareRm(CLI::App& app) {
 
 constexpr Subcommand kCommands[] = {
     {"cat", "Print the bytes of each path",
-     "tarvani cat scene.idx?geo\n"
+     "tarvani cat 'scene.idx?geo'\n"
      "tarvani cat header.txt - < body.txt",
      declareCat},
     {"cp", "Copy a file or a section to a file or a section",
