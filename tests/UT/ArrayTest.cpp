@@ -32,10 +32,6 @@ std::string shown(const UT_PtrArray<const char*>& array) {
     return text;
 }
 
-int difference(const int* a, const int* b) {
-    return *a - *b;
-}
-
 // Work buffers
 
 TEST(WorkBuffer, HoldsWhatAStringWouldHoldWhateverIsAppended) {
@@ -43,28 +39,15 @@ TEST(WorkBuffer, HoldsWhatAStringWouldHoldWhateverIsAppended) {
     UT_WorkBuffer buffer;
     std::string model;
     for (int i = 0; i < 3000; ++i) {
-        switch (random() % 5) {
-            case 0:
-                buffer.append('c'), model += 'c';
-                break;
-            case 1:
-                buffer.append("a\0b", 3), model.append("a\0b", 3);
-                break;
-            case 2:
-                buffer.strcat("text"), model += "text";
-                break;
-            case 3: {  // a piece of itself, which moves when the buffer grows
-                const std::size_t start = random() % (model.size() + 1), count = random() % 50;
-                buffer.append(buffer.view().substr(start, count));
-                model.append(std::string(model, start, count));
-                break;
-            }
-            case 4:
-                if (random() % 40) break;
-                const std::size_t start = random() % (model.size() + 1), count = random() % 50;
-                buffer.assign(buffer.view().substr(start, count));
-                model = model.substr(start, count);
-        }
+        const std::size_t start = random() % (model.size() + 1), count = random() % 50;
+        const std::string piece(model, start, count);
+        const auto kind = random() % 160;
+        if (kind < 40) buffer.append('c'), model += 'c';
+        if (kind >= 40 && kind < 80) buffer.append("a\0b", 3), model.append("a\0b", 3);
+        if (kind >= 80 && kind < 120) buffer.strcat("text"), model += "text";
+        // A piece of itself, which moves when the buffer grows.
+        if (kind >= 120 && kind < 159) buffer.append(buffer.view().substr(start, count)), model += piece;
+        if (kind == 159) buffer.assign(buffer.view().substr(start, count)), model = piece;
         ASSERT_EQ(buffer.view(), model);
         ASSERT_EQ(buffer.buffer()[buffer.length()], '\0');
     }
@@ -137,8 +120,7 @@ TEST(WorkBuffer, ReadsACFileByLines) {
     std::string text = "one\n\n" + lengthy + "\r\n" + std::string("hidden\0rest\nlast"sv);
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(fmemopen(text.data(), text.size(), "r"), std::fclose);
     UT_WorkBuffer line("old");
-    for (const std::string& expected :
-         {std::string("one"), std::string(), lengthy + "\r", std::string("hidden"), std::string("last")}) {
+    for (const std::string& expected : std::vector<std::string>{"one", "", lengthy + "\r", "hidden", "last"}) {
         EXPECT_TRUE(line.getline(file.get()));
         EXPECT_EQ(line.view(), expected);
     }
@@ -184,90 +166,64 @@ TEST(Arrays, AnIndexOutOfRangeDoesNoHarm) {
     EXPECT_EQ(numbers(0), 7);
 }
 
-TEST(PtrArray, AnIndexBehindTheEndRaisesTheNumberOfEntries) {
-    UT_PtrArray<const char*> array = letters("ab");
-    array[4] = "e";
-    EXPECT_EQ(shown(array), "ab..e");
-    EXPECT_EQ(array.entries(), 5);
-}
-
-TEST(PtrArray, RemovesTheFirstEqualElement) {
-    UT_PtrArray<const char*> array = letters("abcab");
+TEST(PtrArray, GrowsByAnIndexBehindTheEndAndShrinksByRemoval) {
+    UT_PtrArray<const char*> array = letters("abca");
+    array[5] = array(1);
+    EXPECT_EQ(shown(array), "abca.b");
     const UT_PtrArray<const char*> copy(array);
-    EXPECT_EQ(array.find(array(1), 2), 4);
+    EXPECT_EQ(array.find(array(1), 2), 5);
     EXPECT_EQ(array.remove(array(1)), 1);
-    EXPECT_EQ(shown(array), "acab");
     EXPECT_EQ(array.remove("elsewhere"), -1);
+    EXPECT_EQ(shown(array), "aca.b");
     array.resize(2, 1);
     EXPECT_EQ(shown(array), "ac");
     array.resize(0, 1);
     EXPECT_EQ(array.entries(), 0);
-    EXPECT_EQ(shown(copy), "abcab");
+    EXPECT_EQ(shown(copy), "abca.b");
 }
 
 TEST(PtrArray, MovesARangeInsideTheArrayOnly) {
     const struct {
         int from, to, count;
         const char* moved;
-    } cases[] = {{0, 3, 2, "cdeab"},
-                 {3, 0, 2, "deabc"},
-                 {1, 2, 2, "adbce"},
-                 {2, 1, 2, "acdbe"},
-                 {0, 0, 5, "abcde"},
-                 {4, 0, 1, "eabcd"},
-                 // these do nothing
-                 {0, 4, 2, "abcde"},
-                 {4, 0, 2, "abcde"},
-                 {-1, 0, 2, "abcde"},
-                 {0, -1, 2, "abcde"},
-                 {0, 1, 0, "abcde"},
-                 {0, 1, -1, "abcde"},
-                 {0, 1, INT32_MAX, "abcde"},
-                 {INT32_MAX, 0, INT32_MAX, "abcde"}};
+    } cases[] = {{0, 3, 2, "cdeab"},         {3, 0, 2, "deabc"},
+                 {1, 2, 2, "adbce"},         {2, 1, 2, "acdbe"},
+                 {0, 0, 5, "abcde"},         {4, 0, 1, "eabcd"},
+                 {0, 4, 2, "abcde"},         {4, 0, 2, "abcde"},
+                 {-1, 0, 2, "abcde"},        {0, -1, 2, "abcde"},
+                 {0, 1, 0, "abcde"},         {0, 1, -1, "abcde"},
+                 {0, 1, INT32_MAX, "abcde"}, {INT32_MAX, 0, INT32_MAX, "abcde"}};
     for (const auto& c : cases) {
         UT_PtrArray<const char*> array = letters("abcde");
         array.move(c.from, c.to, c.count);
-        EXPECT_EQ(shown(array), c.moved) << c.from << " " << c.to << " " << c.count;
+        EXPECT_EQ(shown(array), c.moved) << c.from << " to " << c.to;
     }
 }
 
-TEST(PtrArraySort, KeepsTheOrderOfEqualElements) {
+TEST(PtrArraySort, KeepsTheOrderOfEqualElementsAndEveryElementWhenTheComparisonLies) {
     std::mt19937 random(4);
-    for (std::size_t count = 0; count < 100; ++count) {
+    for (std::size_t count = 0; count < 200; ++count) {
         std::vector<int> numbers(count);
         UT_PtrArray<int*> array;
-        for (int& number : numbers) array.append(&(number = static_cast<int>(random() % 10)));
-        std::vector<int*> model(array.begin(), array.end());
+        UT_PtrArrayRaw raw;
+        for (int& number : numbers) array.append(&(number = static_cast<int>(random() % 10))), raw.append(&number);
+        const std::vector<int*> all(array.begin(), array.end());
+        std::vector<int*> model(all);
         std::stable_sort(model.begin(), model.end(), [](int* a, int* b) { return *a < *b; });
-        array.sort(difference);
+        array.sort([](const int* a, const int* b) { return *a - *b; });
         EXPECT_EQ(std::vector<int*>(array.begin(), array.end()), model);
-    }
-}
+        raw.sort(nullptr);  // changes nothing
+        EXPECT_TRUE(std::equal(all.begin(), all.end(), raw.begin(), raw.end()));
+        raw.sort([](const void* a, const void* b) {  // places of elements
+            return **static_cast<int* const*>(a) - **static_cast<int* const*>(b);
+        });
+        EXPECT_TRUE(std::equal(model.begin(), model.end(), raw.begin(), raw.end()));
 
-TEST(PtrArraySort, TheUntypedOneIsGivenPlacesOfElements) {
-    UT_PtrArrayRaw array;
-    int numbers[] = {3, 1, 2};
-    for (int& number : numbers) array.append(&number);
-    array.sort(nullptr);  // changes nothing
-    array.sort(
-        [](const void* a, const void* b) { return **static_cast<int* const*>(a) - **static_cast<int* const*>(b); });
-    EXPECT_EQ(std::vector<void*>(array.begin(), array.end()),
-              (std::vector<void*>{&numbers[1], &numbers[2], &numbers[0]}));
-}
-
-TEST(PtrArraySort, AComparisonThatLiesLosesNoElement) {
-    std::mt19937 random(5);
-    for (std::size_t count = 0; count < 200; ++count) {
-        std::vector<char> bytes(count);
-        std::vector<char*> all;
-        UT_PtrArray<char*> array;
-        for (char& byte : bytes) all.push_back(&byte), array.append(&byte);
-        array.sort([&random](char*, char*) { return static_cast<int>(random() % 3) - 1; });
-        array.sort([](char*, char*) { return 1; });
-        array.sort([](char*, char*) { return -1; });
-        std::vector<char*> sorted(array.begin(), array.end());
-        std::sort(sorted.begin(), sorted.end());
-        EXPECT_EQ(sorted, all);
+        array.sort([&random](int*, int*) { return static_cast<int>(random() % 3) - 1; });
+        array.sort([](int*, int*) { return 1; });
+        array.sort([](int*, int*) { return -1; });
+        std::sort(array.begin(), array.end());
+        EXPECT_EQ(std::vector<int*>(array.begin(), array.end()), all);
     }
 }
 
@@ -275,8 +231,7 @@ TEST(StringArray, OwnsItsTexts) {
     UT_StringArray array;
     std::string text = "one";
     array.append(text.c_str());
-    text = "two";
-    EXPECT_EQ(array.append(text), 1);
+    EXPECT_EQ(array.append(text = "two"), 1);
     array.append(nullptr);
     EXPECT_EQ(array.find("two"), 1);
     EXPECT_EQ(array.removeAt(1), 1);
