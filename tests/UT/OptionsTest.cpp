@@ -47,8 +47,7 @@ TEST(OptionFile, KeepsTheTypeOfAValue) {
     EXPECT_EQ(textOf(options, "I") + textOf(options, nullptr), "missingmissing");
     EXPECT_EQ(options.entries(), 5);
     EXPECT_STREQ(options.getName(0), "b");
-    EXPECT_EQ(options.getName(-1), nullptr);
-    EXPECT_EQ(options.getName(5), nullptr);
+    for (const int outside : {-1, 5}) EXPECT_EQ(options.getName(outside), nullptr);
 }
 
 TEST(OptionFile, MergingFillsInAndALaterValueHolds) {
@@ -65,21 +64,22 @@ TEST(OptionFile, MergingFillsInAndALaterValueHolds) {
 }
 
 TEST(OptionFile, TextGetsTheFirstTypeThatFits) {
+    using File = UT_OptionFile;
     const struct {
         const char* text;
-        UT_OptionFile::Type type;
+        File::Type type;
         const char* value;
-    } cases[] = {{"12", UT_OptionFile::INT, "12"},
-                 {"+2147483647", UT_OptionFile::INT, "2147483647"},
-                 {"4294967296", UT_OptionFile::FLOAT, "4294967296"},
-                 {"-1.50", UT_OptionFile::FLOAT, "-1.5"},
-                 {"+.5e1", UT_OptionFile::FLOAT, "5"},
-                 {"1e999", UT_OptionFile::STRING, "1e999"},  // no float holds it
-                 {"On", UT_OptionFile::BOOL, "on"},
-                 {"FALSE", UT_OptionFile::BOOL, "off"},
-                 {"once", UT_OptionFile::STRING, "once"},
-                 {"nan", UT_OptionFile::STRING, "nan"},
-                 {"", UT_OptionFile::STRING, ""}};
+    } cases[] = {{"12", File::INT, "12"},
+                 {"+2147483647", File::INT, "2147483647"},
+                 {"4294967296", File::FLOAT, "4294967296"},
+                 {"-1.50", File::FLOAT, "-1.5"},
+                 {"+.5e1", File::FLOAT, "5"},
+                 {"1e999", File::STRING, "1e999"},
+                 {"On", File::BOOL, "on"},
+                 {"FALSE", File::BOOL, "off"},
+                 {"once", File::STRING, "once"},
+                 {"nan", File::STRING, "nan"},
+                 {"", File::STRING, ""}};
     for (const auto& c : cases) {
         UT_OptionFile options(nullptr);
         options.setOptionFromText("x", UT_String(c.text));
@@ -124,7 +124,7 @@ TEST(OptionScan, FollowsThePosixRules) {
     const struct {
         std::vector<const char*> words;
         const char* seen;  // letters with their arguments, then the index
-    } cases[] = {{{"x", "-PC", "-Da", "-U", "b", "file", "-P"}, "P C D=a U=b 5"},  // nothing is moved to the front
+    } cases[] = {{{"x", "-PC", "-Da", "-U", "b", "file", "-P"}, "P C D=a U=b 5"},
                  {{"x", "-PDa"}, "P D=a 2"},
                  {{"x", "-D", "--", "-P"}, "D=-- P 4"},
                  {{"x", "--", "-P"}, "2"},
@@ -152,21 +152,23 @@ TEST(OptionScan, FollowsThePosixRules) {
 // The environment.
 
 TEST(EnvControl, TakesWholeNumbersInTheirRange) {
+    constexpr UT_IntControl dso = UT_CONTROL_DSO_ERROR, expand = UT_CONTROL_CPP_EXPAND_DIRECTIVES,
+                            verbose = UT_CONTROL_FEATURES_VERBOSE, history = UT_CONTROL_HISTORY_LENGTH;
     const struct {
         UT_IntControl control;
         const char* text;
         int value;
-    } cases[] = {{UT_CONTROL_DSO_ERROR, nullptr, 1},
-                 {UT_CONTROL_DSO_ERROR, "0", 0},
-                 {UT_CONTROL_DSO_ERROR, "", 1},
-                 {UT_CONTROL_DSO_ERROR, "0x", 1},
-                 {UT_CONTROL_CPP_EXPAND_DIRECTIVES, nullptr, 0},
-                 {UT_CONTROL_FEATURES_VERBOSE, "-3", -3},
-                 {UT_CONTROL_HISTORY_LENGTH, nullptr, 20},
-                 {UT_CONTROL_HISTORY_LENGTH, "0", 1},
-                 {UT_CONTROL_HISTORY_LENGTH, "-99999999999", 1},
-                 {UT_CONTROL_HISTORY_LENGTH, "99999999999", 10000},
-                 {UT_CONTROL_HISTORY_LENGTH, "many", 20}};
+    } cases[] = {{dso, nullptr, 1},
+                 {dso, "0", 0},
+                 {dso, "", 1},
+                 {dso, "0x", 1},
+                 {expand, nullptr, 0},
+                 {verbose, "-3", -3},
+                 {history, nullptr, 20},
+                 {history, "0", 1},
+                 {history, "-99999999999", 1},
+                 {history, "99999999999", 10000},
+                 {history, "many", 20}};
     for (const auto& c : cases) {
         const WithVariable variable(UT_EnvControl::getVariable(c.control), c.text);
         EXPECT_EQ(UT_EnvControl::getInt(c.control), c.value) << (c.text ? c.text : "null");

@@ -114,39 +114,29 @@ TEST(Copying, TakesAsMuchAsItIsToldAndSaysWhetherThatWasThere) {
 }
 
 TEST(Filters, GetEveryByteOnceAndAreToldOfTheEndOnce) {
-    std::string text;
-    for (int i = 0; i < 100'000; ++i) text += static_cast<char>('a' + i % 26);
-    std::string expected;
-    for (std::size_t i = 0; i < text.size(); i += 3) {
-        const std::string block = text.substr(i, 3);
-        expected.append(block.rbegin(), block.rend());
+    for (const std::size_t length : {std::size_t{0}, std::size_t{100'000}}) {
+        std::string text, expected;
+        for (std::size_t i = 0; i < length; ++i) text += static_cast<char>('a' + i % 26);
+        for (std::size_t i = 0; i < length; i += 3) {
+            const std::string block = text.substr(i, 3);
+            expected.append(block.rbegin(), block.rend());
+        }
+        std::ostringstream copied, written;
+        Reverser copying, writing;
+        UT_IStream in = over(text);
+        EXPECT_TRUE(UTcopyStreamToStream(in, copied, length ? UT_COPY_ALL : 0, &copying));
+        EXPECT_TRUE(UTwriteFiltered(written, text.data(), static_cast<int>(length), &writing));
+        EXPECT_TRUE(copied.str() == expected && written.str() == expected);
+        EXPECT_EQ(copying.lasts, 1) << "also when there are no bytes at all";
+        EXPECT_EQ(writing.lasts, 1);
     }
-    std::ostringstream copied;
-    Reverser copying;
-    UT_IStream in = over(text);
-    EXPECT_TRUE(UTcopyStreamToStream(in, copied, UT_COPY_ALL, &copying));
-    EXPECT_EQ(copied.str(), expected);
-    EXPECT_EQ(copying.lasts, 1);
-
-    std::ostringstream written;
-    Reverser writing;
-    EXPECT_TRUE(UTwriteFiltered(written, text.data(), static_cast<int>(text.size()), &writing));
-    EXPECT_EQ(written.str(), expected);
-    EXPECT_EQ(writing.lasts, 1);
-
-    // No bytes at all: the filter still hears that it is the end.
-    std::ostringstream none;
-    Reverser empty;
-    UT_IStream nothing = over("");
-    EXPECT_TRUE(UTcopyStreamToStream(nothing, none, 0, &empty));
-    EXPECT_EQ(empty.lasts, 1);
 }
 
 TEST(Filters, AFalseFailsTheWriteWhicheverCallItIs) {
+    const std::string text(200'000, 'x');
     int failing = 1;
     for (bool reached = true; reached && failing < 100; ++failing) {
-        const std::string text(200'000, 'x');
-        UT_IStream in(UTmakeMemorySource(text.data(), text.size()), UT_ISTREAM_BINARY);
+        UT_IStream in = over(text);
         std::ostringstream out;
         Reverser filter;
         filter.failingCall = failing;
@@ -158,23 +148,22 @@ TEST(Filters, AFalseFailsTheWriteWhicheverCallItIs) {
     EXPECT_GT(failing, 2);
 }
 
-TEST(MemoryOutput, ShowsItsBytesWithoutACopyAndGoesOn) {
+TEST(MemoryOutput, ShowsItsBytesAndGoesOn) {
     UT_OStrStream out(4);
-    out << "geometry " << 12;
-    EXPECT_EQ(std::string(out.str(), out.pcount()), "geometry 12");
-    out.rdbuf()->freeze(false);
-    out << "!";
-    EXPECT_EQ(std::string(out.str(), out.pcount()), "geometry 12!");
-    out.rdbuf()->freeze(false);
+    std::string all;
+    for (const char* text : {"geometry 12", "!"}) {
+        out << text;
+        EXPECT_EQ(std::string(out.str(), out.pcount()), all += text);
+        out.rdbuf()->freeze(false);
+    }
 }
 
 TEST(CheckOutStream, ReportsOnABadStreamAlone) {
-    std::ostringstream out;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(UTcheckOutStream(out, "Saving failed.", nullptr), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    out.setstate(std::ios::failbit);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(UTcheckOutStream(out, "Saving failed.", nullptr), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Saving failed.\n");
+    for (const bool good : {true, false}) {
+        std::ostringstream out;
+        if (!good) out.setstate(std::ios::failbit);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(UTcheckOutStream(out, "Saving failed.", nullptr), good);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), good ? "" : "Saving failed.\n");
+    }
 }

@@ -1,13 +1,10 @@
 // Search paths: splitting, expansion, the known paths, and what is found where.
+#include "../support/Child.h"
 #include "../support/Environment.h"
 #include "../support/ScratchDir.h"
 
 #include <UT/UT_PathSearch.h>
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <functional>
 
 namespace {
 
@@ -31,32 +28,17 @@ std::string found(const UT_PathSearch& path, const char* name) {
     return std::string(result.view());
 }
 
-// What `work` gives in a process of its own, since the known paths are read once for each.
-std::string inChild(const std::function<std::string()>& work) {
-    int ends[2];
-    if (::pipe(ends) != 0) return "no pipe";
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const std::string text = work();
-        ::_exit(::write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
-    }
-    ::close(ends[1]);
-    std::string text;
-    char buffer[4096];
-    for (ssize_t n; (n = ::read(ends[0], buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
-    ::close(ends[0]);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return status == 0 ? text : "the child failed";
-}
-
+// The directories of a known path, told by another process, since each reads the known paths once.
 std::string knownPath(UT_KnownPath path) {
-    return inChild([path] {
+    const ScratchDir dir;
+    const auto tell = [&] {
         std::string text;
-        const UT_PathSearch* search = UT_PathSearch::getInstance(path);
-        for (const UT_String& directory : search->expandedDirs) text += std::string(directory.view()) + "|";
-        return text;
-    });
+        for (const UT_String& directory : UT_PathSearch::getInstance(path)->expandedDirs)
+            text += std::string(directory.view()) + "|";
+        dir.write("told", text);
+        return true;
+    };
+    return inChild(tell) == 0 ? dir.read("told") : "the child failed";
 }
 
 // Three directories, of which the third is missing, and the path along them.

@@ -66,7 +66,7 @@ TEST(Path, KindsAreToldByTheText) {
 }
 
 TEST(Path, MakingAbsoluteKeepsPrefixesAndDots) {
-    UTaddAbsolutePathPrefix("test-absolute:");
+    UTaddAbsolutePathPrefix("t-abs:");
     const ScratchDir dir;
     const InDirectory here(dir.path());
     const struct {
@@ -77,10 +77,10 @@ TEST(Path, MakingAbsoluteKeepsPrefixesAndDots) {
                  {"/a/../b//c", nullptr, "/a/../b//c"},
                  {"a//b", nullptr, dir.path("a//b")},
                  {"./a", nullptr, dir.path("./a")},
-                 {"test-absolute:a", nullptr, "test-absolute:a"},
+                 {"t-abs:a", nullptr, "t-abs:a"},
                  {"file:a?b", nullptr, "file:" + dir.path("a?b")},
                  {"FILE:/a", nullptr, "FILE:/a"},
-                 {"file:test-absolute:a", nullptr, "file:test-absolute:a"},
+                 {"file:t-abs:a", nullptr, "file:t-abs:a"},
                  {"file:", nullptr, "file:"},
                  {"a", "/base", "/base/a"},
                  {"a", "/base/", "/base/a"},
@@ -89,33 +89,29 @@ TEST(Path, MakingAbsoluteKeepsPrefixesAndDots) {
     for (const auto& c : cases) EXPECT_EQ(absoluteOf(c.path, c.base), c.absolute) << (c.path ? c.path : "null");
 }
 
-TEST(Path, WithoutACurrentDirectoryNothingBecomesAbsolute) {
+TEST(Path, TheCurrentDirectoryFitsOrIsRefusedAndMayBeMissing) {
     const ScratchDir dir;
-    const InDirectory here(dir.makeDirectory("gone"));
-    ASSERT_EQ(::rmdir(dir.path("gone").c_str()), 0);
+    const std::string gone = dir.makeDirectory("gone");
+    const InDirectory here(gone);
+    std::string buffer(gone.size() + 2, 'x');
+    const int length = static_cast<int>(gone.size());
+    EXPECT_EQ(getUnixCwd(buffer.data(), length), nullptr) << "no room for the end";
+    EXPECT_EQ(buffer[gone.size()], 'x') << "written past the size";
+    EXPECT_EQ(getUnixCwd(buffer.data(), length + 1), buffer.data());
+    EXPECT_STREQ(buffer.c_str(), gone.c_str());
+    EXPECT_EQ(getUnixCwd(nullptr, 10), nullptr);
+
+    ASSERT_EQ(::rmdir(gone.c_str()), 0);
     UT_String path("a", 1), out;
     EXPECT_FALSE(UTmakeAbsoluteFilePath(path, nullptr));
     EXPECT_EQ(path, "a");
     EXPECT_FALSE(UT_PathSearch::resolveAbsolutePath("a", out));
-    char buffer[8] = "old";
-    EXPECT_EQ(getUnixCwd(buffer, sizeof buffer), nullptr);
-    EXPECT_STREQ(buffer, "");
-}
-
-TEST(Path, TheCurrentDirectoryFitsOrIsRefused) {
-    const ScratchDir dir;
-    const InDirectory here(dir.path());
-    const int length = static_cast<int>(dir.path().size());
-    std::vector<char> buffer(dir.path().size() + 2, 'x');
-    EXPECT_EQ(getUnixCwd(buffer.data(), length), nullptr) << "no room for the end";
-    EXPECT_EQ(buffer[static_cast<std::size_t>(length)], 'x') << "written past the size";
-    EXPECT_EQ(getUnixCwd(buffer.data(), length + 1), buffer.data());
-    EXPECT_EQ(std::string(buffer.data()), dir.path());
-    EXPECT_EQ(getUnixCwd(nullptr, 10), nullptr);
+    EXPECT_EQ(getUnixCwd(buffer.data(), length + 1), nullptr);
+    EXPECT_STREQ(buffer.c_str(), "") << "not the name of another day";
 }
 
 TEST(Path, ResolvingTakesOutDotsAsText) {
-    UTaddAbsolutePathPrefix("test-resolve:");
+    UTaddAbsolutePathPrefix("t-res:");
     const ScratchDir dir;
     const InDirectory here(dir.path());
     const struct {
@@ -133,7 +129,7 @@ TEST(Path, ResolvingTakesOutDotsAsText) {
                  {"/a/...", "/a/..."},
                  {"x/../y", dir.path("y")},
                  {"file:/a/../b", "file:/b"},
-                 {"test-resolve:a/../b", "test-resolve:a/../b"}};
+                 {"t-res:a/../b", "t-res:a/../b"}};
     for (const auto& c : cases) EXPECT_EQ(resolved(c.path), c.resolved) << (c.path ? c.path : "null");
 }
 
@@ -218,14 +214,14 @@ TEST(Files, DirectoriesAreMadeWithTheirParents) {
     EXPECT_EQ(UTisValidDirectory(file.c_str()), 0);
     EXPECT_EQ(TarvaniMakeDirectory(file.c_str(), 0777), -1);
     EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(TarvaniMakeDirectory((file + "/below").c_str(), 0777), -1);
-    EXPECT_EQ(TarvaniMakeDirectory("", 0777), -1);
-    EXPECT_EQ(TarvaniMakeDirectory(nullptr, 0777), -1);
+    const std::string below = file + "/below";
+    for (const char* path : {below.c_str(), "", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(TarvaniMakeDirectory(path, 0777), -1);
 }
 
 // Temporary files.
 
-TEST(TemporaryName, EndsInTheLastComponentOfItsBase) {
+TEST(TemporaryName, EndsInTheLastComponentOfItsBaseOrIsNull) {
     const ScratchDir dir;
     const WithVariable place("TMPDIR", dir.path().c_str());
     const struct {
@@ -243,14 +239,10 @@ TEST(TemporaryName, EndsInTheLastComponentOfItsBase) {
     ASSERT_TRUE(UTcreateTempFileName(name, ("x" + std::string(500, 'y') + ".png").c_str()));
     EXPECT_TRUE(name.endsWith(".png"));
     EXPECT_LT(name.length() - static_cast<int>(dir.path().size()), 90);
-}
 
-TEST(TemporaryName, IsNullWhereNoFileCanBeMade) {
-    const ScratchDir dir;
     const WithVariable nowhere("TMPDIR", dir.path("missing").c_str());
-    UT_String name("old", 1);
     EXPECT_FALSE(UTgetTmpName(name, nullptr));
-    EXPECT_TRUE(name.isNull());
+    EXPECT_TRUE(name.isNull()) << "no file can be made there";
 }
 
 // Variables.
@@ -258,20 +250,13 @@ TEST(TemporaryName, IsNullWhereNoFileCanBeMade) {
 TEST(Variables, ReferencesAreReplacedOnce) {
     const struct {
         const char *text, *expanded;
-    } cases[] = {{nullptr, ""},
-                 {"", ""},
-                 {"$A", "$B"},  // a value isn't scanned again
-                 {"x${B_2}y$B_2/$B_2.z", "xtwoytwo/two.z"},
-                 {"$B_23", "$B_23"},
-                 {"[$NONE]", "[]"},
-                 {"$", "$"},
-                 {"$$A$", "$$B$"},
-                 {"${A", "${A"},
-                 {"${}${ A}${A-b}$1", "${}${ A}${A-b}$1"},
-                 {"${A$A", "${A$B"},
-                 {"~/a~/", "/h/a~/"},
-                 {"~", "~"},
-                 {"a~/b", "a~/b"}};
+    } cases[] = {{nullptr, ""},      {"", ""},
+                 {"$A", "$B"},       {"x${B_2}y$B_2/$B_2.z", "xtwoytwo/two.z"},
+                 {"$B_23", "$B_23"}, {"[$NONE]", "[]"},
+                 {"$", "$"},         {"$$A$", "$$B$"},
+                 {"${A", "${A"},     {"${}${ A}${A-b}$1", "${}${ A}${A-b}$1"},
+                 {"${A$A", "${A$B"}, {"~/a~/", "/h/a~/"},
+                 {"~", "~"},         {"a~/b", "a~/b"}};
     for (const auto& c : cases) EXPECT_EQ(scanned(c.text), c.expanded) << (c.text ? c.text : "null");
     EXPECT_EQ(scanned("~/$X-${X}-$", false, false), "~/--$");
 }

