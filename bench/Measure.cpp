@@ -85,3 +85,9 @@ std::vector<Timing> measure(const std::vector<Contender>& contenders, int runs) 
     for (std::vector<Run>& one : all) timings.push_back(summary(std::move(one)));
     return timings;
 }
+
+bool isWanted(const std::string& name, const std::vector<std::string>& parts) {
+    for (const std::string& part : parts)
+        if (name.find(part) != std::string::npos) return true;
+    return parts.empty();
+}

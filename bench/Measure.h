@@ -20,3 +20,6 @@ struct Timing {
 // `runs` rounds behind one that isn't counted, which warms the caches. Standard output of the programs goes to a file
 // "output" in the current directory. Ends this program when one fails or prints a wrong answer.
 std::vector<Timing> measure(const std::vector<Contender>& contenders, int runs);
+
+// Whether a work of this name is among those that were asked for by parts of their names; without any, all are.
+bool isWanted(const std::string& name, const std::vector<std::string>& parts);

@@ -198,12 +198,6 @@ void print(const Work& work, const Race& race, const std::vector<Timing>& timing
     std::fflush(stdout);
 }
 
-bool isWanted(const std::string& name, const std::vector<std::string>& parts) {
-    for (const std::string& part : parts)
-        if (name.find(part) != std::string::npos) return true;
-    return parts.empty();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {

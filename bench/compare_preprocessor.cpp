@@ -138,12 +138,6 @@ void run(const Work& work, const std::string& tarvani, int runs) {
     std::fflush(stdout);
 }
 
-bool isWanted(const std::string& name, const std::vector<std::string>& parts) {
-    for (const std::string& part : parts)
-        if (name.find(part) != std::string::npos) return true;
-    return parts.empty();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
