@@ -7,6 +7,7 @@
 
 #include "Explain.h"
 #include "Save.h"
+#include "Source.h"
 
 namespace {
 
@@ -40,6 +41,20 @@ void Destination::write(std::string_view bytes) {
 void Destination::finish() {
     UT_String reason;
     if (!writer_.finish(&reason)) throw failed(reason);
+}
+
+void Destination::copyFrom(Source& source) {
+    Progress progress(path_, source.length(), true);
+    try {
+        for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
+            write(piece);
+            progress.advance(piece.size());
+        }
+    } catch (Failure& failure) {
+        if (failure.path == source.name()) failure.reason += abandon();
+        throw;
+    }
+    finish();
 }
 
 std::string Destination::abandon() {

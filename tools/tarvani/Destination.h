@@ -10,6 +10,7 @@
 #include "Interrupt.h"
 #include "LibraryPath.h"
 
+class Source;
 class UT_String;
 
 // It knows what a failure leaves behind. What isn't finished is given up at the end: half a source must never pass for
@@ -22,13 +23,15 @@ public:
     Destination(const Destination&) = delete;
     Destination& operator=(const Destination&) = delete;
 
-    // Both throw Failure.
+    // All three throw Failure.
     void write(std::string_view bytes);
     void finish();
-    // Gives up what has been written, unless that is finished. Says what is left behind.
-    std::string abandon();
+    // Writes all that is left of `source`, with progress on a terminal, and finishes.
+    void copyFrom(Source& source);
 
 private:
+    // Gives up what has been written, unless that is finished. Says what is left behind.
+    std::string abandon();
     bool canGoOn() const;
     Failure failed();
     Failure failed(const UT_String& reason) const;

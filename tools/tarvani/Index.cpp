@@ -9,6 +9,7 @@
 #include "Arguments.h"
 #include "Command.h"
 #include "Console.h"
+#include "Destination.h"
 #include "Explain.h"
 #include "Json.h"
 #include "LibraryPath.h"
@@ -63,16 +64,15 @@ int add(const std::string& path, const std::string& name, const std::string& sou
         throw Failure{path, "no path could reach a section \"" + name + "\": \"?\" ends a name"};
     const auto index = openContainer(path);
     if (source == "-") {
-        const std::string bytes = Source(source).readAll();
-        if (bytes.size() > INT_MAX) throw Failure{section, "larger than a section can be (2147483647 bytes)"};
-        index->addSection(name.c_str(), bytes.data(), static_cast<int>(bytes.size()), -1);
-    } else {
-        refuseOverlap(source, section);
-        UT_String reason;
-        if (!index->linkSection(name.c_str(), source.c_str(), &reason)) {
-            const bool readable = FS_Reader(source.c_str()).isGood();
-            throw Failure{source, readable ? reasonFor(source, reason.view()) : whyUnreadable(source)};
-        }
+        Source input(source);
+        Destination(section).copyFrom(input);
+        return 0;
+    }
+    refuseOverlap(source, section);
+    UT_String reason;
+    if (!index->linkSection(name.c_str(), source.c_str(), &reason)) {
+        const bool readable = FS_Reader(source.c_str()).isGood();
+        throw Failure{source, readable ? reasonFor(source, reason.view()) : whyUnreadable(source)};
     }
     saveContainer(*index, path);
     return 0;

@@ -42,12 +42,6 @@ std::string_view Source::next() {
     return {buffer_.data(), got};
 }
 
-std::string Source::readAll() {
-    std::string all;
-    for (std::string_view piece = next(); !piece.empty(); piece = next()) all += piece;
-    return all;
-}
-
 std::size_t Source::readSome() {
     errno = 0;
     ssize_t got = 0;

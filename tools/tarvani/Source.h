@@ -23,8 +23,6 @@ public:
     // The next bytes, valid until the next call; none at the end. Throws Failure if reading fails, and if a section
     // ends before its length.
     std::string_view next();
-    // All bytes that are left.
-    std::string readAll();
 
 private:
     std::size_t readSome();

@@ -58,17 +58,7 @@ void copy(const std::string& from, const std::string& to) {
         refuseOverlap(from, to);
     source.requireWhole();
     Destination destination(to);
-    Progress progress(to, source.length(), true);
-    try {
-        for (std::string_view piece = source.next(); !piece.empty(); piece = source.next()) {
-            destination.write(piece);
-            progress.advance(piece.size());
-        }
-    } catch (Failure& failure) {
-        if (failure.path == source.name()) failure.reason += destination.abandon();
-        throw;
-    }
-    destination.finish();
+    destination.copyFrom(source);
 }
 
 void removeSection(const LibraryPath& path, const std::string& text) {
