@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -42,13 +41,12 @@ void copyAddress(unsigned char address[4], const sockaddr* from) {
 
 template <typename Name>
 Address addressBy(Name name, int fd) {
-    sockaddr_storage storage{};
-    socklen_t size = sizeof storage;
-    if (name(fd, reinterpret_cast<sockaddr*>(&storage), &size) != 0) return {};
-    char text[NI_MAXHOST], port[NI_MAXSERV];
-    const int failed = ::getnameinfo(reinterpret_cast<const sockaddr*>(&storage), size, text, sizeof text, port,
-                                     sizeof port, NI_NUMERICHOST | NI_NUMERICSERV);
-    return failed ? Address{} : Address{text, std::atoi(port)};
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    char host[INET_ADDRSTRLEN];
+    if (name(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0 || address.sin_family != AF_INET) return {};
+    if (!::inet_ntop(AF_INET, &address.sin_addr, host, sizeof host)) return {};
+    return {host, ntohs(address.sin_port)};
 }
 }  // namespace
 

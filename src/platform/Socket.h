@@ -30,8 +30,9 @@ struct [[nodiscard]] Accepted {
 };
 Accepted acceptFrom(int listening);
 
+// IPv4. Empty and 0 if it can't be told.
 struct Address {
-    std::string host;  // dotted, or empty if it can't be told
+    std::string host;  // dotted
     int port = 0;
 };
 Address localAddress(int fd);

@@ -1,0 +1,153 @@
+#include <UT/UT_NetSocket.h>
+#include <platform/Socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+namespace {
+using Clock = std::chrono::steady_clock;
+using platform::Ready;
+
+// What is left of a time that several waits share.
+class Deadline {
+public:
+    explicit Deadline(int timeoutMs) : timeoutMs_(timeoutMs) {
+        if (timeoutMs > 0) end_ = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    }
+    int leftMs() const {
+        if (timeoutMs_ <= 0) return timeoutMs_;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
+        return static_cast<int>(std::max<decltype(left)>(left, 0));
+    }
+
+private:
+    int timeoutMs_;
+    Clock::time_point end_;
+};
+
+bool isFullTable(int error) {
+    return error == EMFILE || error == ENFILE;
+}
+
+int finish(int status, int* out, int value) {
+    if (out) *out = value;
+    return status;
+}
+
+int statusOf(const platform::Transfer& transfer) {
+    if (transfer.error == EAGAIN) return UT_NetSocket::kNothingWaits;
+    return transfer.error || transfer.count == 0 ? UT_NetSocket::kGone : UT_NetSocket::kDone;
+}
+
+// The sockets that are made here: nothing in them is overridden, so asking and reading can be one call.
+class PlainSocket final : public UT_NetSocket {
+public:
+    explicit PlainSocket(int descriptor) : UT_NetSocket(descriptor) {}
+
+    int readWaiting(void* buffer, int maxLength, int* length) override {
+        if (getSocket() < 0 || maxLength <= 0) return finish(kNothingWaits, length, 0);
+        const auto got = platform::receive(getSocket(), buffer, static_cast<std::size_t>(maxLength));
+        return finish(statusOf(got), length, static_cast<int>(got.count));
+    }
+};
+}  // namespace
+
+UT_NetSocket* UT_NetSocket::newSocket(int port, bool listening, bool) {
+    if (!listening) return nullptr;
+    auto fd = platform::listenAt(port);
+    if (!fd) return nullptr;
+    auto made = std::make_unique<PlainSocket>(fd.get());
+    fd.release();
+    static_cast<UT_NetSocket&>(*made).reserve_ = platform::reserveFd().release();
+    return made.release();
+}
+
+int UT_NetSocket::mapToUnprivilegedPort(int port) {
+    return 1 <= port && port <= 1023 ? port + 10000 : port;
+}
+
+int UT_NetSocket::getHostAddress(unsigned char address[4], const char* host) {
+    return host ? platform::hostAddress(host, address) : platform::machineAddress(address);
+}
+
+UT_NetSocket::UT_NetSocket(int descriptor) : port(platform::localAddress(descriptor).port), socket_(descriptor) {}
+
+UT_NetSocket::~UT_NetSocket() {
+    UT_NetSocket::close();
+}
+
+UT_NetSocket* UT_NetSocket::accept(int timeoutMs, int* status) {
+    if (socket_ < 0) return finish(kGone, status, kGone), nullptr;
+    // Taken again here where that wasn't possible at once.
+    if (reserve_ < 0) reserve_ = platform::reserveFd().release();
+    for (const Deadline deadline(timeoutMs);;) {
+        auto accepted = platform::acceptFrom(socket_);
+        if (accepted.fd) {
+            auto made = std::make_unique<PlainSocket>(accepted.fd.get());
+            accepted.fd.release();
+            return finish(kDone, status, kDone), made.release();
+        }
+        if (isFullTable(accepted.error)) {
+            // A peer left waiting would keep the listening socket readable for ever.
+            platform::UniqueFd(reserve_).reset();
+            accepted.error = platform::acceptFrom(socket_).error;
+            reserve_ = platform::reserveFd().release();
+        }
+        if (accepted.error != EAGAIN) return finish(kGone, status, kGone), nullptr;
+        if (!platform::waitFor(socket_, Ready::toRead, deadline.leftMs()))
+            return finish(kTimedOut, status, kTimedOut), nullptr;
+    }
+}
+
+void UT_NetSocket::close() {
+    platform::UniqueFd(socket_).reset();
+    platform::UniqueFd(reserve_).reset();
+    socket_ = reserve_ = -1;
+}
+
+int UT_NetSocket::dataAvailable(int timeoutMs) {
+    return platform::waitFor(socket_, Ready::toRead, timeoutMs);
+}
+
+int UT_NetSocket::read(void* buffer, int maxLength, int* length, int timeoutMs) {
+    if (socket_ < 0) return finish(kGone, length, 0);
+    if (maxLength <= 0) return finish(kDone, length, 0);
+    for (const Deadline deadline(timeoutMs);;) {
+        const auto got = platform::receive(socket_, buffer, static_cast<std::size_t>(maxLength));
+        const int status = statusOf(got);
+        if (status != kNothingWaits) return finish(status, length, static_cast<int>(got.count));
+        if (!platform::waitFor(socket_, Ready::toRead, deadline.leftMs())) return finish(kTimedOut, length, 0);
+    }
+}
+
+int UT_NetSocket::write(const void* data, int length, int* written, int timeoutMs) {
+    if (socket_ < 0) return finish(kGone, written, 0);
+    const auto* const bytes = static_cast<const char*>(data);
+    int done = 0;
+    for (const Deadline deadline(timeoutMs); done < length;) {
+        const auto sent = platform::send(socket_, bytes + done, static_cast<std::size_t>(length - done));
+        done += static_cast<int>(sent.count);
+        if (sent.error && sent.error != EAGAIN) return finish(kGone, written, done);
+        if (sent.error && !platform::waitFor(socket_, Ready::toWrite, deadline.leftMs()))
+            return finish(kTimedOut, written, done);
+    }
+    return finish(kDone, written, done);
+}
+
+void UT_NetSocket::getRemoteSocket(char* host, int* remotePort) {
+    const auto peer = platform::peerAddress(socket_);
+    if (host) std::strcpy(host, peer.host.c_str());
+    if (remotePort) *remotePort = peer.port;
+}
+
+int UT_NetSocket::isValid() {
+    return socket_ >= 0;
+}
+
+int UT_NetSocket::readWaiting(void* buffer, int maxLength, int* length) {
+    if (dataAvailable(0) <= 0) return finish(kNothingWaits, length, 0);
+    return read(buffer, maxLength, length, -1);
+}
