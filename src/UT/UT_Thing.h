@@ -4,8 +4,8 @@
 //     table.addSymbol("geo", UT_Thing(section));
 //     UT_Thing thing;
 //     if (table.findSymbol("geo", &thing)) use(thing.as<Section>());
-#include <concepts>
 #include <cstdint>
+#include <type_traits>
 
 class UT_Thing {
 public:
@@ -13,7 +13,7 @@ public:
     // Borrows what `pointer` points to.
     constexpr UT_Thing(void* pointer) : pointer_(pointer) {}
     // Holds `value` itself; 0 is the same as null.
-    template <std::integral Integer>
+    template <class Integer, class = std::enable_if_t<std::is_integral_v<Integer>>>
     explicit UT_Thing(Integer value) : pointer_(reinterpret_cast<void*>(static_cast<std::intptr_t>(value))) {}
 
     void* asPointer() const { return pointer_; }
