@@ -37,8 +37,8 @@ int finish(int status, int* out, int value) {
     return status;
 }
 
+// Of a transfer that didn't have to wait.
 int statusOf(const platform::Transfer& transfer) {
-    if (transfer.error == EAGAIN) return UT_NetSocket::kNothingWaits;
     return transfer.error || transfer.count == 0 ? UT_NetSocket::kGone : UT_NetSocket::kDone;
 }
 
@@ -47,10 +47,12 @@ class PlainSocket final : public UT_NetSocket {
 public:
     explicit PlainSocket(int descriptor) : UT_NetSocket(descriptor) {}
 
-    int readWaiting(void* buffer, int maxLength, int* length) override {
-        if (getSocket() < 0 || maxLength <= 0) return finish(kNothingWaits, length, 0);
+    bool readWaiting(void* buffer, int maxLength, int* length, int* status) override {
+        if (getSocket() < 0 || maxLength <= 0) return false;
         const auto got = platform::receive(getSocket(), buffer, static_cast<std::size_t>(maxLength));
-        return finish(statusOf(got), length, static_cast<int>(got.count));
+        if (got.error == EAGAIN) return false;
+        *status = finish(statusOf(got), length, static_cast<int>(got.count));
+        return true;
     }
 };
 }  // namespace
@@ -117,8 +119,7 @@ int UT_NetSocket::read(void* buffer, int maxLength, int* length, int timeoutMs) 
     if (maxLength <= 0) return finish(kDone, length, 0);
     for (const Deadline deadline(timeoutMs);;) {
         const auto got = platform::receive(socket_, buffer, static_cast<std::size_t>(maxLength));
-        const int status = statusOf(got);
-        if (status != kNothingWaits) return finish(status, length, static_cast<int>(got.count));
+        if (got.error != EAGAIN) return finish(statusOf(got), length, static_cast<int>(got.count));
         if (!platform::waitFor(socket_, Ready::toRead, deadline.leftMs())) return finish(kTimedOut, length, 0);
     }
 }
@@ -147,7 +148,8 @@ int UT_NetSocket::isValid() {
     return socket_ >= 0;
 }
 
-int UT_NetSocket::readWaiting(void* buffer, int maxLength, int* length) {
-    if (dataAvailable(0) <= 0) return finish(kNothingWaits, length, 0);
-    return read(buffer, maxLength, length, -1);
+bool UT_NetSocket::readWaiting(void* buffer, int maxLength, int* length, int* status) {
+    if (dataAvailable(0) <= 0) return false;
+    *status = read(buffer, maxLength, length, -1);
+    return true;
 }

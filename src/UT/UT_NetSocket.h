@@ -19,8 +19,7 @@ public:
     // What read and write give.
     static constexpr int kDone = 0;
     static constexpr int kTimedOut = -1;
-    static constexpr int kNothingWaits = -2;  // of readWaiting alone
-    static constexpr int kGone = -6;          // the connection has ended, from either side
+    static constexpr int kGone = -6;  // the connection has ended, from either side
 
     // A new socket, owned by the caller, that listens on `port` of all IPv4 addresses of this machine; 0 takes a port
     // that is free, which `port` then tells. The first flag asks to listen and must be true; the second has no meaning,
@@ -61,9 +60,9 @@ public:
     virtual void getRemoteSocket(char* host, int* port);
     // Not 0 until the socket is closed.
     virtual int isValid();
-    // dataAvailable(0) and, if that is above 0, read with no limit of time; else kNothingWaits. Where neither is
-    // overridden this is one call of the system.
-    virtual int readWaiting(void* buffer, int maxLength, int* length);
+    // Asks dataAvailable(0) and, if that is above 0, reads with no limit of time, which gives `*status`. Else false.
+    // Sockets that are made here, where neither is overridden, do both in one call of the system.
+    virtual bool readWaiting(void* buffer, int maxLength, int* length, int* status);
 
 protected:
     // Adopts an open descriptor, or -1.
