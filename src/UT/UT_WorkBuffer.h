@@ -11,6 +11,7 @@
 // emptied.
 #include <UT/UT_Export.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -47,6 +48,11 @@ public:
         if (length < 0 || length >= length_) return;
         length_ = length;
         text_[length] = '\0';
+    }
+    // Overwrites `count` characters of the content from `offset` on. What lies behind it isn't touched.
+    void fill(std::size_t offset, std::size_t count, char character) {
+        const std::size_t length = view().size();
+        if (offset < length) std::memset(text_ + offset, character, std::min(count, length - offset));
     }
     // Makes room for `length` characters in all, so that appending up to there moves nothing.
     void reserve(int length) {

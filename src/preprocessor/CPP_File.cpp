@@ -24,9 +24,7 @@ LineEnd takeLineEnd(UT_WorkBuffer& line) {
 
 // A NUL ends the text of a line, whoever made it.
 void cutAtNul(UT_WorkBuffer& line) {
-    const std::string_view text = line.view();
-    if (const void* nul = text.empty() ? nullptr : std::memchr(text.data(), '\0', text.size()))
-        line.truncate(static_cast<int>(static_cast<const char*>(nul) - text.data()));
+    line.truncate(static_cast<int>(std::strlen(line.buffer())));
 }
 
 }  // namespace

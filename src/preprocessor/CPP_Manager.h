@@ -21,6 +21,7 @@
 #include <UT/UT_PtrArray.h>
 #include <UT/UT_String.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -120,7 +121,7 @@ private:
     // Lines and directives.
     void expandLine(UT_WorkBuffer& line);
     void expandText(UT_WorkBuffer& line);
-    void stripComments(UT_WorkBuffer& line);
+    void stripComments(UT_WorkBuffer& line, std::size_t at);
     static Directive directiveOf(std::string_view word);
     void processCommand(std::string_view text, UT_WorkBuffer& out);
     bool expandDirective(std::string_view& text, UT_WorkBuffer& out);

@@ -14,19 +14,43 @@ using textscan::QuoteRule;
 
 CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file, std::string_view line,
                                                            UT_WorkBuffer& out, int depth) {
+    // Most lines are their own expansion, and for those nothing is set up.
+    std::size_t plain = 0;
+    passPlain(line, plain);
+    if (plain == line.size()) return Result::Unchanged;
     limit_ = std::min(static_cast<std::size_t>(std::max(depth, 1)), kMostOpen + 1);
     made_ = 0;
     held_.clear();
-    out.clear();
-    frames_.assign(1, {line.data(), 0, line.size(), 0});
+    out.assign(line.substr(0, plain));
+    frames_.assign(1, {line.data(), 0, line.size(), plain});
     const CPP_MacroTable::Hold hold(*manager_.macros);
     bool good = true;
     while (good && !frames_.empty()) good = scan(file, out);
-    if (!good) {
-        out.assign(message_.view());
-        return Result::Failed;
+    if (good) return Result::Expanded;
+    out.assign(message_.view());
+    return Result::Failed;
+}
+
+// Moves `at` over text that stays as it is: to a macro, which is the result, to a backslash that goes, to a quote that
+// nothing closes, or to the end.
+const CPP_Macro* CPP_Manager::Expansion::passPlain(std::string_view text, std::size_t& at) const {
+    for (;;) {
+        while (at < text.size() && kindOf(text[at]) <= Kind::Digit) ++at;
+        if (at == text.size()) return nullptr;
+        if (kindOf(text[at]) == Kind::Word) {
+            const std::size_t end = cppwords::endOf(text, at);
+            if (const CPP_Macro* const macro = manager_.macros->find(text.substr(at, end - at))) return macro;
+            at = end;
+        } else if (kindOf(text[at]) == Kind::Quote) {
+            const std::size_t close = textscan::closingQuote(text, at, QuoteRule::BackslashPairs);
+            if (close == text.npos) return nullptr;
+            at = close + 1;
+        } else if (at + 1 < text.size() && !cppwords::isStart(text[at + 1])) {
+            return nullptr;
+        } else {
+            ++at;
+        }
     }
-    return isUnchanged_ ? Result::Unchanged : Result::Expanded;
 }
 
 // Scans the innermost text up to its end, which closes it, or to a macro, which may open another. Text that stays is
@@ -37,33 +61,19 @@ bool CPP_Manager::Expansion::scan(const CPP_File* file, UT_WorkBuffer& out) {
     std::size_t copied = at;
     const auto copyTo = [&](std::size_t end) { out.append(text.substr(copied, end - copied)); };
     for (;;) {
-        while (at < text.size() && kindOf(text[at]) <= Kind::Digit) ++at;
-        if (at == text.size()) break;
-        if (kindOf(text[at]) == Kind::Word) {
-            const std::size_t end = cppwords::endOf(text, at);
-            const CPP_Macro* const macro = manager_.macros->find(text.substr(at, end - at));
-            if (macro) {
-                copyTo(at);
-                frames_.back().position = end;
-                return replace(*macro, file, out);
-            }
-            at = end;
-        } else if (kindOf(text[at]) == Kind::Quote) {
-            const std::size_t close = textscan::closingQuote(text, at, QuoteRule::BackslashPairs);
-            if (close == text.npos) return fail("Mismatched quotation marks");
-            at = close + 1;
-        } else if (at + 1 < text.size() && !cppwords::isStart(text[at + 1])) {
-            // A backslash gives its place to the character behind it. If that is another one, it does the same.
+        if (const CPP_Macro* const macro = passPlain(text, at)) {
             copyTo(at);
-            copied = ++at;
-            if (kindOf(text[at]) != Kind::Backslash) ++at;
-        } else {
-            ++at;
+            frames_.back().position = cppwords::endOf(text, at);
+            return replace(*macro, file, out);
         }
+        if (at == text.size()) break;
+        if (kindOf(text[at]) == Kind::Quote) return fail("Mismatched quotation marks");
+        // A backslash gives its place to the character behind it. If that is another one, it does the same.
+        copyTo(at);
+        copied = ++at;
+        if (kindOf(text[at]) != Kind::Backslash) ++at;
     }
-    // A line from which nothing was dropped and in which nothing was replaced need not be copied at all.
-    isUnchanged_ = frames_.size() == 1 && copied == 0;
-    if (!isUnchanged_) copyTo(at);
+    copyTo(at);
     held_.truncate(static_cast<int>(frames_.back().start));
     frames_.pop_back();
     return true;

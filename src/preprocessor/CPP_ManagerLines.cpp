@@ -7,7 +7,10 @@
 #include <preprocessor/Words.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -73,46 +76,41 @@ const char* includeVariable(const char* name, void*) {
     return std::string_view(name) == "__TVERSION__" ? kVersion : TarvaniGetenv(name);
 }
 
-// A line of which characters are overwritten. It is written anew beside itself, at a cost that follows its own length:
-// its storage may be that of a line much longer. A line in which nothing is overwritten isn't touched.
-class LineEdit {
-public:
-    LineEdit(UT_WorkBuffer& line, UT_WorkBuffer& spare) : line_(line), edited_(spare) { edited_.clear(); }
-    ~LineEdit() {
-        if (copied_ == 0) return;
-        copyTo(line_.view().size());
-        line_.swap(edited_);
-    }
-    LineEdit(const LineEdit&) = delete;
-    LineEdit& operator=(const LineEdit&) = delete;
+// Sixteen characters that are compared at a time; compilers have instructions for it, or make do with two numbers.
+using Block = unsigned char __attribute__((vector_size(16)));
 
-    // Overwrites from `begin` to `end`, which isn't in front of what was overwritten before.
-    void blank(std::size_t begin, std::size_t end) {
-        copyTo(begin);
-        for (; copied_ < end; ++copied_) edited_.append(' ');
-    }
-    // Ends the line at `length`, with `lineEnd` in the place of the rest.
-    void cut(std::size_t length, const char* lineEnd) {
-        line_.truncate(static_cast<int>(length));
-        line_.append(lineEnd);
-    }
+// The characters that taking comments and carriage returns out of a line has to look at.
+constexpr std::string_view kStops = "/\"'#\r";
+constexpr auto kIsStop = [] {
+    std::array<bool, 256> stops{};
+    for (const char c : kStops) stops[static_cast<unsigned char>(c)] = true;
+    return stops;
+}();
 
-private:
-    void copyTo(std::size_t end) {
-        edited_.append(line_.view().substr(copied_, end - copied_));
-        copied_ = end;
+// The first of those from `at` on, the length of the text if there is none.
+std::size_t nextStop(std::string_view text, std::size_t at) {
+    for (; text.size() - at >= sizeof(Block); at += sizeof(Block)) {
+        Block block;
+        std::memcpy(&block, text.data() + at, sizeof block);
+        const auto found = (block == '/') | (block == '"') | (block == '\'') | (block == '#') | (block == '\r');
+        std::uint64_t halves[2];
+        std::memcpy(halves, &found, sizeof halves);
+        if (halves[0] | halves[1]) break;
     }
+    while (at < text.size() && !kIsStop[static_cast<unsigned char>(text[at])]) ++at;
+    return at;
+}
 
-    UT_WorkBuffer& line_;
-    UT_WorkBuffer& edited_;
-    std::size_t copied_ = 0;  // characters of line_ that are in edited_, overwritten or not
-};
-
-void blankCarriageReturns(UT_WorkBuffer& line, UT_WorkBuffer& spare) {
+void blankCarriageReturns(UT_WorkBuffer& line, std::size_t at) {
     const std::string_view text = line.view();
-    LineEdit edit(line, spare);
-    std::size_t at = text.find('\r');
-    for (; at != text.npos; at = text.find('\r', at + 1)) edit.blank(at, at + 1);
+    at = text.find('\r', at);
+    for (; at != text.npos; at = text.find('\r', at + 1)) line.fill(at, 1, ' ');
+}
+
+// Ends a line at `length`, with `lineEnd` in the place of the rest.
+void cut(UT_WorkBuffer& line, std::size_t length, const char* lineEnd) {
+    line.truncate(static_cast<int>(length));
+    line.append(lineEnd);
 }
 
 }  // namespace
@@ -141,8 +139,11 @@ int CPP_Manager::getLine(std::string_view& line) {
 
 // Replaces a raw line by its output line.
 void CPP_Manager::expandLine(UT_WorkBuffer& line) {
-    blankCarriageReturns(line, work_->output);
-    stripComments(line);
+    const std::size_t stop = flags & CPP_IN_COMMENT ? 0 : nextStop(line.view(), 0);
+    if (stop < line.view().size()) {
+        blankCarriageReturns(line, stop);
+        stripComments(line, stop);
+    }
     const std::string_view text = line.view();
     const std::size_t first = cppwords::spaceEnd(text, 0);
     if (first == text.size()) return line.assign("\n");
@@ -171,27 +172,29 @@ void CPP_Manager::expandText(UT_WorkBuffer& line) {
     flags |= CPP_STOPPED;
 }
 
-// Takes the comments out of a line. A block comment leaves blanks, so that the columns behind it stay, and may go on in
-// the next line. Text in quotes is passed over.
-void CPP_Manager::stripComments(UT_WorkBuffer& line) {
+// Takes the comments out of a line from `at` on, in front of which there are none. A block comment leaves blanks, so
+// that the columns behind it stay, and may go on in the next line. Text in quotes is passed over.
+void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
     const std::string_view text = line.view();
     const bool strips = (flags & CPP_STRIP_COMMENTS) != 0;
     const bool stripsC = strips && !(flags & CPP_NO_C_COMMENTS);
     const bool stripsHash = strips && (flags & CPP_HASH_COMMENTS) && !text.starts_with('#');
-    const bool mayHold = (stripsHash && text.find('#') != text.npos) || (stripsC && text.find('/') != text.npos);
+    const bool mayHold =
+        (stripsHash && text.find('#', at) != text.npos) || (stripsC && text.find('/', at) != text.npos);
     if (!mayHold && !(flags & CPP_IN_COMMENT)) return;
 
-    LineEdit edit(line, work_->output);
     bool unclosed[2] = {};  // no further quote of this kind closes: a line of a thousand is searched once
-    for (std::size_t at = 0; at < text.size();) {
+    while (at < text.size()) {
         if (flags & CPP_IN_COMMENT) {
             const std::size_t close = text.find("*/", at);
-            if (close == text.npos) return edit.cut(at, "\n");
-            edit.blank(at, close + 2);
+            if (close == text.npos) return cut(line, at, "\n");
+            line.fill(at, close + 2 - at, ' ');
             flags &= ~CPP_IN_COMMENT;
             at = close + 2;
             continue;
         }
+        at = nextStop(text, at);
+        if (at == text.size()) break;
         const char c = text[at];
         const bool isC = stripsC && c == '/';
         if (cppwords::kindOf(c) == cppwords::Kind::Quote) {
@@ -201,11 +204,11 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line) {
             isUnclosed = close == text.npos;
             at = isUnclosed ? at + 1 : close + 1;
         } else if (stripsHash && c == '#') {
-            return edit.cut(at, "");
+            return cut(line, at, "");
         } else if (isC && text.substr(at + 1).starts_with('/')) {
-            return edit.cut(at, "\n");
+            return cut(line, at, "\n");
         } else if (isC && text.substr(at + 1).starts_with('*')) {
-            edit.blank(at, at + 2);
+            line.fill(at, 2, ' ');
             flags |= CPP_IN_COMMENT;
             at += 2;
         } else {

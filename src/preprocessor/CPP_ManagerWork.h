@@ -66,7 +66,8 @@ public:
 
     explicit Expansion(CPP_Manager& manager) : manager_(manager) {}
 
-    // Unchanged: `line` is its own expansion. Expanded: `out` is. Failed: `out` is the message.
+    // Unchanged: `line` is its own expansion, and `out` isn't touched. Expanded: `out` is. Failed: `out` is the
+    // message.
     Result run(const CPP_File* file, std::string_view line, UT_WorkBuffer& out, int depth);
 
 private:
@@ -83,6 +84,7 @@ private:
         const Frame& frame = frames_.back();
         return {frame.outside ? frame.outside : held_.buffer() + frame.start, frame.length};
     }
+    const CPP_Macro* passPlain(std::string_view text, std::size_t& at) const;
     bool scan(const CPP_File* file, UT_WorkBuffer& out);
     bool replace(const CPP_Macro& macro, const CPP_File* file, UT_WorkBuffer& out);
     bool replaceBuiltIn(CPP_MacroType type, const CPP_File* file, UT_WorkBuffer& out);
@@ -98,8 +100,7 @@ private:
 
     CPP_Manager& manager_;
     std::vector<Frame> frames_;
-    std::size_t limit_ = 0;  // of frames_
-    bool isUnchanged_ = true;
+    std::size_t limit_ = 0;    // of frames_
     std::size_t made_ = 0;     // characters of replacement text
     UT_WorkBuffer held_;       // texts of frames, the last one last
     UT_WorkBuffer arguments_;  // of the call being read, one behind the other

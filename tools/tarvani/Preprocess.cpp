@@ -41,6 +41,7 @@ public:
         if (!file_) throw Failure{path, errorWords(errno)};
         if (::fstat(::fileno(file_.get()), &status_) == 0 && S_ISDIR(status_.st_mode))
             throw Failure{name(), errorWords(EISDIR)};
+        std::setvbuf(file_.get(), block_.get(), _IOFBF, kBlockSize);
     }
 
     std::FILE* file() const { return file_.get(); }
@@ -58,7 +59,10 @@ public:
     }
 
 private:
+    static constexpr std::size_t kBlockSize = 64 * 1024;
+
     std::string path_;
+    const std::unique_ptr<char[]> block_ = std::make_unique_for_overwrite<char[]>(kBlockSize);  // outlives file_
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
     struct stat status_ {};
 };
