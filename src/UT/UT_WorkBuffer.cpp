@@ -33,6 +33,7 @@ UT_WorkBuffer& UT_WorkBuffer::operator=(UT_WorkBuffer&& other) noexcept {
 void UT_WorkBuffer::swap(UT_WorkBuffer& other) noexcept {
     swapText(other);
     std::swap(lockCount_, other.lockCount_);
+    std::swap(lockedLength_, other.lockedLength_);
 }
 
 void UT_WorkBuffer::swapText(UT_WorkBuffer& other) noexcept {
@@ -91,15 +92,20 @@ char* UT_WorkBuffer::lock(int offset, unsigned length) {
         if (isLocked()) return nullptr;
         grow(wanted - view().size());
     }
-    // All that a later lock may ask for too: by then the holder of this one may have written there.
-    if (!isLocked()) std::memset(text_ + length_, 0, static_cast<std::size_t>(capacity_ - length_) + 1);
+    // A lock under another clears only what that one has not given out: its holder may have written there.
+    if (!isLocked()) lockedLength_ = length_;
+    const auto locked = static_cast<std::size_t>(lockedLength_);
+    if (wanted > locked) {
+        std::memset(text_ + locked, 0, wanted - locked + 1);
+        lockedLength_ = static_cast<int>(wanted);
+    }
     ++lockCount_;
     return text_ + offset;
 }
 
 void UT_WorkBuffer::release(int) {
     if (lockCount_ == 0 || --lockCount_ != 0) return;
-    text_[capacity_] = '\0';
+    text_[std::min(lockedLength_, capacity_)] = '\0';
     length_ = static_cast<int>(std::strlen(text_));
 }
 

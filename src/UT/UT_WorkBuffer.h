@@ -114,5 +114,6 @@ private:
     char* text_ = nothing_;
     int length_ = 0;
     int lockCount_ = 0;
-    int capacity_ = 0;  // characters that fit in front of the ending NUL; 0 if text_ is nothing_
+    int lockedLength_ = 0;  // characters that the locks have given out; those behind the content started as NUL
+    int capacity_ = 0;      // characters that fit in front of the ending NUL; 0 if text_ is nothing_
 };

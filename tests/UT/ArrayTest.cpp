@@ -42,7 +42,8 @@ TEST(WorkBuffer, HoldsWhatAStringWouldHoldWhateverIsAppended) {
         const std::size_t start = random() % (model.size() + 1), count = random() % 50;
         const std::string piece(model, start, count);
         const auto kind = random() % 160;
-        if (kind < 40) buffer.append('c'), model += 'c';
+        if (kind < 10) buffer.fill(start, count, '-'), model.replace(start, piece.size(), piece.size(), '-');
+        if (kind >= 10 && kind < 40) buffer.append('c'), model += 'c';
         if (kind >= 40 && kind < 80) buffer.append("a\0b", 3), model.append("a\0b", 3);
         if (kind >= 80 && kind < 120) buffer.strcat("text"), model += "text";
         // A piece of itself, which moves when the buffer grows.
@@ -64,6 +65,7 @@ TEST(WorkBuffer, NothingMakesNoHarm) {
     buffer.append("");
     buffer.strcpy(nullptr);
     buffer.truncate(-1);
+    buffer.fill(1, 2, 'x');
     buffer.clear();
     buffer = other;
     EXPECT_STREQ(buffer.buffer(), "");
