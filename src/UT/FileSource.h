@@ -10,6 +10,9 @@ struct OpenedFile {
     bool hasStatus = false;                 // false where it couldn't be opened at all
     std::int64_t size = 0;                  // bytes
     std::int64_t time = 0;                  // last modification, in seconds since the epoch
+    std::uint64_t device = 0;               // device, inode and owner tell which file it is, whatever its path leads
+    std::uint64_t inode = 0;                // to by now
+    unsigned owner = 0;
 };
 
 OpenedFile openFileSource(const char* path);

@@ -238,6 +238,9 @@ OpenedFile openFileSource(const char* path) {
     opened.hasStatus = true;
     opened.size = status.st_size;
     opened.time = status.st_mtime;
+    opened.device = status.st_dev;
+    opened.inode = status.st_ino;
+    opened.owner = status.st_uid;
     if (S_ISDIR(status.st_mode)) {
         errno = EISDIR;
     } else if (S_ISREG(status.st_mode) && status.st_size > 0) {

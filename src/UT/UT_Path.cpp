@@ -1,6 +1,7 @@
 // Kinds of paths, absolute forms, access, and the names of temporary files.
 #include <UT/FilePrefix.h>
 #include <UT/SystemResult.h>
+#include <UT/TemporaryEnding.h>
 #include <UT/TextScan.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
@@ -36,8 +37,10 @@ bool isNameCharacter(char c) {
     return textscan::isLetter(c) || textscan::isDigit(c) || c == '.' || c == '_' || c == '-';
 }
 
-// What the name of a temporary file for `base` ends in. It is cut in front, so that the extension stays.
-std::string endingFor(std::string_view base) {
+}  // namespace
+
+// Cut in front, so that the extension stays.
+std::string temporaryEnding(std::string_view base) {
     constexpr std::size_t kLongest = 64;
     std::string_view name = base.substr(base.rfind('/') + 1);
     if (name.empty()) return {};
@@ -47,8 +50,6 @@ std::string endingFor(std::string_view base) {
         ending.begin(), ending.end(), [](char c) { return !isNameCharacter(c); }, '_');
     return ending;
 }
-
-}  // namespace
 
 int UTaccess(const char* path, int mode) {
     return resultOf(platform::accessFile(path, mode));
@@ -112,7 +113,7 @@ char* getUnixCwd(char* buffer, int size) {
 }
 
 bool UTgetTmpName(UT_String& out, const char* base) {
-    auto file = platform::TempFile::make(endingFor(viewOf(base)));
+    auto file = platform::TempFile::make(temporaryEnding(viewOf(base)));
     if (!file) {
         out.clear();
         return false;

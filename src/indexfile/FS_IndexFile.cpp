@@ -5,6 +5,7 @@
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/FilterPair.h>
+#include <stream/InstallHelpers.h>
 
 #include <algorithm>
 #include <cstring>
@@ -22,6 +23,8 @@ FS_IndexFile::FS_IndexFile(FS_Reader* source) : reader(source ? source : new FS_
 }
 
 FS_IndexFile::FS_IndexFile(const char* path) : sourceFile(path, 1, -1) {
+    // It takes the helpers to know that a path such as "http://host/x.idx" is absolute.
+    installHelpers();
     UTmakeAbsoluteFilePath(sourceFile, nullptr);
     readIndex();
 }

@@ -24,6 +24,7 @@ FileStatus statusFrom(int result, int error, const struct stat& from) {
             .time = from.st_mtim.tv_sec,
             .device = from.st_dev,
             .inode = from.st_ino,
+            .owner = from.st_uid,
             .mode = from.st_mode & 07777u,
             .error = 0};
 }
@@ -59,6 +60,12 @@ FileStatus linkStatusAt(int directory, const char* name) {
 int setFileTimes(const char* path, std::int64_t access, std::int64_t modification) {
     const timespec times[2] = {{.tv_sec = access, .tv_nsec = 0}, {.tv_sec = modification, .tv_nsec = 0}};
     const int result = ::utimensat(AT_FDCWD, orEmpty(path), times, 0);
+    return result == 0 ? 0 : errno;
+}
+
+int setFileTimes(int fd, std::int64_t access, std::int64_t modification) {
+    const timespec times[2] = {{.tv_sec = access, .tv_nsec = 0}, {.tv_sec = modification, .tv_nsec = 0}};
+    const int result = ::futimens(fd, times);
     return result == 0 ? 0 : errno;
 }
 

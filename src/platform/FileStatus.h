@@ -13,6 +13,7 @@ struct [[nodiscard]] FileStatus {
     std::int64_t time = 0;           // last modification, in seconds since the epoch
     std::uint64_t device = 0;        // device and inode together say whether two paths are one file
     std::uint64_t inode = 0;
+    unsigned owner = 0;
     unsigned mode = 0;  // permission bits
     int error = 0;      // errno of the failed call
 
@@ -29,6 +30,7 @@ FileStatus linkStatusAt(int directory, const char* name);
 
 // Sets access and modification time, in seconds since the epoch. 0, or the errno of the failure.
 [[nodiscard]] int setFileTimes(const char* path, std::int64_t access, std::int64_t modification);
+[[nodiscard]] int setFileTimes(int fd, std::int64_t access, std::int64_t modification);
 // 0 if the process may do with `path` what `mode` adds up (4 read, 2 write, 1 execute; 0 exists), or the errno.
 [[nodiscard]] int accessFile(const char* path, int mode);
 // Removes a file or a link. 0, or the errno of the failure.

@@ -42,6 +42,12 @@ FS_ReaderStream::FS_ReaderStream(const char* file) : filename(file, 1) {
     stream = std::make_shared<UT_IStream>(std::move(opened.source), UT_ISTREAM_BINARY);
 }
 
+FS_ReaderStream::FS_ReaderStream(OpenedFile opened, std::string_view file)
+    : stream(std::make_shared<UT_IStream>(std::move(opened.source), UT_ISTREAM_BINARY)),
+      filename(file),
+      length(saturated(opened.size)),
+      modTime(saturated(opened.time)) {}
+
 FS_ReaderStream::FS_ReaderStream(const char* buffer, int bytes, int seconds)
     : stream(std::make_shared<UT_IStream>(buffer, bytes, UT_ISTREAM_BINARY)), length(bytes), modTime(seconds) {}
 

@@ -13,10 +13,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 class FS_IStreamFilterFactory;
 class FS_WriteFilterFactory;
 class UT_IStream;
+struct OpenedFile;
 
 class TARVANI_EXPORT FS_ReaderStream {
 public:
@@ -59,6 +61,10 @@ public:
     FS_WriteFilterFactory* getSubStreamWriteFilterFactory() const { return writeFilterFactory.get(); }
 
 private:
+    friend class FS_HttpReadHelper;
+    // Over a file that has been opened by its absolute path.
+    FS_ReaderStream(OpenedFile opened, std::string_view file);
+
     // Given up as the destructor says: the stream first, for a filter's stream may need its factory until it has gone.
     std::shared_ptr<FS_IStreamFilterFactory> readFilterFactory;
     std::shared_ptr<FS_WriteFilterFactory> writeFilterFactory;

@@ -3,6 +3,7 @@
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
+#include <stream/FS_HttpReadHelper.h>
 #include <stream/FS_Reader.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,7 +50,11 @@ std::string containerFault(const std::string& path) {
 // Why the outer file of a path can't be read.
 std::string fileFault(const LibraryPath& path) {
     if (path.outer.empty()) return "an empty path names nothing";
-    if (!path.isLocal) return FS_Reader(path.outer.c_str()).isGood() ? "" : "can't be opened";
+    if (!path.isLocal) {
+        const std::string fault = FS_HttpReadHelper::getErrorText(path.outer.c_str());
+        if (!fault.empty()) return fault;
+        return FS_Reader(path.outer.c_str()).isGood() ? "" : "can't be opened";
+    }
     struct stat status {};
     if (::stat(path.file.c_str(), &status) != 0) return errorWords(errno);
     if (S_ISDIR(status.st_mode)) return errorWords(EISDIR);

@@ -1,6 +1,7 @@
 #include "LibraryPath.h"
 
 #include <UT/UT_Path.h>
+#include <stream/FS_Reader.h>
 #include <strings.h>
 #include <sys/stat.h>
 
@@ -16,6 +17,8 @@ std::string withoutFilePrefix(const std::string& path) {
 }  // namespace
 
 LibraryPath::LibraryPath(std::string_view path) {
+    // With the first handle come the helpers, and with them the prefixes that aren't local.
+    static const FS_Reader first;
     std::size_t mark = path.find('?');
     outer = path.substr(0, mark);
     while (mark != std::string_view::npos) {

@@ -1,0 +1,62 @@
+// The way to a host that is known by its name.
+#include <netdb.h>
+#include <platform/Outcome.h>
+#include <platform/Socket.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <memory>
+
+namespace platform {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Addresses = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
+
+struct Attempt {
+    UniqueFd fd;
+    int error = 0;
+};
+
+Attempt tryAddress(const addrinfo& address, int timeoutMs) {
+    UniqueFd fd(::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
+    if (!fd) return {.fd = {}, .error = errno};
+    int error = ::connect(fd.get(), address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
+    if (error == EINPROGRESS || error == EINTR) {
+        socklen_t size = sizeof error;
+        if (!waitFor(fd.get(), Ready::toWrite, timeoutMs))
+            error = ETIMEDOUT;
+        else if (::getsockopt(fd.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0)
+            error = errno;
+    }
+    return error == 0 ? Attempt{.fd = std::move(fd)} : Attempt{.fd = {}, .error = error};
+}
+
+}  // namespace
+
+Connected connectTo(const std::string& host, int port, int timeoutMs) {
+    addrinfo wanted{}, *list = nullptr;
+    wanted.ai_socktype = SOCK_STREAM;
+    wanted.ai_flags = AI_NUMERICSERV;
+    const int fault = ::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &wanted, &list);
+    if (fault != 0) {
+        const int error = errno;
+        return {.fd = {}, .reason = fault == EAI_SYSTEM ? errorWords(error) : ::gai_strerror(fault)};
+    }
+    const Addresses addresses(list, &::freeaddrinfo);
+
+    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    int untried = 0;
+    for (const addrinfo* each = list; each != nullptr; each = each->ai_next) ++untried;
+    Attempt attempt;
+    for (const addrinfo* each = list; each != nullptr && !attempt.fd; each = each->ai_next, --untried) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        attempt = tryAddress(*each, static_cast<int>(std::max<std::int64_t>(left, 0) / untried));
+    }
+    if (!attempt.fd) return {.fd = {}, .reason = errorWords(attempt.error)};
+    return {.fd = std::move(attempt.fd), .reason = {}};
+}
+
+}  // namespace platform
