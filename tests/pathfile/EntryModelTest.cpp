@@ -1,104 +1,11 @@
-// Entries in long random lives, held against a plain model: the rules of what is current, each written out, and no text
-// shared with another.
-#include <algorithm>
-#include <functional>
-#include <optional>
+// Entries in long random lives, held against a plain model.
+#include "EntryModel.h"
+
 #include <random>
 
 #include "PathFiles.h"
 
-namespace {
-
-using Text = std::optional<std::string>;
-enum Part : unsigned { kFull = 1, kIndex = 2, kName = 4, kBase = 8, kExtension = 16, kFlags = 32, kAll = 63 };
-
-struct Model {
-    std::vector<std::string> directories;  // by index; the pattern is "*"
-    Text disk, full, directory, name, base, extension, middle;
-    int index = 0;
-    bool flags[3] = {};     // hide, append, nosave
-    unsigned valid = kAll;  // what is current
-
-    bool has(unsigned parts) const { return (valid & parts) == parts; }
-
-    bool takeApart() {
-        for (std::size_t i = 0; full && i < directories.size(); ++i) {
-            const std::string front = directories[i] + "/";
-            if (!full->starts_with(front) || full->find('/', front.size()) != std::string::npos) continue;
-            index = static_cast<int>(i);
-            std::string rest = *full;
-            for (;;) {
-                const std::string last = rest.substr(std::min(rest.rfind('.'), rest.size()));
-                if (last != ".hide" && last != ".append" && last != ".nosave") break;
-                flags[last == ".hide" ? 0 : last == ".append" ? 1 : 2] = true;
-                rest.resize(rest.size() - last.size());
-            }
-            directory = rest.substr(0, rest.rfind('/'));
-            name = rest.substr(rest.rfind('/') + 1);
-            valid |= kAll & ~unsigned{kFull};
-            cut(kBase), cut(kExtension);
-            return true;
-        }
-        return false;
-    }
-    void cut(Part part) {
-        const std::size_t dot = !name ? std::string::npos : part == kBase ? name->find('.') : name->rfind('.');
-        if (part == kBase) base = name ? name->substr(0, dot) : Text();
-        if (part == kExtension) extension = dot == std::string::npos ? Text() : name->substr(dot);
-        valid |= part;
-    }
-
-    Text getName() {
-        if (!has(kName) && has(kBase | kExtension)) {
-            const std::string joined = base.value_or("") + middle.value_or("") + extension.value_or("");
-            name = base || extension || !joined.empty() ? Text(joined) : Text();
-        } else if (!has(kName) && has(kFull)) {
-            takeApart();
-        }
-        return name;
-    }
-    Text getCut(Part part) {
-        if (!has(part) && has(kName)) cut(part);
-        if (!has(part) && has(kFull)) takeApart();
-        return part == kBase ? base : extension;
-    }
-    // An index or a flag.
-    template <class Value>
-    Value get(Part part, Value& value) {
-        if (!has(part) && has(kFull)) takeApart();
-        return value;
-    }
-    Text getFull() {
-        if (has(kFull) || !has(kIndex) || (!has(kName) && !has(kBase | kExtension))) return full;
-        if (index < 0 || index >= static_cast<int>(directories.size())) return full;
-        const char* const suffix = flags[0] ? ".hide" : flags[1] ? ".append" : flags[2] ? ".nosave" : "";
-        full = directories[static_cast<std::size_t>(index)] + "/" + getName().value_or("") + suffix;
-        valid |= kFull;
-        return full;
-    }
-
-    // One part becomes another one, whereby `stale` ones are no longer current.
-    template <class Value>
-    void set(Part part, unsigned stale, Value& field, const Value& value) {
-        if (has(kFull) && !has(kAll & ~unsigned{part})) takeApart();
-        if ((stale & kName) && has(kName)) {
-            const std::size_t first = name ? name->find('.') : std::string::npos;
-            middle = first == std::string::npos ? Text() : name->substr(first, name->rfind('.') - first);
-        }
-        field = value;
-        valid = (valid & ~stale) | part;
-    }
-    void setFull(const Text& text) {
-        full = text;
-        middle = Text();
-        valid = kFull;
-    }
-    void setFlag(bool& flag, bool value) {
-        if (get(kFlags, flag) != value) set(kFlags, kFull | kName, flag, value);
-    }
-};
-
-}  // namespace
+using namespace entrymodel;
 
 class EntryModel : public PathFiles {};
 
@@ -118,6 +25,9 @@ TEST_F(EntryModel, ALongLifeFollowsTheRules) {
         UT_PathFileInfo& entry = isFound ? *list.getFileInfo(life % 3, 0) : fresh;
         Model model;
         model.directories = {path("lo"), path("mid"), path("hi")};
+        model.belongs = [](const std::string& full, const std::string& directory) {
+            return full.starts_with(directory + "/") && full.rfind('/') == directory.size();
+        };
         model.disk = isFound ? entry.getDiskPath() : "";
         if (isFound) model.setFull(model.disk), model.takeApart();
 
