@@ -119,9 +119,11 @@ void UT_PathFileInfo::copy(UT_PathFileInfo* source, UT_PF_CopyReason reason) {
     ownTexts();
     valid = source->valid;
     if (reason == UT_PF_COPY_TAKE_DISK_FILE) {
-        setFullPath(source->getDiskPath());
-        diskPath = source->diskPath;
+        // Taken from itself, the file stays.
+        UT_String place(source->diskPath);
         source->setDiskPath(nullptr);
+        setFullPath(place.buffer());
+        diskPath = std::move(place);
     } else {
         fullPath = source->fullPath;
         directory = source->directory;

@@ -23,7 +23,8 @@ struct WildcardPath {
     std::string component;
     std::string remainder;  // behind it, with the slash; empty if it is the last one
 
-    explicit WildcardPath(const std::string& path) {
+    // `found` stands in front of `path`, and in it a `*` is an ordinary character.
+    WildcardPath(const std::string& found, const std::string& path) {
         const std::size_t slash = path.rfind('/', path.find('*'));
         const std::size_t start = slash == path.npos ? 0 : slash + 1;
         const std::size_t end = std::min(path.find('/', start), path.size());
@@ -37,27 +38,30 @@ struct WildcardPath {
 // as deep as the path has components.
 template <class Found>
 void forEachMatch(std::string_view pattern, const Found& found) {
-    std::vector<std::string> paths;  // still to do, the next one last
-    if (!pattern.empty()) paths.emplace_back(pattern);
+    struct Search {
+        std::string found, path;  // as WildcardPath takes them
+    };
+    std::vector<Search> searches;  // still to do, the next one last
+    if (!pattern.empty()) searches.push_back({{}, std::string(pattern)});
     std::string file;
-    while (!paths.empty()) {
-        const std::string path = std::move(paths.back());
-        paths.pop_back();
-        if (path.find('*') == path.npos) {
+    while (!searches.empty()) {
+        const Search search = std::move(searches.back());
+        searches.pop_back();
+        if (search.path.find('*') == search.path.npos) {
             // A name without wildcards isn't looked for with ".nosave".
             for (const std::string_view suffix : {std::string_view(), kHideSuffix, kAppendSuffix}) {
-                file.assign(path).append(suffix);
+                file.assign(search.found).append(search.path).append(suffix);
                 if (FS_Info(file.c_str()).hasAccess(0)) found(file);
             }
             continue;
         }
-        const WildcardPath parts(path);
+        const WildcardPath parts(search.found, search.path);
         const UT_Directory directory(parts.directory.c_str(), nullptr, 1);
         UT_PtrArray<const char*> names;
         directory.getFiles(parts.component.c_str(), names);
         if (!parts.remainder.empty()) {
             for (int i = names.entries() - 1; i >= 0; --i)
-                paths.push_back(parts.directory + "/" + names(i) + parts.remainder);
+                searches.push_back({parts.directory + "/" + names(i), parts.remainder});
             continue;
         }
         // What ends in "*" matches the suffixes already.

@@ -151,6 +151,8 @@ TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
     UT_PathFileInfo self(*list_.getFileInfo(0, 0));
     self.copy(nullptr, UT_PF_COPY_ALL);
     self.copy(&self, UT_PF_COPY_ALL);
+    self.copy(&self, UT_PF_COPY_TAKE_DISK_FILE);
+    EXPECT_EQ(relative(self.getDiskPath()), "lo/a.x");
     EXPECT_EQ(relative(self.getFullPath()), "lo/a.x");
     EXPECT_STREQ(self.getBaseName(), "a");
 }

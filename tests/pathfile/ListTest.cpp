@@ -68,6 +68,11 @@ TEST_F(PathFileList, NamesMayHoldAnyByte) {
         found.emplace_back(file.getFileInfo(i, 0)->getFileName());
     }
     EXPECT_THAT(found, testing::UnorderedElementsAreArray(names));
+
+    // A directory that is called like its pattern: what was found is no pattern again.
+    write({"lo/c*/x", "lo/cc/x"});
+    EXPECT_EQ(list("c*/x"), (Texts{"lo/c*/x", "lo/cc/x"}));
+    EXPECT_EQ(list("c*/x ^c*/x"), Texts());
 }
 
 TEST_F(PathFileList, DirectoriesThatAreGoneOrClosedAddNothing) {
