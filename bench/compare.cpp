@@ -18,29 +18,11 @@
 #include <vector>
 
 #include "Inputs.h"
-#include "Measure.h"
+#include "Race.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// What a work should reach: the time of ours at most `times` that of contender `than`, the peak at most `megabytes`.
-struct Reach {
-    std::string_view than;
-    double times = 1;
-    double megabytes = 0;  // 0: no matter
-};
-
-// Ours is the first.
-struct Race {
-    std::vector<Contender> contenders;
-    std::vector<Reach> reaches;
-};
-
-struct Work {
-    std::string name;
-    std::function<Race()> prepare;  // makes the inputs
-};
 
 class Bench {
 public:
@@ -170,34 +152,6 @@ private:
     const std::string programs_;
 };
 
-const Timing& timingOf(const Race& race, const std::vector<Timing>& timings, std::string_view name) {
-    for (std::size_t i = 0; i < timings.size(); ++i)
-        if (race.contenders[i].name == name) return timings[i];
-    std::abort();
-}
-
-void print(const Work& work, const Race& race, const std::vector<Timing>& timings) {
-    std::printf("%s\n", work.name.c_str());
-    const Timing& ours = timings.front();
-    for (std::size_t i = 0; i < timings.size(); ++i) {
-        const Timing& t = timings[i];
-        std::printf("    %-14s %9.1f ms  (%.1f to %.1f)", race.contenders[i].name.c_str(), t.median * 1e3,
-                    t.least * 1e3, t.most * 1e3);
-        std::printf("%*s%7.1f MB", i == 0 ? 2 : 2, "", t.peakMegabytes);
-        if (i > 0) std::printf("   ours is %.2f times that", ours.median / t.median);
-        std::printf("\n");
-    }
-    for (const Reach& reach : race.reaches) {
-        const double times = ours.median / timingOf(race, timings, reach.than).median;
-        std::printf("    reach: at most %.1f times %.*s: %s", reach.times, static_cast<int>(reach.than.size()),
-                    reach.than.data(), times <= reach.times ? "yes" : "NO");
-        if (reach.megabytes > 0)
-            std::printf("; at most %.0f MB: %s", reach.megabytes, ours.peakMegabytes <= reach.megabytes ? "yes" : "NO");
-        std::printf("\n");
-    }
-    std::fflush(stdout);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -210,13 +164,10 @@ int main(int argc, char** argv) {
     const std::vector<std::string> parts(argv + 5, argv + argc);
     fs::create_directories(argv[3]);
     fs::current_path(argv[3]);
-    for (const Work& work : bench.works()) {
-        if (!isWanted(work.name, parts)) continue;
-        const Race race = work.prepare();
-        print(work, race, measure(race.contenders, runs));
+    run(bench.works(), runs, parts, [] {
         for (const char* left : {"new.idx", "new.tar", "new.sqlar", "bare.idx", "edit.idx", "edit.zip", "edit.sqlar",
                                  "copy.idx", "output"})
             fs::remove(left);
-    }
+    });
     return 0;
 }
