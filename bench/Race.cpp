@@ -30,6 +30,12 @@ void print(const Work& work, const Race& race, const std::vector<Timing>& timing
             std::printf("; at most %.0f MB: %s", reach.megabytes, ours.peakMegabytes <= reach.megabytes ? "yes" : "NO");
         std::printf("\n");
     }
+    if (const auto& memory = race.memory) {
+        const double more = ours.peakMegabytes - timingOf(race, timings, memory->above).peakMegabytes;
+        const double bytes = more * 1024 * 1024 / memory->entries;
+        std::printf("    reach: at most %.0f bytes an entry: %s, %.0f\n", memory->bytes,
+                    bytes <= memory->bytes ? "yes" : "NO", bytes);
+    }
     std::fflush(stdout);
 }
 

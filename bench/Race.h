@@ -1,6 +1,7 @@
 #pragma once
 // Works at which contenders run in turns, and the table that is printed of them.
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,10 +15,18 @@ struct Reach {
     double megabytes = 0;  // 0: no matter
 };
 
+// Or the bytes for each of `entries`, by which the peak of ours passes that of contender `above`.
+struct Memory {
+    std::string_view above;
+    double bytes = 0;
+    int entries = 0;
+};
+
 // Ours is the first.
 struct Race {
     std::vector<Contender> contenders;
     std::vector<Reach> reaches;
+    std::optional<Memory> memory = {};
 };
 
 struct Work {
