@@ -72,7 +72,7 @@ std::optional<std::int64_t> takeNumber(std::string_view& text, int base, std::in
     std::size_t at = 0;
     for (; at < text.size() && digitOf(text[at]) < base; ++at) {
         const int digit = digitOf(text[at]);
-        if (number > (most - digit) / base) return std::nullopt;
+        if (digit > most || number > (most - digit) / base) return std::nullopt;
         number = number * base + digit;
     }
     text.remove_prefix(at);
