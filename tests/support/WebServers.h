@@ -141,17 +141,16 @@ public:
                      directory, fd};
         } else {
             std::ofstream(scratch + "/nginx.conf")
-                << "daemon off; master_process off; pid nginx.pid; error_log stderr crit; events {}\n"
+                << (::geteuid() == 0 ? "user root; " : "")  // who else could not read what root serves
+                << "daemon off; worker_processes 1; pid nginx.pid; error_log stderr crit; events {}\n"
                 << "http { access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;\n"
                 << "uwsgi_temp_path t; scgi_temp_path t; server { listen 127.0.0.1:" << port_ << ";\n"
-                << "root '" << directory << "'; location /list/ { autoindex on; }\n"
-                << "location = /moved { return 301 page; } location = /away { return 302 https://127.0.0.1/page; } } "
-                   "}\n";
+                << "root '" << directory << "'; autoindex on; } }\n";
             words = {"/usr/sbin/nginx", "-p", scratch, "-c", scratch + "/nginx.conf", "-e", "stderr"};
         }
         child_ = ::fork();
         if (child_ == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
             ::dup2(::open("/dev/null", 1), 2);
             ::setenv("NGINX", (fd + ";").c_str(), 1);  // how nginx is told of sockets that are open already
             const int kept = ::dup(listening);         // without close-on-exec, and then under its old number
@@ -166,7 +165,7 @@ public:
         ::close(listening);
     }
     ~RealServer() {
-        ::kill(child_, SIGKILL);
+        ::kill(child_, SIGTERM);
         ::waitpid(child_, nullptr, 0);
     }
     RealServer(const RealServer&) = delete;
