@@ -26,11 +26,16 @@ std::string version() {
            std::to_string(TARVANI_VERSION_PATCH) + "\n";
 }
 
+int run(std::vector<std::string> arguments);
+
+// What a subcommand takes is declared when it is called: the others cost the process nothing but their names.
 void declare(CLI::App& parent, const Subcommand& command, Action& chosen) {
     CLI::App* const app = parent.add_subcommand(command.name, command.summary);
-    app->footer(examplesText(command.examples));
-    const Action action = command.declare(*app);
-    app->callback([&chosen, action] { chosen = action; });
+    app->preparse_callback([app, &command, &chosen](std::size_t) {
+        app->footer(examplesText(command.examples));
+        const Action action = command.declare(*app);
+        app->callback([&chosen, action] { chosen = action; });
+    });
 }
 
 // Subcommands of a subcommand.
@@ -42,16 +47,14 @@ void declareGroup(CLI::App& root, const std::string& name, const char* summary, 
     for (const Subcommand& command : commands) declare(*app, command, chosen);
 }
 
-// The app that a line of words names; null if there is none. `line` becomes the words in front of its name.
-CLI::App* findCommand(CLI::App& root, const std::vector<std::string>& words, std::string& line) {
-    CLI::App* app = &root;
+bool isCommand(CLI::App& root, const std::vector<std::string>& words) {
+    const CLI::App* app = &root;
     for (const std::string& word : words) {
         const auto named = app->get_subcommands([&](const CLI::App* sub) { return sub->get_name() == word; });
-        if (named.empty()) return nullptr;
-        line += (line.empty() ? "" : " ") + app->get_name();
+        if (named.empty()) return false;
         app = named.front();
     }
-    return app;
+    return true;
 }
 
 void declareHelp(CLI::App& root, Action& chosen) {
@@ -59,13 +62,11 @@ void declareHelp(CLI::App& root, Action& chosen) {
     app->footer(examplesText("tarvani help cp\ntarvani help index create"));
     const auto words = addTexts(*app, "SUBCOMMAND", 0, "the subcommand, such as \"index create\"");
     app->callback([&root, &chosen, words] {
-        std::string line;
-        const CLI::App* const wanted = findCommand(root, *words, line);
-        if (!wanted) throw CLI::ValidationError("no subcommand \"" + CLI::detail::join(*words, " ") + "\"");
-        chosen = [=] {
-            printHelp(*wanted, line);
-            return kDone;
-        };
+        if (!isCommand(root, *words))
+            throw CLI::ValidationError("no subcommand \"" + CLI::detail::join(*words, " ") + "\"");
+        std::vector<std::string> call(words->rbegin(), words->rend());
+        call.insert(call.begin(), "--help");
+        chosen = [call] { return run(call); };
     });
 }
 
@@ -82,7 +83,8 @@ void declareAll(CLI::App& root, Action& chosen) {
     for (const Subcommand& command : kStreamCommands) declare(root, command, chosen);
     for (const Subcommand& command : kListingCommands) declare(root, command, chosen);
     declareGroup(root, "index", "Make, list and change containers", kIndexCommands, chosen);
-    for (const auto group : {kPathCommands, kPathFileCommands, kPluginCommands, kPreprocessCommands, kRendererCommands})
+    for (const auto group :
+         {kPathCommands, kPathFileCommands, kPluginCommands, kPreprocessCommands, kRendererCommands, kListenCommands})
         for (const Subcommand& command : group) declare(root, command, chosen);
     declareGroup(root, "recent", "List and change the user's recent files and directories", kRecentCommands, chosen);
     declareHelp(root, chosen);
@@ -114,12 +116,13 @@ int answer(const CLI::App& root, const CLI::ParseError& error) {
     return kWrongUsage;
 }
 
-int run(int argc, char** argv) {
+// The arguments come in reverse, as the parser takes them.
+int run(std::vector<std::string> arguments) {
     CLI::App root("Files, and what lies in containers, behind one path.", "tarvani");
     Action chosen;
     declareAll(root, chosen);
     try {
-        root.parse(plainArguments(argc, argv));
+        root.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
         return answer(root, error);
     }
@@ -140,7 +143,7 @@ int main(int argc, char** argv) {
     handleInterrupts();
     int status = kFailed;
     try {
-        status = run(argc, argv);
+        status = run(plainArguments(argc, argv));
         standardOutput().flush();
     } catch (const Failure& failure) {
         try {
