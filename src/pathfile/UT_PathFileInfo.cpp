@@ -317,7 +317,8 @@ void UT_PathFileInfo::joinFileName() {
     UT_String name = baseName;
     if (!middle.isNull()) name += middle;
     if (!extension.isNull()) name += extension;
-    fileName = std::move(name);
+    // This is made at every call: a text that was given before must stay.
+    if (name.isNull() != fileName.isNull() || name != fileName) fileName = std::move(name);
 }
 
 void UT_PathFileInfo::cutBaseName() {

@@ -28,7 +28,7 @@ struct WildcardPath {
         const std::size_t slash = path.rfind('/', path.find('*'));
         const std::size_t start = slash == path.npos ? 0 : slash + 1;
         const std::size_t end = std::min(path.find('/', start), path.size());
-        directory = slash == path.npos ? "." : path.substr(0, slash);
+        directory = slash == path.npos ? "." : found + path.substr(0, slash);
         component = path.substr(start, end - start);
         remainder = path.substr(end);
     }
@@ -115,14 +115,18 @@ void UT_PathFile::removeMatchingFiles(char* path, int) {
     forEachMatch(path, [&](const std::string& file) { ++removals[file]; });
     if (removals.empty()) return;
     std::vector<UT_PathFileInfo*> kept;  // the last first
+    std::unordered_set<UT_PathFileInfo*> deleted;
     for (int i = fileInfos.entries() - 1; i >= 0; --i) {
-        const char* const fullPath = fileInfos(i) ? fileInfos(i)->getFullPath() : nullptr;
+        UT_PathFileInfo* const info = fileInfos(i);
+        if (deleted.contains(info)) continue;
+        const char* const fullPath = info ? info->getFullPath() : nullptr;
         const auto removal = fullPath ? removals.find(fullPath) : removals.end();
         if (removal == removals.end() || removal->second == 0) {
-            kept.push_back(fileInfos(i));
+            kept.push_back(info);
         } else {
             --removal->second;
-            delete fileInfos(i);
+            deleted.insert(info);
+            delete info;
         }
     }
     fileInfos.clear();

@@ -5,13 +5,14 @@
 #include <pathfile/UTfindPreferenceFile.h>
 
 bool UTfindPreferenceFile(int knownPath, const char* name, UT_String& path, bool& isNoSave) {
-    path.clear();
-    if (!name || !*name) return false;
+    // Copied before anything is found: `name` may be the text of `path`.
     UT_String noSave(name, 1);
-    noSave += kNoSaveSuffix;
     UT_StringArray names;
-    names.append(noSave);
-    names.append(name);
+    if (!noSave.isEmpty()) {
+        noSave += kNoSaveSuffix;
+        names.append(noSave);
+        names.append(name);
+    }
     if (!UT_PathSearch::getInstance(static_cast<UT_KnownPath>(knownPath))->findFileFromList(path, names)) return false;
     isNoSave = path.endsWith(noSave.buffer());
     return true;

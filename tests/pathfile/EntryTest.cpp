@@ -172,4 +172,6 @@ TEST_F(Entry, OutlivesItsDiskPathAndItsOriginal) {
     EXPECT_EQ(parts(copied), path("lo") + " a.b.c a .c");
     copied.setBaseName(copied.getExtension());
     EXPECT_EQ(relative(copied.getFullPath()), "lo/.c.b.c");
+    const char* const joined = copied.getFileName();
+    EXPECT_EQ(copied.getFileName(), joined) << "a text stays while nothing changes";
 }

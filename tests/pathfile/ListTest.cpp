@@ -185,6 +185,7 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
     };
     struct Counting : UT_PathFile {
         explicit Counting(int& count) : count_(count) {}
+        using UT_PathFile::removeMatchingFiles;
         UT_PathFileInfo* createFileInfo() override { return new Counted(this, count_); }
         void keepPlace(bool keep) { midRead = keep; }
         int& count_;
@@ -197,7 +198,10 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
         file.applyStandardFilter();
         file.appendFileInfo("/x");
         EXPECT_EQ(count, 3);
-        file.appendFileInfo(file.getFileInfo(0, 0));  // twice in the list, deleted once
+        file.appendFileInfo(file.getFileInfo(1, 0));  // twice in the list, deleted once
+        file.removeMatchingFiles(path("mid/a").data(), 0);
+        EXPECT_EQ(count, 2);
+        file.appendFileInfo(file.getFileInfo(0, 0));
         file.keepPlace(true);
         testing::internal::CaptureStderr();
         file.setSearchPath(0, "a");
