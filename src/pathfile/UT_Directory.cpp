@@ -1,6 +1,8 @@
+#include <UT/FilePrefix.h>
 #include <UT/UT_String.h>
 #include <UT/UT_StringArray.h>
 #include <pathfile/UT_Directory.h>
+#include <platform/FileStatus.h>
 #include <stream/FS_Info.h>
 
 #include <algorithm>
@@ -33,8 +35,11 @@ void forEachName(const UT_Directory& directory, const char* pattern, Take take) 
 }  // namespace
 
 UT_Directory::UT_Directory(const char* path, const char* pattern, int includeDotNames) {
+    // What might be a container is opened to see, and opening a pipe waits for who writes to it.
+    const std::string_view local = stripFilePrefix(path ? path : "");
+    if (platform::fileStatus(local.data()).kind == platform::FileKind::Other) return;
     UT_StringArray all;
-    FS_Info(path).getContents(all, nullptr, nullptr, nullptr);
+    if (!FS_Info(path).getContents(all, nullptr, nullptr, nullptr)) return;
     std::vector<std::string_view> names;
     for (const UT_String& name : all)
         if ((includeDotNames || !name.view().starts_with('.')) && matches(name.buffer(), pattern))

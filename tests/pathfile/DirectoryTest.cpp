@@ -3,6 +3,7 @@
 #include <UT/UT_StringArray.h>
 #include <pathfile/UT_Directory.h>
 #include <pathfile/UTfindPreferenceFile.h>
+#include <stream/FS_Info.h>
 
 #include "PathFiles.h"
 
@@ -70,8 +71,21 @@ TEST_F(DirectoryListing, IsASnapshotThatAnswersLiterallyAndInEveryForm) {
 }
 
 TEST_F(DirectoryListing, WhatCantBeListedIsEmpty) {
+    struct GivesUp : FS_InfoHelper {
+        bool canHandle(const char* path) override { return std::string(path) == "half:"; }
+        bool hasAccess(const char*, int) override { return true; }
+        bool getIsDirectory(const char*) override { return true; }
+        int getModTime(const char*) override { return 0; }
+        std::int64_t getSize(const char*) override { return 0; }
+        bool getContents(const char*, UT_StringArray& names, UT_StringArray*) override {
+            names.append("half");
+            return false;
+        }
+    } helper;
     write({"lo/file"});
-    for (const std::string& place : {path("nowhere"), path("lo/file"), std::string()}) {
+    ASSERT_EQ(::mkfifo(path("lo/pipe").c_str(), 0600), 0);
+    for (const std::string& place :
+         {path("nowhere"), path("lo/file"), path("lo/pipe"), std::string("half:"), std::string()}) {
         const UT_Directory directory(place.c_str(), nullptr, 1);
         EXPECT_EQ(directory.entries(), 0) << place;
         EXPECT_EQ(names(directory), Texts{}) << place;
@@ -103,7 +117,9 @@ TEST_F(Preferences, TheNoSaveFileGoesFirstInEachDirectory) {
         EXPECT_EQ(relative(found.buffer()), text(c.found)) << text(c.name);
         EXPECT_EQ(isNoSave, c.found ? c.isNoSave : true) << text(c.name);
     }
-    UT_String found;
-    bool isNoSave = false;
+    UT_String found("x", 1);
+    bool isNoSave = true;
+    EXPECT_TRUE(UTfindPreferenceFile(0, found.buffer(), found, isNoSave));
+    EXPECT_EQ(relative(found.buffer()), "mid/x");
     EXPECT_FALSE(UTfindPreferenceFile(-1, "x", found, isNoSave));
 }
