@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <platform/FileReplace.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -215,6 +216,11 @@ Outcome ReplacementFile::place() {
 
 Outcome ReplacementFile::copyToOld() {
     struct stat content {};
+    // Of two that write over one file at once the second waits, or their bytes would mix. Not where copying is the
+    // rule: there a caller may hold a lock of its own on the file.
+    if (how_ == ReplaceBy::Rename)
+        while (::flock(old_.get(), LOCK_EX) != 0 && errno == EINTR) {
+        }
     const HeldSignals held;
     // While the old bytes change the temporary is the only whole copy: no signal handler may take it.
     temporary_.keep();

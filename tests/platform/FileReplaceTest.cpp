@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <platform/FileReplace.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <optional>
@@ -206,6 +208,16 @@ TEST_F(Files, RenamingGivesWayToCopyingWhereTheDirectoryIsClosed) {
     EXPECT_EQ(dir.read("d/f"), "new");
     EXPECT_EQ(inodeOf("d/f"), before);
     EXPECT_THAT(temporaries(), IsEmpty());
+
+    // Two that write over it at once would mix their bytes.
+    const UniqueFd other(::open(dir.path("d/f").c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    const auto waitInVain = [&] {
+        ::ualarm(100000, 0);
+        return replace("d/f", "mixed", ReplaceBy::Rename).done;
+    };
+    EXPECT_EQ(inChild(waitInVain, true), SIGALRM);
+    EXPECT_EQ(dir.read("d/f"), "new");
 }
 
 // What is no regular file takes the bytes as they come.
