@@ -158,7 +158,8 @@ TEST_F(PathFileCommand, FindsThePlaceToSave) {
     write({"mid/s/a.txt"});
     EXPECT_EQ(shown({"--save-place", "s/a.txt.hide"}), "lo/s/a.txt.hide\n");
     EXPECT_EQ(shown({"--save-place", "s/a.txt"}), "mid/s/a.txt\n");
-    for (const char* name : {"", "/a", "s/", "a b/c"}) EXPECT_NE(failed({"--save-place", name}), "") << name;
+    for (const char* name : {"", "/a", "s/", "a b/c", "..", "s/../../a"})
+        EXPECT_NE(failed({"--save-place", name}), "") << name;
 }
 
 TEST_F(PathFileCommand, OptionsThatDontGoTogetherAreWrongUsage) {

@@ -163,9 +163,10 @@ struct Save {
 
 // The pattern whose list holds everything beside `name`, in all directories of the path.
 std::string patternBeside(const std::string& name) {
+    const std::string parts = "/" + name + "/";
+    for (const char* const astray : {"//", "/./", "/../"})
+        if (parts.find(astray) != parts.npos) throw Failure{name, "is no name of a file below a directory of the path"};
     const std::size_t slash = name.rfind('/');
-    if (name.empty() || name.starts_with('/') || name.ends_with('/'))
-        throw Failure{name, "is no name of a file below a directory of the path"};
     if (slash == name.npos) return "*";
     const std::string directory = name.substr(0, slash);
     if (directory.find_first_of("* \t\n\v\f\r") != directory.npos || directory.starts_with('^'))

@@ -3,8 +3,13 @@
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_StringArray.h>
 #include <UT/UT_Version.h>
+#include <fcntl.h>
 #include <plugin/UT_DSO.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,7 +29,7 @@
 namespace {
 
 // Seconds that a library may take to load.
-constexpr unsigned kLoadingTime = 10;
+constexpr int kLoadingTime = 10;
 constexpr const char* kInstallFunction = "installFSHelpers";
 
 struct Library {
@@ -68,8 +73,8 @@ Library load(const std::string& path, const std::string& function) {
 [[noreturn]] void loadInChild(const std::string& path, const std::string& function, int pipe) {
     const rlimit noCore = {0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::dup2(STDERR_FILENO, STDOUT_FILENO);  // what a library prints is not part of the list
-    ::alarm(kLoadingTime);
     const Library found = load(path, function);
     std::string answer = found.state + '\0' + found.version.substr(0, PIPE_BUF / 4) + '\0' + found.reason;
     answer.resize(std::min<std::size_t>(answer.size(), PIPE_BUF));
@@ -77,29 +82,43 @@ Library load(const std::string& path, const std::string& function) {
     ::_exit(written ? 0 : 1);
 }
 
+// Watched from outside: a library may stop its process, or hold signals back. False if the child has to be ended.
+bool endsInTime(pid_t child) {
+    const auto process = static_cast<int>(::syscall(SYS_pidfd_open, child, 0));
+    if (process < 0) return true;  // a system that can't tell
+    pollfd end = {process, POLLIN, 0};
+    int count = 0;
+    do count = ::poll(&end, 1, kLoadingTime * 1000);
+    while (count < 0 && errno == EINTR);
+    ::close(process);
+    return count != 0;
+}
+
 std::string whyEnded(int status) {
     if (WIFEXITED(status))
         return "ends the process while it is loaded, with exit status " + std::to_string(WEXITSTATUS(status));
-    if (WTERMSIG(status) == SIGALRM) return "isn't loaded after " + std::to_string(kLoadingTime) + " seconds";
     return std::string("crashes while it is loaded: ") + ::strsignal(WTERMSIG(status));
 }
 
 Library tryLibrary(const std::string& path, const std::string& function) {
     int pipe[2];
-    if (::pipe(pipe) != 0) throw Failure{path, errorWords(errno)};
+    // Not waited for: one that ended early may have left another that holds the pipe open.
+    if (::pipe2(pipe, O_NONBLOCK) != 0) throw Failure{path, errorWords(errno)};
     const pid_t child = ::fork();
     if (child == 0) loadInChild(path, function, pipe[1]);
     const int error = errno;
     ::close(pipe[1]);
+    const bool late = child > 0 && !endsInTime(child);
+    if (late) ::kill(child, SIGKILL);
     int status = 0;
     while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     char answer[PIPE_BUF];
-    // Only behind a child that did its work: one that ended early may have left another that holds the pipe open.
     const bool done = child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     const ssize_t length = done ? ::read(pipe[0], answer, sizeof answer) : 0;
     ::close(pipe[0]);
     if (child < 0) throw Failure{path, errorWords(error)};
+    if (late) return {path, "refused", "", "isn't loaded after " + std::to_string(kLoadingTime) + " seconds"};
     if (length <= 0) return {path, "refused", "", whyEnded(status)};
     const std::string text(answer, static_cast<std::size_t>(length));
     const std::size_t first = text.find('\0'), second = text.find('\0', first + 1);
