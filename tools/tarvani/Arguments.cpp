@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -10,6 +11,9 @@ constexpr int kNoLimit = 1 << 28;
 // To the parser "[a,b]" is a list of two, even as the name of a file. So what begins with a bracket goes through it
 // behind a mark, which is taken off afterwards.
 constexpr char kMark = '\1';
+
+// What stands behind this option belongs to another program, options of its own included.
+constexpr std::string_view kRestOption = "--exec";
 
 bool needsMark(const char* text) {
     return *text == '[' || *text == kMark;
@@ -48,7 +52,12 @@ void readNumber(const std::string& text, int least, int most, int& number) {
 
 std::vector<std::string> plainArguments(int argc, char** argv) {
     std::vector<std::string> arguments;
-    for (int i = argc - 1; i > 0; --i) arguments.push_back(std::string(needsMark(argv[i]) ? 1 : 0, kMark) + argv[i]);
+    bool isOthers = false;
+    for (int i = 1; i < argc; ++i) {
+        arguments.push_back(std::string(isOthers || needsMark(argv[i]) ? 1 : 0, kMark) + argv[i]);
+        isOthers = isOthers || (argv[i] == kRestOption && std::string_view(argv[1]) == "listen");
+    }
+    std::reverse(arguments.begin(), arguments.end());
     return arguments;
 }
 
@@ -71,6 +80,14 @@ Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fe
         ->allow_extra_args(true)
         ->required(fewest > 0);
     return texts;
+}
+
+Given<std::vector<std::string>> addProgram(CLI::App& app, const char* name, const char* help) {
+    const auto words = std::make_shared<std::vector<std::string>>();
+    addRaw(app, name, help, [words](const std::string& given) { words->push_back(given); })
+        ->expected(1, kNoLimit)
+        ->allow_extra_args(true);
+    return words;
 }
 
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help) {

@@ -13,7 +13,8 @@ namespace CLI {
 class App;
 }
 
-// The arguments behind the program's name, for the parser, which wants the last first.
+// The arguments behind the program's name, for the parser, which wants the last first. Those behind the "--exec" of
+// "listen" are words of that option, whatever they look like.
 std::vector<std::string> plainArguments(int argc, char** argv);
 
 // A place for what an argument says, shared by the parser and the action.
@@ -26,6 +27,8 @@ Given<std::string> addText(CLI::App& app, const char* name, const char* help);
 Given<std::vector<std::string>> addOptionalText(CLI::App& app, const char* name, const char* help);
 // Texts, at least `fewest`, as many as there are.
 Given<std::vector<std::string>> addTexts(CLI::App& app, const char* name, int fewest, const char* help);
+// The words of another program: all that stand behind the option.
+Given<std::vector<std::string>> addProgram(CLI::App& app, const char* name, const char* help);
 // A number from `least` to `most`.
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help);
 // Options that are handed on as words, in the order in which they were given, each value a word of its own.

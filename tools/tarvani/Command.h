@@ -22,6 +22,7 @@ struct Subcommand {
 extern const std::span<const Subcommand> kStreamCommands;
 extern const std::span<const Subcommand> kListingCommands;
 extern const std::span<const Subcommand> kIndexCommands;  // below "index"
+extern const std::span<const Subcommand> kListenCommands;
 extern const std::span<const Subcommand> kPathCommands;
 extern const std::span<const Subcommand> kPathFileCommands;
 extern const std::span<const Subcommand> kPluginCommands;
