@@ -4,6 +4,7 @@
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_HttpReadHelper.h>
+#include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,8 +138,13 @@ std::string whyNoContainer(const std::string& path) {
 std::string whyUnwritable(const std::string& text) {
     const LibraryPath path(text);
     if (path.outer.empty()) return "an empty path names nothing";
-    if (!path.isLocal) return {};  // only what serves the prefix can tell
     const bool plain = path.sections.empty();
+    if (!path.isLocal) {
+        // Only what serves the prefix can tell, and of what isn't there yet nobody can.
+        const FS_Info info(path.outer.c_str());
+        if (!info.hasAccess(0) || info.hasAccess(2)) return {};
+        return plain ? "can only be read" : at(path.outer, "can only be read");
+    }
     struct stat status {};
     if (::stat(path.file.c_str(), &status) != 0) {
         const std::string fault = errno == ENOENT ? newFileFault(path.file) : errorWords(errno);
