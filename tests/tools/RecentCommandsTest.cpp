@@ -36,6 +36,23 @@ TEST_F(RecentCommands, AddAndRemoveChangeTheFiles) {
               "SIMDATA\nDAE\nFBX\nGAL\nMOV\nICON\n");
 }
 
+TEST_F(RecentCommands, ManyAtOnceLoseNothing) {
+    constexpr int kCommands = 20;  // as many names as a list has
+    std::vector<pid_t> commands;
+    Words names;
+    for (int i = 0; i < kCommands; ++i) {
+        names.push_back("/d" + std::to_string(i) + "/a");
+        commands.push_back(start({"recent", "add", "GEO", names.back()}));
+    }
+    for (const pid_t command : commands) EXPECT_EQ(finish(command).status, 0);
+    const std::string files = printed({"recent", "list", "GEO"}), directories = printed({"recent", "dirs", "GEO"});
+    for (const std::string& name : names) {
+        EXPECT_NE(files.find(name + "\n"), files.npos) << name;
+        EXPECT_NE(directories.find(name.substr(0, name.size() - 1) + "\n"), directories.npos) << name;
+    }
+    EXPECT_THAT(dir_.names("home"), ElementsAre("dir.history", "file.history"));
+}
+
 TEST_F(RecentCommands, AFailureLeavesTheFilesAsTheyWere) {
     const std::string old = "GEO\n{\n/old\n}\n";
     const std::string file = dir_.write("home/file.history", old);

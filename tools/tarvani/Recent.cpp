@@ -1,8 +1,12 @@
 // recent: the user's lists of recent files and directories.
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_String.h>
+#include <UT/UT_Tarvani.h>
+#include <fcntl.h>
 #include <history/FS_FileHistoryManager.h>
 #include <strings.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -26,6 +30,36 @@ std::string historyFile(const char* name) {
     UT_PathSearch::getHomeTarvani(home);
     if (home.isEmpty()) throw Failure{name, "no home directory; set TARVANI_HOME to have one"};
     return std::string(home.view()) + "/" + name;
+}
+
+// Held while the files are read, changed and written, so that of two commands at once neither writes over what the
+// other has added. It is a lock on their directory, which leaves no file behind; where there is none to be had, as on
+// some network file systems, the change is made without.
+class Change {
+public:
+    Change() {
+        UT_String home;
+        UT_PathSearch::getHomeTarvani(home);
+        if (home.isEmpty()) return;
+        directory_ = ::open(home.buffer(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        while (directory_ >= 0 && ::flock(directory_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    ~Change() {
+        if (directory_ >= 0) ::close(directory_);
+    }
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+
+private:
+    int directory_ = -1;
+};
+
+// The first command of all must have something to lock. What fails here is told when the files are saved.
+void makeHome() {
+    UT_String home;
+    UT_PathSearch::getHomeTarvani(home);
+    if (!home.isEmpty()) TarvaniMakeDirectory(home.buffer(), 0777);
 }
 
 // The library takes a file that can't be read for none. Here it would be replaced by what could not be added to.
@@ -67,6 +101,8 @@ FS_FileHistoryType typeNamed(const std::string& name) {
 }
 
 int add(FS_FileHistoryType type, const std::vector<std::string>& paths) {
+    makeHome();
+    const Change change;
     loadFiles();
     loadDirs();
     for (const std::string& path : paths) {
@@ -89,6 +125,7 @@ bool removeOne(const char* path, FS_FileHistoryType type) {
 
 // All of them or none.
 int remove(FS_FileHistoryType type, const std::vector<std::string>& paths) {
+    const Change change;
     loadFiles();
     for (const std::string& path : paths) {
         // As it was typed when it was added, too: some lists keep absolute names.
