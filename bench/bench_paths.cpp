@@ -1,5 +1,7 @@
-// Matching of patterns, and the list of a path file.
+// Matching of patterns, and path files of many entries.
+#include <UT/UT_PathSearch.h>
 #include <UT/UT_String.h>
+#include <UT/UT_WorkBuffer.h>
 #include <benchmark/benchmark.h>
 #include <pathfile/UT_PathFile.h>
 #include <pathfile/UT_PathFileInfo.h>
@@ -36,27 +38,32 @@ void matchLongTail(benchmark::State& state) {
 }
 BENCHMARK(matchLongTail)->ArgName("length")->RangeMultiplier(8)->Range(64, 32'768);
 
+// The directory of the search path.
+const Scratch& directory() {
+    static const Scratch scratch;
+    static const bool isSet = ::setenv("TARVANI_PATH", scratch.path("").c_str(), 1) == 0;
+    if (!isSet) std::abort();
+    return scratch;
+}
+
 int byName(UT_PathFileInfo* const* a, UT_PathFileInfo* const* b) {
     return UT_String::compareNumberedString((*a)->getFileName(), (*b)->getFileName(), true);
 }
 
-// Entries that are taken apart while they are sorted. The search path has directories that none of them lies in, so
-// that taking one apart twice would show.
+// Entries that are taken apart while they are sorted: at their first comparison, since a later one would pay for it
+// again, some 17 times for each of 100,000.
 void sortEntries(benchmark::State& state) {
-    static const Scratch scratch;
-    static const bool isSet = ::setenv("TARVANI_PATH", (scratch.path("a") + ":" + scratch.path("b")).c_str(), 1) == 0;
+    const Scratch& scratch = directory();
     const auto count = static_cast<int>(state.range(0));
+    const auto nameOf = [](long long number) { return "part" + std::to_string(number) + ".pic"; };
     for (auto _ : state) {
         state.PauseTiming();
         auto files = std::make_unique<UT_PathFile>();
-        files->setSearchPath(isSet ? 0 : -1, "*.txt *.geo *.pic");
-        for (int i = 0; i < count; ++i) {
-            const std::string name = "part" + std::to_string(i * 7919LL % count) + ".pic";
-            files->appendFileInfo(scratch.path("a/" + name).c_str());
-        }
+        files->setSearchPath(UT_PATH_DEFAULT, "*.txt *.geo *.pic");
+        for (int i = 0; i < count; ++i) files->appendFileInfo(scratch.path(nameOf(i * 7919LL % count)).c_str());
         state.ResumeTiming();
         files->sortFileInfos(byName);
-        if (std::string(files->getFileInfo(count - 1, 0)->getFileName()) != "part" + std::to_string(count - 1) + ".pic")
+        if (files->getFileInfo(count - 1, 0)->getFileName() != nameOf(count - 1))
             return state.SkipWithError("not sorted");
         state.PauseTiming();
         files.reset();
@@ -65,5 +72,31 @@ void sortEntries(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * count);
 }
 BENCHMARK(sortEntries)->ArgName("entries")->RangeMultiplier(10)->Range(100, 100'000)->Unit(benchmark::kMillisecond);
+
+// The lines of the first file, in front of any number of other entries.
+void readLines(benchmark::State& state) {
+    constexpr int kLines = 10'000;
+    std::string text;
+    for (int i = 0; i < kLines; ++i) text += "surface smooth" + std::to_string(i) + " width 0.25\n";
+    directory().write("first.txt", text);
+    UT_WorkBuffer line;
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto files = std::make_unique<UT_PathFile>();
+        files->setSearchPath(UT_PATH_DEFAULT, "first.txt");
+        files->applyStandardFilter();
+        for (int i = 1; i < state.range(0); ++i) files->appendFileInfo("/none");
+        if (files->getFileInfoCount(1) != state.range(0)) return state.SkipWithError("entries lost");
+        state.ResumeTiming();
+        int lines = 0;
+        while (lines < kLines && files->getLine(line)) ++lines;
+        if (lines < kLines) return state.SkipWithError("lines lost");
+        state.PauseTiming();
+        files.reset();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * kLines);
+}
+BENCHMARK(readLines)->ArgName("entries")->RangeMultiplier(100)->Range(1, 100'000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
