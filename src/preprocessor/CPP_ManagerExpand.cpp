@@ -15,8 +15,7 @@ using textscan::QuoteRule;
 CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file, std::string_view line,
                                                            UT_WorkBuffer& out, int depth) {
     // Most lines are their own expansion, and for those nothing is set up.
-    std::size_t plain = 0;
-    passPlain(line, plain);
+    const std::size_t plain = passPlain(line, 0).end;
     if (plain == line.size()) return Result::Unchanged;
     limit_ = std::min(static_cast<std::size_t>(std::max(depth, 1)), kMostOpen + 1);
     made_ = 0;
@@ -31,22 +30,22 @@ CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file,
     return Result::Failed;
 }
 
-// Moves `at` over text that stays as it is: to a macro, which is the result, to a backslash that goes, to a quote that
-// nothing closes, or to the end.
-const CPP_Macro* CPP_Manager::Expansion::passPlain(std::string_view text, std::size_t& at) const {
+// Passes over text that stays as it is, from `at` on: to a macro, to a backslash that goes, to a quote that nothing
+// closes, or to the end.
+CPP_Manager::Expansion::Plain CPP_Manager::Expansion::passPlain(std::string_view text, std::size_t at) const {
     for (;;) {
         while (at < text.size() && kindOf(text[at]) <= Kind::Digit) ++at;
-        if (at == text.size()) return nullptr;
+        if (at == text.size()) return {at, nullptr};
         if (kindOf(text[at]) == Kind::Word) {
             const std::size_t end = cppwords::endOf(text, at);
-            if (const CPP_Macro* const macro = manager_.macros->find(text.substr(at, end - at))) return macro;
+            if (const CPP_Macro* const macro = manager_.macros->find(text.substr(at, end - at))) return {at, macro};
             at = end;
         } else if (kindOf(text[at]) == Kind::Quote) {
             const std::size_t close = textscan::closingQuote(text, at, QuoteRule::BackslashPairs);
-            if (close == text.npos) return nullptr;
+            if (close == text.npos) return {at, nullptr};
             at = close + 1;
         } else if (at + 1 < text.size() && !cppwords::isStart(text[at + 1])) {
-            return nullptr;
+            return {at, nullptr};
         } else {
             ++at;
         }
@@ -61,10 +60,12 @@ bool CPP_Manager::Expansion::scan(const CPP_File* file, UT_WorkBuffer& out) {
     std::size_t copied = at;
     const auto copyTo = [&](std::size_t end) { out.append(text.substr(copied, end - copied)); };
     for (;;) {
-        if (const CPP_Macro* const macro = passPlain(text, at)) {
+        const Plain plain = passPlain(text, at);
+        at = plain.end;
+        if (plain.macro) {
             copyTo(at);
             frames_.back().position = cppwords::endOf(text, at);
-            return replace(*macro, file, out);
+            return replace(*plain.macro, file, out);
         }
         if (at == text.size()) break;
         if (kindOf(text[at]) == Kind::Quote) return fail("Mismatched quotation marks");

@@ -78,13 +78,17 @@ private:
         std::size_t length;
         std::size_t position;
     };
+    struct Plain {
+        std::size_t end;
+        const CPP_Macro* macro;  // what stands at the end, null if it is no macro
+    };
     enum class Stop { Failure, TextEnd, Comma, Close };
 
     std::string_view text() const {
         const Frame& frame = frames_.back();
         return {frame.outside ? frame.outside : held_.buffer() + frame.start, frame.length};
     }
-    const CPP_Macro* passPlain(std::string_view text, std::size_t& at) const;
+    Plain passPlain(std::string_view text, std::size_t at) const;
     bool scan(const CPP_File* file, UT_WorkBuffer& out);
     bool replace(const CPP_Macro& macro, const CPP_File* file, UT_WorkBuffer& out);
     bool replaceBuiltIn(CPP_MacroType type, const CPP_File* file, UT_WorkBuffer& out);
