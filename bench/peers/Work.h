@@ -30,6 +30,31 @@ struct Result {
     int print() const { return std::printf("%lld %lld\n", count, bytes) > 0 ? 0 : 1; }
 };
 
+// A file for as long as the process needs it.
+class ScratchFile {
+public:
+    ScratchFile() : fd_(::open(kName, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) { require(fd_ >= 0, kName); }
+    ~ScratchFile() {
+        ::close(fd_);
+        ::unlink(kName);
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    void write(const char* data, std::size_t size) const {
+        while (size > 0) {
+            const ssize_t n = ::write(fd_, data, size);
+            require(n > 0, kName);
+            data += n;
+            size -= static_cast<std::size_t>(n);
+        }
+    }
+
+private:
+    static constexpr char kName[] = "scratch";
+    const int fd_;
+};
+
 // The lines of a small file, held in one stretch, each with a NUL behind it.
 class NameList {
 public:
