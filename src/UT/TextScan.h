@@ -36,10 +36,11 @@ enum class QuoteRule {
 inline std::size_t closingQuote(std::string_view text, std::size_t open, QuoteRule rule) {
     const char quote = text[open];
     if (rule == QuoteRule::BackslashPairs) {
-        const char stops[] = {quote, '\\'};
-        std::size_t at = text.find_first_of(std::string_view(stops, 2), open + 1);
-        while (at != text.npos && text[at] == '\\') at = text.find_first_of(std::string_view(stops, 2), at + 2);
-        return at;
+        for (std::size_t at = open + 1; at < text.size(); ++at) {
+            if (text[at] == quote) return at;
+            if (text[at] == '\\') ++at;
+        }
+        return text.npos;
     }
     std::size_t at = text.find(quote, open + 1);
     if (rule == QuoteRule::NotBehindBackslash) {
