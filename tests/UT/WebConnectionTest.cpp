@@ -137,40 +137,31 @@ TEST(WebConnection, OtherAnswersAreFailuresInTheServersWords) {
 }
 
 TEST(WebConnection, AnAnswerThatBreaksOffLeavesNothing) {
+    enum Then { Close, Reset, GoOn };
+    const std::string ok = "HTTP/1.1 200 OK\r\n", endless(10'000, 'x');
     const struct {
-        ScriptedServer::Answer answer;
+        std::string bytes;
+        Then then;
         const char* error;
+        std::string more = {};
     } cases[] = {
-        {[](const Peer&, const std::string&) {}, "no answer"},
-        {[](const Peer& peer, const std::string&) { peer.say("HTTP/1.1 200 OK\r\nConte"); }, "the header is cut short"},
-        {[](const Peer& peer, const std::string&) { peer.say("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhello"); },
-         "the page is cut short"},
-        {[](const Peer& peer, const std::string&) {
-             peer.say("HTTP/1.1 200 OK\r\n\r\nhello");
-             ::poll(nullptr, 0, 50);
-             peer.reset();
-         },
-         "Connection reset by peer"},
-        {[](const Peer& peer, const std::string&) {
-             peer.say("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nfffffffffffffffff\r\n");
-             peer.wait();
-         },
-         "a chunk without a size, or too long a page"},
-        {[](const Peer& peer, const std::string&) {
-             peer.say("HTTP/1.1 200 OK\r\nContent-Length: 2147483648\r\n\r\n");
-             peer.repeat("x");
-         },
-         "a length that is none, or too long a page"},
-        {[](const Peer& peer, const std::string&) {
-             peer.say("HTTP/1.1 200 OK\r\n");
-             peer.repeat("A: " + std::string(10'000, 'x') + "\r\n");
-         },
-         "the header is too long"},
-        {[](const Peer& peer, const std::string&) { peer.repeat(std::string(10'000, 'x')); }, "the header is too long"},
+        {"", Close, "no answer"},
+        {ok + "Conte", Close, "the header is cut short"},
+        {ok + "Content-Length: 9\r\n\r\nhello", Close, "the page is cut short"},
+        {ok + "\r\nhello", Reset, "Connection reset by peer"},
+        {ok + "Transfer-Encoding: chunked\r\n\r\nfffffffffffffffff\r\n", GoOn,
+         "a chunk without a size, or too long a page", endless},
+        {ok + "Content-Length: 2147483648\r\n\r\n", GoOn, "a length that is none, or too long a page", endless},
+        {ok, GoOn, "the header is too long", "A: " + endless + "\r\n"},
+        {"", GoOn, "the header is too long", endless},
     };
     const std::size_t before = openFiles();
     for (const auto& c : cases) {
-        const ScriptedServer server(c.answer);
+        const ScriptedServer server([&c](const Peer& peer, const std::string&) {
+            peer.say(c.bytes);
+            if (c.then == GoOn) peer.repeat(c.more);
+            if (c.then == Reset) peer.reset();
+        });
         const Page page = retrieve(server);
         EXPECT_FALSE(page.good);
         EXPECT_EQ(page.error, c.error);
@@ -182,29 +173,25 @@ TEST(WebConnection, AnAnswerThatBreaksOffLeavesNothing) {
 
 TEST(WebConnection, NoServerHoldsTheCallerForEver) {
     const std::string head = "HTTP/1.1 200 OK\r\n\r\n";
-    const auto silentAfter = [](std::string bytes) {
-        return [bytes](const Peer& peer, const std::string&) {
-            peer.say(bytes);
-            peer.wait();
-        };
-    };
     for (const std::string& said : {std::string(), head.substr(0, 9), head, head + "some of it"})
-        EXPECT_EQ(errorWithin({.silenceMs = 50}, silentAfter(said)), "the server sends nothing") << said;
-
-    // A byte now and then, in the header or behind it, and a lot of them.
-    const auto drips = [](std::string begin) {
-        return [begin](const Peer& peer, const std::string&) {
+        EXPECT_EQ(errorWithin({.silenceMs = 50},
+                              [&said](const Peer& peer, const std::string&) {
+                                  peer.say(said);
+                                  peer.wait();
+                              }),
+                  "the server sends nothing")
+            << said;
+    // A byte now and then, in the header or behind it; and more than anybody wants.
+    const auto sends = [](const std::string& begin, const std::string& more, int pauseMs) {
+        return [=](const Peer& peer, const std::string&) {
             peer.say(begin);
-            peer.repeat("x", 1);
+            peer.repeat(more, pauseMs);
         };
     };
     for (const std::string& begin : {std::string("HTTP/1.1 200 OK\r\nA: "), head})
-        EXPECT_EQ(errorWithin({.paceMs = 50, .paceBytes = 10'000}, drips(begin)), "the server sends too slowly");
-    EXPECT_EQ(errorWithin({.answer = {.body = 1'000'000}},
-                          [&](const Peer& peer, const std::string&) {
-                              peer.say(head);
-                              peer.repeat(std::string(10'000, 'x'));
-                          }),
+        EXPECT_EQ(errorWithin({.paceMs = 50, .paceBytes = 10'000}, sends(begin, "x", 1)),
+                  "the server sends too slowly");
+    EXPECT_EQ(errorWithin({.answer = {.body = 1'000'000}}, sends(head, std::string(10'000, 'x'), 0)),
               "the page is too long");
 }
 

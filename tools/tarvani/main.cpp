@@ -78,7 +78,7 @@ void declareAll(CLI::App& root, Action& chosen) {
     root.formatter(makeHelpFormatter());
     root.footer(
         "\"tarvani help SUBCOMMAND\" explains one of them. A path is a file, a section of a\n"
-        "container (scene.idx?geo), or what a plug-in serves.\n"
+        "container (scene.idx?geo), a page (http://host/page), or what a plug-in serves.\n"
         "Exit status: 0 done, 1 failed, 2 wrong usage.");
     for (const Subcommand& command : kStreamCommands) declare(root, command, chosen);
     for (const Subcommand& command : kListingCommands) declare(root, command, chosen);
