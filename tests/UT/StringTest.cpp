@@ -207,21 +207,6 @@ TEST(StringCompare, NamesThatHoldNumbersComeInTheirOrder) {
     EXPECT_EQ(UT_String::compareNumberedString("A01b", "a01B", false), 0);
 }
 
-TEST(StringCompare, IsAnOrderForAnyNames) {
-    std::mt19937 random(2);
-    std::vector<std::string> names(120);
-    for (std::string& name : names) name = randomText(random, "0012aB.", 6);
-    const auto before = [](const std::string& a, const std::string& b) {
-        return UT_String::compareNumberedString(a.c_str(), b.c_str(), true) < 0;
-    };
-    for (const auto& a : names) {
-        for (const auto& b : names) {
-            ASSERT_EQ(a == b, !before(a, b) && !before(b, a)) << a << " and " << b;
-            for (const auto& c : names) ASSERT_TRUE(!before(a, b) || !before(b, c) || before(a, c)) << a << b << c;
-        }
-    }
-}
-
 // Words and numbers
 
 TEST(StringWords, WhiteSpaceSeparatesAndDoubleQuotesGroup) {
