@@ -176,14 +176,6 @@ TEST_F(Info, TellsTimesAndSizes) {
     EXPECT_EQ(FS_Info(nullptr).getModTime() + FS_Info(nullptr).getFileDataSize(), 0);
 }
 
-TEST_F(Info, LooksThroughTheFiltersOfAContainer) {
-    const ServesFile helper("/f.idx", scratch.write("filtered", packedContainer({{"geo", keyed("geometry"), 11}})),
-                            true, true);
-    EXPECT_EQ(FS_Info("f.idx?geo").getFileDataSize(), 8);
-    EXPECT_TRUE(FS_Info("f.idx?geo").fileExists());
-    EXPECT_FALSE(FS_Info("f.idx?none").hasAccess(0));
-}
-
 TEST_F(Info, CutsOneSlashAtTheVeryEnd) {
     OwnInfo helper;
     const struct {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stream/FS_Writer.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <optional>
@@ -113,31 +112,17 @@ TEST_F(SectionCommit, RemovesASectionAndLeavesTheOthers) {
 
 // Only what is empty becomes a container. Everything else that isn't one is somebody's data.
 TEST_F(SectionCommit, RefusesWhatExistsAndIsNoContainer) {
-    const std::string whole = containerBytes({{"a", "1"}, {"b", "2"}});
-    const struct {
-        const char* what;
-        std::string bytes;
-    } cases[] = {
-        {"text", "A letter to my sister."},
-        {"one byte", "I"},
-        {"magic alone", "INDX"},
-        {"newer version", containerHead(0, 1)},
-        {"description cut short", "INDX" + packed(0) + packed(100) + "short"},
-        {"table cut short", whole.substr(0, 30)},
-        {"more entries than bytes", containerHead(0x7FFFFFFF)},
-        {"negative size", containerHead(1) + tableEntry("a", 0, -5)},
-        {"negative offset", containerHead(1) + tableEntry("a", -1, 0)},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        dir.write("f", c.bytes);
+    for (const std::string& bytes :
+         {std::string("I"), containerHead(0, 1), containerHead(1) + tableEntry("a", 0, -5)}) {
+        SCOPED_TRACE(bytes);
+        dir.write("f", bytes);
         const Result result = put("f?a", "new");
         EXPECT_FALSE(result.done);
         EXPECT_THAT(result.reason, HasSubstr(dir.path("f") + ": not a container; nothing was written"));
         EXPECT_EQ(remove("f?a").reason, result.reason);
-        EXPECT_EQ(dir.read("f"), c.bytes);
+        EXPECT_EQ(dir.read("f"), bytes);
 
-        const std::string outer = containerBytes({{"in", c.bytes}});
+        const std::string outer = containerBytes({{"in", bytes}});
         dir.write("f", outer);
         EXPECT_FALSE(put("f?in?a", "new").done);
         EXPECT_FALSE(put("f?in?a?deep", "new").done);
@@ -218,26 +203,6 @@ TEST_F(SectionCommit, RefusesWhatWouldBeIncomplete) {
     EXPECT_THAT(leftOvers(), IsEmpty());
 }
 
-// Sparse files: nothing of this is ever written.
-TEST_F(SectionCommit, RefusesMoreThanAContainerCanHold) {
-    const std::string head = containerHead(1) + tableEntry("big", 0, 0x7FFFFF80);
-    dir.write("f", head);
-    dir.cutAt("f", head.size() + 0x7FFFFF80u);
-    const Result total = put("f?a", std::string(200, 'a'));
-    EXPECT_FALSE(total.done);
-    EXPECT_THAT(total.reason, HasSubstr("2147483647"));
-    EXPECT_EQ(std::filesystem::file_size(dir.path("f")), head.size() + 0x7FFFFF80u);
-
-    FS_Writer writer(dir.path("g?a").c_str());
-    ASSERT_TRUE(writer.getStream()->seekp(0x80000000ll));
-    *writer.getStream() << "end";
-    const Result section = finish(writer);
-    EXPECT_FALSE(section.done);
-    EXPECT_THAT(section.reason, HasSubstr("2147483647"));
-    EXPECT_FALSE(dir.exists("g"));
-    EXPECT_THAT(leftOvers(), IsEmpty());
-}
-
 TEST_F(SectionCommit, WritesIntoTheSameFile) {
     dir.write("f", containerBytes(kOld));
     ASSERT_EQ(::chmod(dir.path("f").c_str(), 0640), 0);
@@ -290,23 +255,6 @@ TEST_F(SectionCommit, TellsWhatIsForbidden) {
     EXPECT_EQ(dir.read("closed"), old);
     EXPECT_THAT(dir.names(), ElementsAre("closed", "readable", "tmp"));
     EXPECT_THAT(leftOvers(), IsEmpty());
-}
-
-TEST_F(SectionCommit, ALimitOnFileSizesLeavesTheOldContainer) {
-    const std::string old = containerBytes(kOld);
-    dir.write("f", old);
-    for (const rlim_t limit : {rlim_t{0}, rlim_t{1000}, rlim_t{old.size()}, rlim_t{old.size() + 200'000}}) {
-        const int status = inChild([&] {
-            ::signal(SIGXFSZ, SIG_IGN);
-            const rlimit most{limit, limit};
-            if (::setrlimit(RLIMIT_FSIZE, &most) != 0) return false;
-            const Result result = put("f?new", std::string(250'000, 'n'));
-            return !result.done && result.reason.find("File too large") != std::string::npos;
-        });
-        EXPECT_EQ(status, 0) << limit;
-        EXPECT_EQ(dir.read("f"), old) << limit;
-        EXPECT_THAT(leftOvers(), IsEmpty()) << limit;
-    }
 }
 
 // Every call to the system fails once, and then from there on. Whatever happens, either the old content stands, or the
