@@ -96,8 +96,12 @@ private:
         const bool overwrite = below(2) == 0, link = below(2) == 0;
         // A new file each time: what is linked must stay as it was.
         const std::string file = dir_.write("o" + std::to_string(files_++), containerBytes(other));
-        const FS_IndexFile from(file.c_str());
+        FS_IndexFile from(file.c_str());
+        from.setDescription("another's");
+        other.emplace_back(someName() + ".memory", someBytes());
+        add(from, other.back().first.c_str(), other.back().second, 1000);
         link ? index_->linkIndexFile(from, overwrite) : index_->mergeIndexFile(from, overwrite);
+        link ? index_->linkIndexFile(*index_, overwrite) : index_->mergeIndexFile(*index_, overwrite);
         for (const auto& [name, bytes] : other)
             if (overwrite || !find(name)) put(name, bytes, 1000);
     }
