@@ -1,4 +1,4 @@
-// CPP_File and CPP_Stream by themselves: lines, names, conditionals, standard input.
+// CPP_File and CPP_Stream by themselves: names, what cases/conditionals.cases can't say, standard input.
 #include <gtest/gtest.h>
 #include <preprocessor/CPP_File.h>
 
@@ -51,28 +51,6 @@ TEST(File, OpensOnce) {
     EXPECT_EQ(file.close(), 1);
     EXPECT_EQ(file.getLineNumber(), 1);
     EXPECT_EQ(file.getLine(line), 0);
-}
-
-// The state of a conditional after the branches in `steps`: `0`, `1`, `2` for an elif with that value, `e` for an else.
-bool isLiveAfter(int first, std::string_view steps) {
-    CPP_File file;
-    file.ifDef(first);
-    for (const char step : steps) EXPECT_EQ(step == 'e' ? file.elseDef(1) : file.elifDef(step - '0'), 1);
-    return file.getIfState() == 1;
-}
-
-TEST(File, TakesAtMostOneBranch) {
-    const struct {
-        int first;
-        std::string_view steps;
-        bool live;
-    } cases[] = {
-        {0, "", false},    {1, "", true},    {2, "", false},    {0, "0", false},  {0, "1", true},   {0, "2", false},
-        {0, "e", true},    {1, "0", false},  {1, "1", false},   {1, "e", false},  {2, "1", false},  {2, "e", false},
-        {0, "01", true},   {0, "11", false}, {0, "2e", false},  {0, "1e", false}, {0, "ee", false}, {0, "e1", false},
-        {0, "eee", false}, {2, "e1", false}, {2, "e0e", false}, {0, "e2", false}, {0, "00e", true},
-    };
-    for (const auto& c : cases) EXPECT_EQ(isLiveAfter(c.first, c.steps), c.live) << c.first << c.steps;
 }
 
 TEST(File, NestsConditionals) {

@@ -15,17 +15,10 @@ TEST(Macro, IsCompiledFromItsDefinition) {
         int argCount;
         const char* definition;
     } cases[] = {
-        {"A", 0, "A", -1, ""},
-        {"  A  1 \r\n", 0, "A", -1, "1 "},
-        {"A=1", 1, "A", -1, "1"},
-        {"f() x\n", 0, "f", 0, " x"},
-        {"f(a,b)a+b", 0, "f", 2, "#0#+#1#"},
-        {"f(a,,b) #a b#a", 0, "f", 2, " \"#0#\" #1# #0#"},
-        {"f(a", 0, "f", 1, ""},
-        {"f(a)a ## x##y \"a\\\"a\" 'a'", 0, "f", 1, "#0# ## x##y \"a\\\"a\" '#0#'"},
+        {"A", 0, "A", -1, ""},         {"A=1", 1, "A", -1, "1"},
+        {"f() x\n", 0, "f", 0, " x"},  {"f(a,,b) #a b#a", 0, "f", 2, " \"#0#\" #1# #0#"},
+        {"f(a", 0, "f", 1, ""},        {"f(a)a ## x##y \"a\\\"a\" 'a'", 0, "f", 1, "#0# ## x##y \"a\\\"a\" '#0#'"},
         {"f(a,a)a", 0, "f", 2, "#0#"},
-        {"f(a)  \t", 0, "f", 1, " "},
-        {"f(x)=x+1", 1, "f", 1, "=#0#+1"},
     };
     for (const auto& c : cases) {
         const CPP_Macro macro(c.text, c.commandLine);
@@ -49,14 +42,6 @@ TEST(Macro, WithoutALegalNameIsEmptyUnderANameOfItsOwn) {
     EXPECT_TRUE(std::string_view(CPP_Macro(nullptr, 1).getName()).starts_with("#illegal"));
 }
 
-TEST(Macro, HasAtMost255Parameters) {
-    const CPP_Macro most(("f(" + repeated("p,", 254) + "q)q").c_str(), 0);
-    EXPECT_EQ(most.getArgCount(), 255);
-    EXPECT_STREQ(most.getDefinition(), "#254#");
-    const CPP_Macro more(("f(" + repeated("p,", 256) + ")").c_str(), 0);
-    EXPECT_TRUE(std::string_view(more.getName()).starts_with("#illegal"));
-}
-
 TEST(Macro, PutsArgumentsIntoItsDefinition) {
     char one[] = "1", empty[] = "", odd[] = "#1#\"";
     const struct {
@@ -64,9 +49,6 @@ TEST(Macro, PutsArgumentsIntoItsDefinition) {
         std::vector<char*> args;
         const char* expected;
     } cases[] = {
-        {"A #0#x", {}, "#0#x"},
-        {"f()x#0#.", {}, "x#0#."},
-        {"f(a)a,a,#a", {one}, "1,1,\"1\""},
         {"f(a)#0##1##00##x# \"#0#\"", {one}, "1#1#1#x# \"1\""},
         {"f(a,b)a##b", {odd, one}, "#1#\"1"},  // an argument isn't looked into
         {"f(a,b)[a|b]", {empty, nullptr}, "[|]"},
