@@ -27,35 +27,54 @@ public:
     // of generators that had work.
     int turn(int longestWaitMs = -1) {
         forgetRemoved();
-        int timeout = longestWaitMs;
-        const int pollTime = shortestPollTime();
-        if (pollTime >= 0) timeout = timeout < 0 ? pollTime : std::min(timeout, pollTime);
-        int left = ::poll(watched_.data(), watched_.size(), timeout);
-        const bool ask = pollTime >= 0 && Clock::now() >= nextAsking_;
-        if (ask) nextAsking_ = Clock::now() + std::chrono::milliseconds(pollTime);
+        const auto untilAsking = std::chrono::ceil<std::chrono::milliseconds>(nextAsking_ - Clock::now()).count();
+        const int wait = static_cast<int>(std::max<decltype(untilAsking)>(untilAsking, 0));
+        const bool ask = longestWaitMs < 0 || wait <= longestWaitMs;
+        int readable = ::poll(watched_.data(), watched_.size(), ask ? wait : longestWaitMs);
+        if (readable <= 0) return ask ? askAll() : 0;
         int served = 0;
-        // Those that are added meanwhile stand behind `size`, and have their turn later.
-        for (std::size_t i = 0, size = watched_.size(); i < size && (left > 0 || ask); ++i) {
-            const bool readable = watched_[i].revents != 0;
-            if (readable) --left;
-            FS_EventGenerator* const generator = generators_[i];
-            if (!generator) continue;
-            if (!readable && !(ask && generator->getPollTime() >= 0 && generator->areEventsWaiting())) continue;
-            generator->processEvents();
+        // Those that are added meanwhile stand behind, and have their turn later.
+        for (std::size_t i = 0; readable > 0; ++i) {
+            if (!watched_[i].revents) continue;
+            --readable;
+            if (!generators_[i]) continue;  // removed by one that was served before it
+            serve(i);
             ++served;
-            // It may be gone, whatever was answered; if it isn't, its descriptor may be.
-            if (generators_[i]) watched_[i].fd = generators_[i]->getFileDescriptor();
         }
-        return served;
+        // A loop that always has something to do must come to this, too.
+        return wait == 0 ? served + askAll() : served;
     }
     std::size_t size() const { return places_.size(); }
 
 private:
     using Clock = std::chrono::steady_clock;
+    static constexpr int kAskingTime = 1000;  // milliseconds
 
     static PollHost*& current() {
         static PollHost* host = nullptr;
         return host;
+    }
+
+    void serve(std::size_t i) {
+        generators_[i]->processEvents();
+        // It may be gone, whatever was answered; if it isn't, its descriptor may be.
+        if (generators_[i]) watched_[i].fd = generators_[i]->getFileDescriptor();
+    }
+
+    // Poll times may change without a word, so all are looked at once a second, or as often as the shortest says.
+    int askAll() {
+        int served = 0, shortest = kAskingTime;
+        for (std::size_t i = 0, size = generators_.size(); i < size; ++i) {
+            if (!generators_[i]) continue;
+            const int time = generators_[i]->getPollTime();
+            if (time < 0) continue;
+            shortest = std::min(shortest, time);
+            if (!generators_[i]->areEventsWaiting()) continue;
+            serve(i);
+            ++served;
+        }
+        nextAsking_ = Clock::now() + std::chrono::milliseconds(shortest);
+        return served;
     }
 
     static int install(FS_EventGenerator* generator, int flag) {
@@ -92,16 +111,6 @@ private:
         }
         generators_.resize(kept);
         watched_.resize(kept);
-    }
-
-    // Asked again at each turn, since it may change without a word.
-    int shortestPollTime() const {
-        int shortest = -1;
-        for (FS_EventGenerator* const generator : generators_) {
-            const int time = generator->getPollTime();
-            if (time >= 0) shortest = shortest < 0 ? time : std::min(shortest, time);
-        }
-        return shortest;
     }
 
     // In step: watched_[i] belongs to generators_[i], which is null once it was removed.

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace {
 using Clock = std::chrono::steady_clock;
@@ -48,12 +49,16 @@ public:
     explicit PlainSocket(int descriptor) : UT_NetSocket(descriptor) {}
 
     bool readWaiting(void* buffer, int maxLength, int* length, int* status) override {
-        if (getSocket() < 0 || maxLength <= 0) return false;
-        const auto got = platform::receive(getSocket(), buffer, static_cast<std::size_t>(maxLength));
+        if (std::exchange(isDrained_, false) || getSocket() < 0 || maxLength <= 0) return false;
+        const auto got = platform::receiveAndLook(getSocket(), buffer, static_cast<std::size_t>(maxLength));
         if (got.error == EAGAIN) return false;
+        isDrained_ = got.isLast;
         *status = finish(statusOf(got), length, static_cast<int>(got.count));
         return true;
     }
+
+private:
+    bool isDrained_ = false;  // by the call before
 };
 }  // namespace
 

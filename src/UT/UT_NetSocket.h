@@ -60,8 +60,9 @@ public:
     virtual void getRemoteSocket(char* host, int* port);
     // Not 0 until the socket is closed.
     virtual int isValid();
-    // Asks dataAvailable(0) and, if that is above 0, reads with no limit of time, which gives `*status`. Else false.
-    // Sockets that are made here, where neither is overridden, do both in one call of the system.
+    // For taking all that waits, call by call until false: asks dataAvailable(0) and, if that is above 0, reads with no
+    // limit of time, which gives `*status`. Sockets that are made here, where neither is overridden, do both in one
+    // call of the system, and need none for the false behind the last byte.
     virtual bool readWaiting(void* buffer, int maxLength, int* length, int* status);
 
 protected:

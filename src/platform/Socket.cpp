@@ -54,6 +54,24 @@ Transfer receive(int fd, void* buffer, std::size_t size) {
     return transfer([&] { return ::recv(fd, buffer, size, MSG_DONTWAIT); });
 }
 
+Transfer receiveAndLook(int fd, void* buffer, std::size_t size) {
+    iovec place{buffer, size};
+    alignas(cmsghdr) char beside[CMSG_SPACE(sizeof(int))];
+    msghdr message{};
+    message.msg_iov = &place;
+    message.msg_iovlen = 1;
+    message.msg_control = beside;
+    message.msg_controllen = sizeof beside;
+    Transfer result = transfer([&] { return ::recvmsg(fd, &message, MSG_DONTWAIT); });
+    const cmsghdr* const first = result.error ? nullptr : CMSG_FIRSTHDR(&message);
+    if (first && first->cmsg_level == IPPROTO_TCP && first->cmsg_type == TCP_CM_INQ) {
+        int left = 1;  // the end counts as a byte
+        std::memcpy(&left, CMSG_DATA(first), sizeof left);
+        result.isLast = left == 0;
+    }
+    return result;
+}
+
 Transfer send(int fd, const void* data, std::size_t size) {
     return transfer([&] { return ::send(fd, data, size, MSG_DONTWAIT | MSG_NOSIGNAL); });
 }
@@ -80,7 +98,8 @@ UniqueFd listenAt(int port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_ANY);
-    // The last two pass on to what is accepted.
+    // These pass on to what is accepted. An older kernel doesn't know the last one, without which nothing is lost.
+    setOption(fd.get(), IPPROTO_TCP, TCP_INQ);
     const bool listens = setOption(fd.get(), SOL_SOCKET, SO_REUSEADDR) &&
                          setOption(fd.get(), IPPROTO_TCP, TCP_NODELAY) &&
                          setOption(fd.get(), SOL_SOCKET, SO_KEEPALIVE) &&

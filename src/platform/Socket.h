@@ -11,8 +11,11 @@ namespace platform {
 struct [[nodiscard]] Transfer {
     std::size_t count = 0;  // bytes; with an error of 0 a count of 0 from `receive` is the end of what the peer sends
     int error = 0;          // errno of the failed call, EAGAIN while the call would have to wait
+    bool isLast = false;    // it is known that neither a byte nor the end of what the peer sends waits behind it
 };
 Transfer receive(int fd, void* buffer, std::size_t size);
+// The same, and asks in the same call what is left behind; for sockets that were accepted here.
+Transfer receiveAndLook(int fd, void* buffer, std::size_t size);
 // A peer that has gone gives EPIPE or ECONNRESET and raises no signal.
 Transfer send(int fd, const void* data, std::size_t size);
 
@@ -22,7 +25,7 @@ enum class Ready { toRead, toWrite };
 bool waitFor(int fd, Ready ready, int timeoutMs);
 
 // A socket that listens on all IPv4 addresses of this machine; port 0 picks one. What it accepts sends small pieces at
-// once and notices in the end a peer that vanished.
+// once, notices in the end a peer that vanished, and tells what is left behind a call of receiveAndLook.
 UniqueFd listenAt(int port);
 struct [[nodiscard]] Accepted {
     UniqueFd fd;
@@ -32,8 +35,8 @@ Accepted acceptFrom(int listening);
 
 // IPv4. Empty and 0 if it can't be told.
 // Connects to the first address of a host that answers, of IPv4 or IPv6, in the order in which the system tells them.
-// Each gets its share of the `timeoutMs` milliseconds that are left, so that a dead one keeps none from being tried. How
-// long it takes to learn the addresses is up to the system.
+// Each gets its share of the `timeoutMs` milliseconds that are left, so that a dead one keeps none from being tried.
+// How long it takes to learn the addresses is up to the system.
 struct [[nodiscard]] Connected {
     UniqueFd fd;
     std::string reason;  // in words; empty while fd is open
