@@ -258,7 +258,7 @@ TEST(Variables, ReferencesAreReplacedOnce) {
                  {"${A$A", "${A$B"}, {"~/a~/", "/h/a~/"},
                  {"~", "~"},         {"a~/b", "a~/b"}};
     for (const auto& c : cases) EXPECT_EQ(scanned(c.text), c.expanded) << (c.text ? c.text : "null");
-    EXPECT_EQ(scanned("~/$X-${X}-$", false, false), "~/--$");
+    EXPECT_EQ(scanned("~/$X-${X}-$1-$", false, false), "~/--$1-$");
 }
 
 TEST(Variables, ComeFromTheEnvironmentAndMayReplaceTheirOwnText) {

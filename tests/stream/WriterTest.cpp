@@ -156,6 +156,8 @@ TEST(Writer, CopiesEndTogether) {
         EXPECT_TRUE(dir.exists("g"));
     }
     EXPECT_EQ(dir.read("f"), "") << "the last copy still lives";
+    { *FS_Writer(dir.path("x.idx?a").c_str()).getStream() << "a"; }
+    EXPECT_TRUE(dir.exists("x.idx")) << "a section goes to its container with the last handle";
     FS_Writer last(other);
     last.close();
     EXPECT_EQ(dir.read("f"), "first second");
