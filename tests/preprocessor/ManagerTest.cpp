@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <ctime>
-#include <map>
 
 #include "../support/ScratchDir.h"
 #include "Sources.h"
@@ -112,41 +111,14 @@ TEST(Manager, StaysStopped) {
     EXPECT_EQ(restOf(manager), "");
 }
 
-// Files in a table. An include asks the file system for names, so there each stands as an empty file.
-class TableManager : public CPP_Manager {
-public:
-    std::map<std::string, std::vector<std::string>> table;
-
-    CPP_Stream* allocStream() override { return new Lines(table); }
-
-private:
-    struct Lines : MadeLines {
-        explicit Lines(const decltype(table)& files)
-            : MadeLines([this](UT_WorkBuffer& line) { return next_(line); }, true), files_(files) {}
-        int openPath(const char* path) override {
-            if (files_.contains(path)) next_ = listed(files_.at(path));
-            return isOpen();
-        }
-        int isOpen() override { return next_ != nullptr; }
-
-        const decltype(table)& files_;
-        Next next_;
-    };
-};
-
-TEST(Manager, ReadsLineSourcesOfItsOwn) {
-    const ScratchDir dir;
-    const InDirectory here(dir.path());
-    dir.write("lights.inc", "");
-    TableManager manager;
-    manager.table = {{"scene", {"#include \"lights.inc\"", "COUNT", "#include \"none\""}},
-                     {"lights.inc", {"#define COUNT 3", "light"}}};
-    EXPECT_EQ(manager.open("unknown", 0), 0);
+TEST(Manager, IsCryptedOnceALineWas) {
+    struct Crypted : CPP_Manager {
+        CPP_Stream* allocStream() override { return new MadeLines(listed({"a"}), true); }
+    } manager;
     EXPECT_EQ(manager.isCrypted(), 0);
-    ASSERT_EQ(manager.open("scene", 0), 1);
-    EXPECT_EQ(restOf(manager),
-              "# 1 \"scene\"\n\n# 1 \"lights.inc\"\n\nlight\n# 2 \"scene\"\n3\n"
-              "# error cpp error: \"scene\":3 Unable to include \"none\"\n\n");
+    manager.open("main", 0);
+    EXPECT_EQ(manager.isCrypted(), 0);
+    restOf(manager);
     EXPECT_NE(manager.isCrypted(), 0);
 }
 
