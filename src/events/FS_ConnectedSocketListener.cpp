@@ -28,6 +28,12 @@ std::string judgedAddress(UT_NetSocket& peer) {
 }
 }  // namespace
 
+// Lives in the call that runs the callback, where the destructor leaves word, and the message that is being read.
+struct FS_ConnectedSocketListener::Delivery {
+    bool isListenerGone = false;
+    UT_WorkBuffer message = {};
+};
+
 FS_ConnectedSocketListener::FS_ConnectedSocketListener(UT_NetSocket& listeningSocket, MessageCallback function,
                                                        void* data, const char* ipMask)
     : callbackData(data), callback(function) {
@@ -41,7 +47,10 @@ FS_ConnectedSocketListener::FS_ConnectedSocketListener(UT_NetSocket& listeningSo
 }
 
 FS_ConnectedSocketListener::~FS_ConnectedSocketListener() {
-    if (deleted) *deleted = true;
+    if (delivery) {
+        delivery->isListenerGone = true;
+        delivery->message.swap(input);
+    }
     closeConnectionSocket();
     uninstallGenerator();
 }
@@ -111,20 +120,18 @@ FS_ConnectedSocketListener::Batch FS_ConnectedSocketListener::readBatch() {
     return !input.isEmpty() && (last == '\n' || last == kEndOfMessage) ? Batch::complete : Batch::incomplete;
 }
 
-// The callback may close the socket, and may delete this listener: the message is its own while it runs.
+// The callback may close the socket, and may delete this listener.
 void FS_ConnectedSocketListener::handOver() {
     if (canBeUsed() && callback) {
-        UT_WorkBuffer message;
-        message.swap(input);
-        bool gone = false;
-        deleted = &gone;
+        Delivery running;
+        delivery = &running;
         inCallback = true;
-        callback(callbackData, message.buffer(), message.length(), *connection);
-        if (gone) return;
-        deleted = nullptr;
+        callback(callbackData, input.buffer(), input.length(), *connection);
+        if (running.isListenerGone) return;
+        delivery = nullptr;
         inCallback = false;
-        if (message.length() <= kKeptStorage) message.swap(input);
     }
+    if (input.length() > kKeptStorage) UT_WorkBuffer().swap(input);
     input.clear();
     if (!canBeUsed()) delete this;
 }

@@ -52,5 +52,6 @@ private:
     UT_WorkBuffer input;
     bool inCallback = false;
     bool borrows = false;
-    bool* deleted = nullptr;  // while the callback runs, where the destructor leaves word
+    struct Delivery;
+    Delivery* delivery = nullptr;  // while the callback runs
 };
