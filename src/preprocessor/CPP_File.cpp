@@ -63,7 +63,7 @@ bool CPP_File::adopt(CPP_Stream* source, const char* fileName) {
 
 int CPP_File::open(const char* fileName, CPP_Stream* source) {
     if (!adopt(source, fileName)) return 0;
-    if (CPP_Stream::isStdin(fileName)) {
+    if (CPP_Stream::isStdin(name.buffer())) {
         stream->attachStream(CPP_Stream::getStdin());
     } else if (!name.isEmpty()) {
         stream->openPath(name.buffer());

@@ -40,10 +40,11 @@ bool isValidName(std::string_view name) {
     return !name.empty() && cppwords::isStart(name[0]) && cppwords::endOf(name, 0) == name.size();
 }
 
-// The parameters behind an opening parenthesis; `text` is left behind the closing one. Their names aren't examined.
+// The parameters behind an opening parenthesis; `text` is left behind the closing one, or where they are too many.
+// Their names aren't examined.
 std::vector<std::string_view> takeParameters(std::string_view& text) {
     std::vector<std::string_view> parameters;
-    while (!text.empty() && text[0] != ')') {
+    while (!text.empty() && text[0] != ')' && parameters.size() <= CPP_Macro::kMostParameters) {
         const std::string_view word = takeWord(text, ",)");
         if (!word.empty()) parameters.push_back(word);
         text = skipSpace(text);

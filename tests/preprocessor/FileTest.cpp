@@ -51,6 +51,10 @@ TEST(File, OpensOnce) {
     EXPECT_EQ(file.close(), 1);
     EXPECT_EQ(file.getLineNumber(), 1);
     EXPECT_EQ(file.getLine(line), 0);
+    EXPECT_EQ(file.open(file.getName(), new MadeLines(listed({"2"}))), 1) << "under its own name";
+    EXPECT_STREQ(file.getName(), "x");
+    EXPECT_EQ(file.getLine(line), 1);
+    EXPECT_EQ(file.getLineNumber(), 2);
 }
 
 TEST(File, NestsConditionals) {
