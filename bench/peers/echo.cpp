@@ -95,7 +95,8 @@ using Tell = void (*)(int port);
     char buffer[8192];
     for (;;) {
         ::poll(watched.data(), watched.size(), -1);
-        for (std::size_t i = watched.size(); i-- > 1;) {
+        // The oldest first, as the others do: the client waits for its answers in that order.
+        for (std::size_t i = 1; i < watched.size(); ++i) {
             if (!watched[i].revents) continue;
             const ssize_t count = ::recv(watched[i].fd, buffer, sizeof buffer, MSG_DONTWAIT);
             if (count <= 0) {
@@ -104,6 +105,7 @@ using Tell = void (*)(int port);
                 inputs[i] = inputs.back();
                 watched.pop_back();
                 inputs.pop_back();
+                --i;
                 continue;
             }
             std::string& input = inputs[i];
