@@ -11,6 +11,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -190,11 +191,11 @@ void CPP_Macro::expandMacro(char* const args[], UT_String& out) const {
     std::vector<std::string_view> views;
     for (int i = 0; i < argCount; ++i) views.emplace_back(args && args[i] ? args[i] : "");
     UT_WorkBuffer text;
-    appendExpansion(views, text, std::numeric_limits<std::size_t>::max());
+    appendExpansion(views.data(), text, std::numeric_limits<std::size_t>::max());
     text.copyIntoString(out);
 }
 
-bool CPP_Macro::appendExpansion(std::span<const std::string_view> args, UT_WorkBuffer& out, std::size_t limit) const {
+bool CPP_Macro::appendExpansion(const std::string_view* args, UT_WorkBuffer& out, std::size_t limit) const {
     std::string_view rest = getDefinitionView();
     const std::size_t count = argCount < 0 ? 0 : static_cast<std::size_t>(argCount);
     std::size_t left = limit;

@@ -12,7 +12,6 @@
 #include <UT/UT_Export.h>
 
 #include <cstddef>
-#include <span>
 #include <string_view>
 
 class UT_String;
@@ -44,8 +43,9 @@ public:
     // Puts the replacement text into `out`, never null. `args` holds at least getArgCount() texts; a null text is an
     // empty one. Arguments go in unchanged. A built-in gives the empty text.
     void expandMacro(char* const args[], UT_String& out) const;
-    // Appends the replacement text to `out`. False, with `out` holding a part of it, if it is longer than `limit`.
-    bool appendExpansion(std::span<const std::string_view> args, UT_WorkBuffer& out, std::size_t limit) const;
+    // Appends the replacement text, made from getArgCount() texts at `args`, to `out`. False, with `out` holding a part
+    // of it, if it is longer than `limit`.
+    bool appendExpansion(const std::string_view* args, UT_WorkBuffer& out, std::size_t limit) const;
     // Adds `delta` to a counter that starts at 0 and gives its new value. The preprocessor doesn't use it.
     int bumpRecursion(int delta);
 

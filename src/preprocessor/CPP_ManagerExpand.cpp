@@ -133,7 +133,7 @@ bool CPP_Manager::Expansion::open(const CPP_Macro& macro) {
                 arguments_.view().substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)));
             begin = end;
         }
-        if (!macro.appendExpansion(views_, held_, kMostText - made_)) return false;
+        if (!macro.appendExpansion(views_.data(), held_, kMostText - made_)) return false;
         frames_.push_back({nullptr, start, static_cast<std::size_t>(held_.length()) - start, 0});
     }
     made_ += frames_.back().length;
