@@ -29,7 +29,8 @@ void checkMacro(const std::string& definition, const std::string& argument) {
     UT_String whole;
     macro.expandMacro(arguments.data(), whole);
     UT_WorkBuffer limited;
-    check(macro.appendExpansion(views.data(), limited, whole.view().size()), "the text keeps the limit of its own length");
+    check(macro.appendExpansion(views.data(), limited, whole.view().size()),
+          "the text keeps the limit of its own length");
     check(limited.view() == whole.view(), "both operations make the same text");
     if (whole.view().empty()) return;
     limited.clear();
