@@ -23,14 +23,24 @@ std::string_view nameIn(std::string_view operand, bool endsAtSpace) {
 bool CPP_Manager::Work::isReadable(const std::string& path) {
     const auto known = readable_.find(path);
     if (known != readable_.end()) return known->second;
+    remember(path.size());
     return readable_[path] = UTaccess(path.c_str(), 4) >= 0;
 }
 
 const std::string& CPP_Manager::Work::search(const UT_PathSearch& path, const std::string& name) {
-    const auto [entry, isNew] = found_.try_emplace(name);
+    const auto known = found_.find(name);
+    if (known != found_.end()) return known->second;
     UT_String result;
-    if (isNew && path.findFile(result, name.c_str())) entry->second = result.view();
-    return entry->second;
+    path.findFile(result, name.c_str());
+    remember(name.size() + result.view().size());
+    return found_[name] = result.view();
+}
+
+// Makes room for an answer about so many characters: a text may name files without end.
+void CPP_Manager::Work::remember(std::size_t characters) {
+    constexpr std::size_t kEntry = 128, kMost = std::size_t{4} << 20;
+    if (remembered_ > kMost) forgetFiles();
+    remembered_ += kEntry + characters;
 }
 
 int CPP_Manager::open(const char* name, int search) {

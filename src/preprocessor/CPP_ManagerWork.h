@@ -117,13 +117,15 @@ private:
 struct CPP_Manager::Work {
     explicit Work(CPP_Manager& manager) : expansion(manager) {}
 
-    // 1 if the file at `path` can be read; asks the file system once for each path.
+    // True if the file at `path` can be read; asks the file system once for each path, as long as there aren't too
+    // many.
     bool isReadable(const std::string& path);
     // The path of a file of that name along the search path, empty if there is none; asks once for each name.
     const std::string& search(const UT_PathSearch& path, const std::string& name);
     void forgetFiles() {
         readable_.clear();
         found_.clear();
+        remembered_ = 0;
     }
 
     UT_WorkBuffer line;       // as it was read, and then the output line that getLine gives
@@ -132,6 +134,9 @@ struct CPP_Manager::Work {
     Expansion expansion;
 
 private:
+    void remember(std::size_t characters);
+
     std::unordered_map<std::string, bool> readable_;
     std::unordered_map<std::string, std::string> found_;
+    std::size_t remembered_ = 0;  // bytes in the two, more or less
 };

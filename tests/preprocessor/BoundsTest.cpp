@@ -162,6 +162,14 @@ TEST(Bounds, MemoryFollowsTheLongestLineAndNotTheInput) {
         for (std::string_view line; manager.getLine(line);) size += line.size();
         return size > 300'000;
     }));
+    EXPECT_TRUE(staysBelow(64u << 20, [] {
+        MadeManager manager([name = repeated("n", 3000), at = 0](UT_WorkBuffer& line) mutable {
+            line.sprintf("#sinclude \"%s%d\"", name.c_str(), at);
+            return ++at < 15'000;
+        });
+        manager.open("main", 0);
+        return restOf(manager) == repeated("\n", 14'999);
+    }));
 }
 
 TEST(Bounds, AFileThatIncludesItselfRunsOutOfFiles) {
