@@ -52,6 +52,7 @@ TEST(String, ACopyIsIndependentOfWhatItCameFrom) {
     EXPECT_EQ(reference, "Scene");
     for (const UT_String* string : {&copy, &assigned, &hardened}) EXPECT_EQ(*string, "scene");
     EXPECT_EQ(counted, "sc");
+    EXPECT_EQ(UT_String(source, 0, 0), "");
 }
 
 TEST(String, ChangesNeverReachAReferencedText) {
