@@ -20,7 +20,10 @@ public:
         const timeval second = {1, 0};
         event_add(asking_.get(), &second);
     }
-    ~LibeventHost() { FS_EventGenerator::setInstaller(nullptr); }
+    ~LibeventHost() {
+        FS_EventGenerator::setInstaller(nullptr);
+        current() = nullptr;
+    }
     LibeventHost(const LibeventHost&) = delete;
     LibeventHost& operator=(const LibeventHost&) = delete;
 

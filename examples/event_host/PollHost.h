@@ -19,7 +19,10 @@ public:
         current() = this;
         FS_EventGenerator::setInstaller(install);
     }
-    ~PollHost() { FS_EventGenerator::setInstaller(nullptr); }
+    ~PollHost() {
+        FS_EventGenerator::setInstaller(nullptr);
+        current() = nullptr;
+    }
     PollHost(const PollHost&) = delete;
     PollHost& operator=(const PollHost&) = delete;
 

@@ -145,7 +145,7 @@ int UT_NetSocket::write(const void* data, int length, int* written, int timeoutM
 
 void UT_NetSocket::getRemoteSocket(char* host, int* remotePort) {
     const auto peer = platform::peerAddress(socket_);
-    if (host) std::strcpy(host, peer.host.c_str());
+    if (host) std::memcpy(host, peer.host.c_str(), peer.host.size() + 1);
     if (remotePort) *remotePort = peer.port;
 }
 

@@ -15,7 +15,7 @@ FS_ServerSocketListener* FS_ServerSocketListener::createSocketListener(int port,
     std::unique_ptr<UT_NetSocket> socket(UT_NetSocket::newSocket(portToOpen, true, false));
     if (!socket || !socket->isValid()) return nullptr;
     auto* const listener = new FS_ServerSocketListener(socket.get(), port, callback, data, ipMask);
-    socket.release();
+    static_cast<void>(socket.release());
     listener->installGenerator();
     return listener;
 }
@@ -100,10 +100,10 @@ void FS_ServerSocketListener::closeSocketOnChildExit(int process, bool deleteLis
 
 void FS_ServerSocketListener::createConnectedSocketListener() {
     if (!serverSocket) return;
-    auto peer = std::make_unique<FS_ConnectedSocketListener>(*serverSocket, callback, callbackData, ipMask.buffer());
+    auto* const peer = new FS_ConnectedSocketListener(*serverSocket, callback, callbackData, ipMask.buffer());
     // One that was taken belongs to nobody from here on.
-    if (peer->getIsInstalled()) peer.release();
-}
+    if (!peer->getIsInstalled()) delete peer;
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
 bool FS_ServerSocketListener::hasChildExited() {
     // While its exit is being told, it isn't found again by a loop that the callback runs.

@@ -1,6 +1,8 @@
 #include <events/FS_EventGenerator.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 class Plain : public FS_EventGenerator {
 public:
@@ -8,8 +10,7 @@ public:
     int processEvents() override { return 0; }
 };
 
-FS_EventGenerator* seen = nullptr;
-int flags = 0, argument = -1;
+std::string calls;
 }  // namespace
 
 TEST(EventGenerator, WantsNothingUnlessASubclassDoes) {
@@ -21,28 +22,27 @@ TEST(EventGenerator, WantsNothingUnlessASubclassDoes) {
 
 TEST(EventGenerator, ReachesTheHostThroughItsFunctions) {
     Plain plain;
-    EXPECT_EQ(plain.installGenerator(), 0);
-    plain.uninstallGenerator();
-    FS_EventGenerator::setInstaller([](FS_EventGenerator* generator, int install) {
-        seen = generator;
-        return flags = 10 + install;
-    });
-    EXPECT_EQ(plain.installGenerator(), 11);
-    EXPECT_EQ(seen, &plain);
-    plain.uninstallGenerator();
-    EXPECT_EQ(flags, 10);
-    FS_EventGenerator::setInstaller(nullptr);
-    EXPECT_EQ(plain.installGenerator(), 0);
-
+    const auto callAll = [&] {
+        calls.clear();
+        const int result = plain.installGenerator();
+        plain.uninstallGenerator();
+        plain.pollEventLoop(true);
+        plain.pollEventLoop(false);
+        return result;
+    };
     EXPECT_FALSE(FS_EventGenerator::isEventLoopPollCallbackSet());
-    FS_EventGenerator::setEventLoopPollCallback([](bool value) { argument = value; });
+    EXPECT_EQ(callAll(), 0);
+    FS_EventGenerator::setInstaller([](FS_EventGenerator* generator, int install) {
+        calls.append(generator->getClassName()).append(install ? "+" : "-");
+        return 7;
+    });
+    FS_EventGenerator::setEventLoopPollCallback([](bool value) { calls += value ? "1" : "0"; });
     EXPECT_TRUE(FS_EventGenerator::isEventLoopPollCallbackSet());
-    plain.pollEventLoop(true);
-    EXPECT_EQ(argument, 1);
-    plain.pollEventLoop(false);
-    EXPECT_EQ(argument, 0);
+    EXPECT_EQ(callAll(), 7);
+    EXPECT_EQ(calls, "Plain+Plain-10");
+    FS_EventGenerator::setInstaller(nullptr);
     FS_EventGenerator::setEventLoopPollCallback(nullptr);
     EXPECT_FALSE(FS_EventGenerator::isEventLoopPollCallbackSet());
-    plain.pollEventLoop(true);
-    EXPECT_EQ(argument, 0);
+    EXPECT_EQ(callAll(), 0);
+    EXPECT_EQ(calls, "");
 }
