@@ -216,8 +216,8 @@ TEST(ServerWithoutDescriptors, DropsNewPeersAndKeepsTheOldOnes) {
         int waiting = 0;
         if (::ioctl(report[0], FIONREAD, &waiting) != 0 || waiting == 0) break;
     }
-    // One for each peer that came and for each message.
-    EXPECT_LE(turns, kClients + 2 * static_cast<int>(served.size()));
+    // One for each peer that came and for each message, and one a second; a loop that spins makes thousands.
+    EXPECT_LT(turns, 4 * kClients);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     for (const int fd : report) ::close(fd);
