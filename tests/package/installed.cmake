@@ -13,14 +13,17 @@ if(NOT installed STREQUAL headers OR NOT "stream/FS_Reader.h" IN_LIST installed)
     message(FATAL_ERROR "public:    ${headers}\ninstalled: ${installed}")
 endif()
 
-# Each compiles alone, without a warning, under every compiler at hand and with only the installed headers in reach.
+# Each compiles alone, without a warning, under every compiler at hand and with only the installed headers in reach. Users
+# may be at C++17 still; where there are two compilers, the second one takes C++20.
 find_program(CLANG clang++)
+set(standard c++17)
 foreach(compiler IN ITEMS "${CXX}" ${CLANG})
     foreach(header IN LISTS headers)
         file(WRITE "${WORK_DIR}/alone.cpp" "#include <${header}>\n")
-        run("${compiler}" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only
+        run("${compiler}" -std=${standard} -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only
             "-I${prefix}/include/tarvani" "${WORK_DIR}/alone.cpp")
     endforeach()
+    set(standard c++20)
 endforeach()
 
 # The name that programs are bound to holds the major version alone, and what the library shows is its own.

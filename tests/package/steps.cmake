@@ -47,7 +47,7 @@ function(build_consumers prefix name)
         message(FATAL_ERROR "pkg-config --modversion tarvani printed: ${output}")
     endif()
     list(JOIN ARGN " " options)
-    run(sh -c "eval \"'${CXX}' -std=c++20 -o pkg-consumer '${SOURCE_DIR}/tests/package/consumer/main.cpp' \
+    run(sh -c "eval \"'${CXX}' -std=c++17 -o pkg-consumer '${SOURCE_DIR}/tests/package/consumer/main.cpp' \
                $(pkg-config ${options} --cflags --libs tarvani) '-Wl,-rpath,${prefix}/${LIBDIR}'\"")
     run_consumer("${WORK_DIR}/pkg-consumer")
 endfunction()
