@@ -2,6 +2,7 @@
 #include <UT/UT_WorkBuffer.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
 #include <functional>
@@ -114,16 +115,21 @@ bool UT_WorkBuffer::getline(std::FILE* file) {
     if (!file) return false;
     char* line = capacity_ ? text_ : nullptr;
     std::size_t size = capacity_ ? static_cast<std::size_t>(capacity_) + 1 : 0;
+    errno = 0;
     const ssize_t count = ::getline(&line, &size, file);
+    bool fits = count >= 0 || errno != ENOMEM;  // else it isn't the end of the file
     // The buffer may have moved also where reading then failed.
     if (line) {
         text_ = line;
         capacity_ = static_cast<int>(std::min(size - 1, kMostCharacters));
     }
-    std::size_t kept = count > 0 ? std::min(static_cast<std::size_t>(count), kMostCharacters) : 0;
+    std::size_t kept = count > 0 ? static_cast<std::size_t>(count) : 0;
     if (kept > 0 && text_[kept - 1] == '\n') --kept;
-    length_ = static_cast<int>(strnlen(text_, kept));
+    kept = strnlen(text_, kept);
+    fits = fits && kept <= kMostCharacters;
+    length_ = fits ? static_cast<int>(kept) : 0;
     if (capacity_) text_[length_] = '\0';
+    if (!fits) throw std::bad_alloc();
     return count > 0;
 }
 

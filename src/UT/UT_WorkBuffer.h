@@ -98,7 +98,8 @@ public:
     bool isLocked() const { return lockCount_ != 0; }
 
     // Replaces the content by the next line of a C file, up to a line feed, which is not kept, or to a NUL, which hides
-    // the rest of the line. A last line without its end is a line. False at the end of the file, with the buffer empty.
+    // the rest of the line. A last line without its end is a line. False at the end of the file, with the buffer empty;
+    // std::bad_alloc for a line that memory or the buffer cannot hold.
     bool getline(std::FILE* file);
 
     // Makes `text` an owned copy, never null. It ends at the first NUL.

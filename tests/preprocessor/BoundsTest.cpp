@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <filesystem>
+#include <new>
+
 #include "../support/Child.h"
 #include "../support/ScratchDir.h"
 #include "Sources.h"
@@ -169,6 +172,23 @@ TEST(Bounds, MemoryFollowsTheLongestLineAndNotTheInput) {
         });
         manager.open("main", 0);
         return restOf(manager) == repeated("\n", 14'999);
+    }));
+}
+
+TEST(Bounds, ALineThatMemoryCannotHoldIsNotTakenForTheEnd) {
+    const ScratchDir dir;
+    const std::string main = dir.write("main.c", "");
+    std::filesystem::resize_file(main, 256u << 20);  // a single line of NULs
+    EXPECT_TRUE(staysBelow(100u << 20, [&] {
+        CPP_Manager manager;
+        manager.open(main.c_str(), 0);
+        UT_String line;
+        manager.getLine(line);
+        try {
+            return manager.getLine(line) == 1;
+        } catch (const std::bad_alloc&) {
+            return true;
+        }
     }));
 }
 
