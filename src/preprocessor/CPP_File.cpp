@@ -45,6 +45,7 @@ CPP_File& CPP_File::operator=(const CPP_File& other) {
     crypted = other.crypted;
     refCount = other.refCount;
     ownsStream_ = false;
+    ungot_ = other.ungot_;
     return *this;
 }
 
@@ -91,6 +92,11 @@ int CPP_File::close() {
 
 int CPP_File::getLine(UT_WorkBuffer& line) {
     if (!stream) return 0;
+    if (!ungot_.isEmpty()) {
+        line.assign(ungot_.view());
+        ungot_.clear();
+        return 1;
+    }
     if (continuedLines > 0) {
         line.assign("\n");
         raise(lineNumber);

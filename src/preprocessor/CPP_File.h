@@ -16,6 +16,7 @@
 #include <preprocessor/CPP_Stream.h>
 
 #include <cstdio>
+#include <string_view>
 
 class UT_IStream;
 
@@ -47,6 +48,8 @@ public:
     // joined, and afterwards as many lines that are only a newline, so that the count holds. A line that ended in two
     // backslashes, or in one at the end of the input, has no newline.
     int getLine(UT_WorkBuffer& line);
+    // Gives the line that getLine gave last back: it comes again, under the same number. An empty one doesn't.
+    void ungetLine(std::string_view line) { ungot_ = line; }
 
     // Number of the last line delivered, 0 before the first.
     int getLineNumber() const { return lineNumber; }
@@ -92,4 +95,5 @@ private:
     int crypted = 0;
     int refCount = 0;
     bool ownsStream_ = true;
+    UT_String ungot_;
 };

@@ -73,7 +73,13 @@ int CPP_Manager::close() {
 
 // Makes a file the one being read; its marker comes before its first line. True.
 bool CPP_Manager::push(std::unique_ptr<CPP_File> file) {
-    if (files.isEmpty()) work_->forgetFiles();
+    if (files.isEmpty()) {
+        work_->forgetFiles();
+    } else if (pendingIsSource && !pendingLine.isEmpty()) {
+        // A line that waits behind its marker belongs to the file that was read so far, and comes when that goes on.
+        files.last()->ungetLine(pendingLine.view());
+        pendingLine.clear();
+    }
     files.append(file.get());
     file->bumpRefCount(1);
     const CPP_File& pushed = *file.release();

@@ -101,6 +101,20 @@ TEST(Manager, StandsWithoutAFileInTheMiddleOfALine) {
     }
 }
 
+TEST(Manager, KeepsALineWhoseFileWaitsForAnother) {
+    const ScratchDir dir;
+    const std::string inner = dir.write("b.h", "b\n");
+    const std::string main = dir.write("main.c", "#include \"b.h\"\n__LINE__ __FILE__\nend\n");
+    CPP_Manager manager;
+    manager.open(main.c_str(), 0);
+    UT_String line;
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(manager.getLine(line), 1);
+    const std::string marker = "# 2 \"" + main + "\"\n";
+    EXPECT_EQ(line, marker);
+    manager.open(inner.c_str(), 0);
+    EXPECT_EQ(restOf(manager), "# 1 \"" + inner + "\"\nb\n" + marker + "2 \"" + main + "\"\nend\n");
+}
+
 TEST(Manager, StaysStopped) {
     MadeManager manager(listed({"#define f(x) x", "f(", "1", ",", "2"}));
     manager.open("main", 0);
