@@ -78,6 +78,12 @@ TEST_F(PreprocessCommands, AnErrorInTheTextIsALineOfTheOutputAndAFailure) {
     expectErrors({"cpp", "--output", "out", "two"}, "",
                  "tarvani: two: cpp error: \"two\":1 Undefined directive \"bogus\" (the first of 2 errors)\n");
     EXPECT_THAT(dir_.read("out"), testing::HasSubstr("Unable to include \"no\"\n"));
+    // Not by its look: text can begin like one, and a call can swallow one.
+    EXPECT_EQ(printed({"cpp", "-P", "-"}, {.input = "\\# error a\n"}), "# error a\n");
+    dir_.write("open", "#if 1\nf(1,");
+    dir_.write("caller", "#define f(a,b)[a]\n#include \"open\"\n)\n");
+    expectErrors({"cpp", "-P", "caller"}, "\n\n\n[1]\n\n\n",
+                 "tarvani: caller: an error line went into the arguments of a macro\n");
     dir_.write("warned", "#define X 1\n#define X 2\nX\n");
     EXPECT_THAT(printed({"cpp", "-P", "warned"}), testing::HasSubstr("# warning cpp warning: \"warned\":2 Macro"));
     const Outcome words = run({"tokens", "warned"});

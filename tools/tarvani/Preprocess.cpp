@@ -114,24 +114,29 @@ std::string withoutLineEnd(std::string_view text) {
     return std::string(text);
 }
 
-// The error lines of an output: one line on standard error speaks for them all.
+// The error lines of an output: one line on standard error speaks for them all. Text may look like one, so those count
+// that come once the preprocessor has an error; and a call that goes on behind an included file may take one for an
+// argument.
 class ErrorLines {
 public:
+    explicit ErrorLines(const CPP_Manager& manager) : manager_(manager) {}
+
     void look(std::string_view line) {
         constexpr std::string_view kMark = "# error ";
-        if (!line.starts_with(kMark)) return;
+        if (!line.starts_with(kMark) || !manager_.hasError()) return;
         if (count_++ == 0) first_ = withoutLineEnd(line.substr(kMark.size()));
     }
     int report(const Input& input) const {
-        if (count_ == 0) return 0;
+        if (!manager_.hasError()) return 0;
         const std::string others = " (the first of " + std::to_string(count_) + " errors)";
         complain({input.name(), first_ + (count_ > 1 ? others : "")});
         return 1;
     }
 
 private:
+    const CPP_Manager& manager_;
     std::size_t count_ = 0;
-    std::string first_;
+    std::string first_ = "an error line went into the arguments of a macro";
 };
 
 int preprocess(const std::vector<std::string>& letters, const std::string& path,
@@ -143,7 +148,7 @@ int preprocess(const std::vector<std::string>& letters, const std::string& path,
     manager.setOptions(static_cast<int>(options.size()) - 1, options.data());
     manager.open(input.file(), input.nameInText());
     const bool typed = input.isTerminal();
-    ErrorLines errors;
+    ErrorLines errors(manager);
     std::string_view line;
     while (manager.getLine(line)) {
         output.write(line);
