@@ -1,3 +1,4 @@
+#include <UT/TextScan.h>
 #include <preprocessor/CPP_MacroTable.h>
 
 CPP_MacroTable::~CPP_MacroTable() {
@@ -12,8 +13,9 @@ CPP_MacroTable::~CPP_MacroTable() {
 void CPP_MacroTable::add(std::string_view name, std::unique_ptr<CPP_Macro> macro) {
     remove(name);
     addSymbol(name, UT_Thing(macro.get()));
-    macro.release();
+    static_cast<void>(macro.release());
     maybe_.set(slotOf(name));
+    if (!name.empty() && textscan::isLetter(name[0]) && !textscan::isUpper(name[0])) capital_ = false;
 }
 
 void CPP_MacroTable::remove(std::string_view name) {

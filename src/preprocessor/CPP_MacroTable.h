@@ -22,6 +22,8 @@ public:
         const UT_Thing* const thing = thingOf(name);
         return thing ? thing->as<const CPP_Macro>() : nullptr;
     }
+    // True if no name begins with a small letter, which is the custom.
+    bool areCapital() const { return capital_; }
     // Adds a macro in the place of one with that name.
     void add(std::string_view name, std::unique_ptr<CPP_Macro> macro);
     void remove(std::string_view name);
@@ -52,6 +54,7 @@ private:
         return (first * 37 + last * 419 + middle * 1031 + name.size() * 67) % kFilterBits;
     }
 
+    bool capital_ = true;             // not set again for a name that goes
     std::bitset<kFilterBits> maybe_;  // set for every name that ever was in the table
     std::vector<std::unique_ptr<CPP_Macro>> gone_;
     int holds_ = 0;

@@ -2,6 +2,7 @@
 #include <UT/TextScan.h>
 #include <UT/UT_Date.h>
 #include <preprocessor/CPP_ManagerWork.h>
+#include <preprocessor/TextBlocks.h>
 #include <preprocessor/Words.h>
 
 #include <algorithm>
@@ -11,6 +12,29 @@
 using cppwords::Kind;
 using cppwords::kindOf;
 using textscan::QuoteRule;
+
+namespace {
+
+constexpr std::size_t kLongText = 32;  // where looking at blocks is faster than looking at characters
+
+// The first quote, backslash, or word that begins with a capital or `_`, from `at` on.
+std::size_t nextCapital(std::string_view text, std::size_t at) {
+    for (;;) {
+        // Between `A` and `_` lie the capitals, the backslash, and three that mean nothing.
+        at = textblocks::firstOf(text, at, [](auto c) { return ((c >= 'A') & (c <= '_')) | (c == '"') | (c == '\''); });
+        if (at == text.size()) return at;
+        const Kind kind = kindOf(text[at]);
+        if (kind == Kind::Plain) {
+            ++at;
+        } else if (kind == Kind::Word && !cppwords::startsAt(text, at)) {
+            at = cppwords::endOf(text, at);
+        } else {
+            return at;
+        }
+    }
+}
+
+}  // namespace
 
 CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file, std::string_view line,
                                                            UT_WorkBuffer& out, int depth) {
@@ -33,8 +57,13 @@ CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file,
 // Passes over text that stays as it is, from `at` on: to a macro, to a backslash that goes, to a quote that nothing
 // closes, or to the end.
 CPP_Manager::Expansion::Plain CPP_Manager::Expansion::passPlain(std::string_view text, std::size_t at) const {
+    const bool capitals = manager_.macros->areCapital();
     for (;;) {
-        while (at < text.size() && kindOf(text[at]) <= Kind::Digit) ++at;
+        if (capitals && text.size() - at >= kLongText) {
+            at = nextCapital(text, at);
+        } else {
+            while (at < text.size() && kindOf(text[at]) <= Kind::Digit) ++at;
+        }
         if (at == text.size()) return {at, nullptr};
         if (kindOf(text[at]) == Kind::Word) {
             const std::size_t end = cppwords::endOf(text, at);

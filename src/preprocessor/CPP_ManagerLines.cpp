@@ -4,13 +4,11 @@
 #include <UT/UT_VariableScan.h>
 #include <UT/UT_Version.h>
 #include <preprocessor/CPP_ManagerWork.h>
+#include <preprocessor/TextBlocks.h>
 #include <preprocessor/Words.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -76,29 +74,11 @@ const char* includeVariable(const char* name, void*) {
     return std::string_view(name) == "__TVERSION__" ? kVersion : TarvaniGetenv(name);
 }
 
-// Sixteen characters that are compared at a time; compilers have instructions for it, or make do with two numbers.
-using Block = unsigned char __attribute__((vector_size(16)));
-
-// The characters that taking comments and carriage returns out of a line has to look at.
-constexpr std::string_view kStops = "/\"'#\r";
-constexpr auto kIsStop = [] {
-    std::array<bool, 256> stops{};
-    for (const char c : kStops) stops[static_cast<unsigned char>(c)] = true;
-    return stops;
-}();
-
-// The first of those from `at` on, the length of the text if there is none.
+// The first character from `at` on that taking comments and carriage returns out of a line has to look at, the length
+// of the text if there is none.
 std::size_t nextStop(std::string_view text, std::size_t at) {
-    for (; text.size() - at >= sizeof(Block); at += sizeof(Block)) {
-        Block block;
-        std::memcpy(&block, text.data() + at, sizeof block);
-        const auto found = (block == '/') | (block == '"') | (block == '\'') | (block == '#') | (block == '\r');
-        std::uint64_t halves[2];
-        std::memcpy(halves, &found, sizeof halves);
-        if (halves[0] | halves[1]) break;
-    }
-    while (at < text.size() && !kIsStop[static_cast<unsigned char>(text[at])]) ++at;
-    return at;
+    return textblocks::firstOf(text, at,
+                               [](auto c) { return (c == '/') | (c == '"') | (c == '\'') | (c == '#') | (c == '\r'); });
 }
 
 void blankCarriageReturns(UT_WorkBuffer& line, std::size_t at) {

@@ -44,6 +44,12 @@ inline std::size_t endOf(std::string_view text, std::size_t at) {
     return at;
 }
 
+// Whether the letter at `at` begins a word: no other stands in front of it and of the digits before it.
+inline bool startsAt(std::string_view text, std::size_t at) {
+    while (at > 0 && kindOf(text[at - 1]) == Kind::Digit) --at;
+    return at == 0 || kindOf(text[at - 1]) != Kind::Word;
+}
+
 inline std::size_t spaceEnd(std::string_view text, std::size_t at) {
     while (at < text.size() && textscan::isSpace(text[at])) ++at;
     return at;

@@ -183,6 +183,18 @@ TEST(Manager, CopiesShareWhatIsOpen) {
     EXPECT_EQ(restOf(original), "\n");  // owed for the definition
 }
 
+TEST(Manager, FindsMacrosAndCommentsWhereverTheyStand) {
+    // Lines are looked through in blocks, in another way once a macro begins with a small letter.
+    for (const char* const defined : {"-DB", "-Db"}) {
+        for (std::size_t i = 0; i < 50; ++i) {
+            const std::string front(i, 'x');
+            EXPECT_EQ(outputOf(front + " A xA x1A 1A \\2A [A]'A' A/*A*/ //A", {"-DA=5", defined}),
+                      front + " 5 xA x1A 15 25 [5]'A' 5      \n")
+                << i;
+        }
+    }
+}
+
 TEST(Manager, SurvivesMacrosThatGoWhileTheyAreExpanded) {
     CPP_Manager* self = nullptr;
     MadeManager manager([&self, at = 0](UT_WorkBuffer& line) mutable {
