@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 UT_IStream* CPP_Stream::stdinStream = nullptr;
@@ -38,7 +39,7 @@ int CPP_Stream::isStdin(const char* name) {
 }
 
 void cpp_DefStream::detach() {
-    if (ownsFile) std::fclose(file);
+    if (ownsFile) delete stream;
     file = nullptr;
     stream = nullptr;
     ownsFile = 0;
@@ -56,15 +57,12 @@ void cpp_DefStream::attachFile(std::FILE* source) {
 
 int cpp_DefStream::openPath(const char* path) {
     detach();
-    file = path ? std::fopen(path, "rb") : nullptr;
-    if (!file) return 0;
-    ownsFile = 1;
-    // A directory opens and can't be read: the first character tells. It is read again from the same block.
-    const int first = std::getc(file);
-    if (first != EOF) {
-        std::ungetc(first, file);
-    } else if (std::ferror(file)) {
-        detach();
+    // Nobody else reads here, so that it needn't be a C file, which takes longer for a line.
+    if (auto source = UTmakeFileSource(path)) {
+        stream = new UT_IStream(std::move(source), UT_ISTREAM_BINARY);
+        ownsFile = 1;
+        // What can't be read is as good as not there; the first block tells.
+        if (stream->buffered().empty() && stream->hasFailed()) detach();
     }
     return isOpen();
 }

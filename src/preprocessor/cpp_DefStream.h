@@ -22,5 +22,5 @@ private:
 
     std::FILE* file = stdin;  // what nobody attaches to anything reads standard input
     UT_IStream* stream = nullptr;
-    int ownsFile = 0;
+    int ownsFile = 0;  // not 0 if `stream` is on a file that was opened here
 };
