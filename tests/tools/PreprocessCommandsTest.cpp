@@ -66,6 +66,8 @@ TEST_F(PreprocessCommands, AFileIsOpenedAsItStands) {
 TEST_F(PreprocessCommands, StandardInputIsAFileLikeOthers) {
     EXPECT_EQ(printed({"cpp", "-"}, {.input = "a\n__FILE__ __LINE__"}), "# 1 \"stdin\"\na\n\"stdin\" 2\n");
     EXPECT_EQ(printed({"cpp", "-P", "-"}, {.input = ""}), "");
+    dir_.write("stdin", "");  // the name must be found, and then it isn't the file that is read
+    EXPECT_EQ(printed({"cpp", "-"}, {.input = "#include \"stdin\"\na\n"}), "# 1 \"stdin\"\n\n# 1 \"stdin\"\na\n");
     EXPECT_EQ(printed({"tokens", "-DX=b", "-"}, {.input = "a X\n"}), "a\nb\n");
 }
 

@@ -2,6 +2,7 @@
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
 #include <preprocessor/CPP_Manager.h>
+#include <preprocessor/CPP_Stream.h>
 #include <preprocessor/CPP_TokenStream.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -146,7 +147,10 @@ int preprocess(const std::vector<std::string>& letters, const std::string& path,
     const std::vector<const char*> options = optionList(letters);
     CPP_Manager manager;
     manager.setOptions(static_cast<int>(options.size()) - 1, options.data());
-    manager.open(input.file(), input.nameInText());
+    UT_IStream source(input.file(), UT_ISTREAM_BINARY);
+    // A source that includes "stdin" goes on where this one stands.
+    if (path == "-") CPP_Stream::setStdin(source);
+    manager.open(source, input.nameInText());
     const bool typed = input.isTerminal();
     ErrorLines errors(manager);
     std::string_view line;
