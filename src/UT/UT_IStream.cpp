@@ -181,8 +181,9 @@ bool UT_IStream::readBinaryString(UT_String& text, UT_ISTREAM_RLE_IO) {
 }
 
 int UT_IStream::nextCharacter() {
-    if (buffered().empty()) return -1;
-    const int c = static_cast<unsigned char>(*cursor_);
+    const std::string_view ready = buffered();
+    if (ready.empty()) return -1;
+    const int c = static_cast<unsigned char>(ready.front());
     consume(1);
     return c;
 }

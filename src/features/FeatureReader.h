@@ -78,7 +78,7 @@ private:
         }
         report("Adding defintion for renderer %s", token.buffer());
         renderers_.addSymbol(token.view(), UT_Thing(options.get()));
-        options.release();
+        static_cast<void>(options.release());
     }
 
     void report(const char* format, ...) const __attribute__((format(printf, 2, 3))) {

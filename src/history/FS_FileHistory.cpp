@@ -147,7 +147,7 @@ int FS_FileHistory::positionOf(int age) const {
 void FS_FileHistory::appendName(std::string_view name) {
     auto added = std::make_unique<UT_String>(name);
     files.append(added.get());
-    added.release();
+    static_cast<void>(added.release());
 }
 
 // Moves the entry equal to `name` to age 0; those that were more recent move up by one. False if there is none.

@@ -61,7 +61,7 @@ bool tell(const platform::Outcome& outcome, UT_String* reason) {
 
 void append(Lists& lists, std::unique_ptr<FS_FileHistory> list) {
     lists.append(list.get());
-    list.release();
+    static_cast<void>(list.release());
 }
 
 void copyLists(Lists& lists, const Lists& others) {

@@ -98,8 +98,9 @@ void CPP_TokenStream::copyWords(const CPP_TokenStream& other) {
     char* place = fromMalloc<char>(std::malloc(length + 1));
     line.adopt(place);
     for (int i = 0; i < count; ++i) {
-        argv[i] = std::strcpy(place, other.argv[other.argvIndex + i]);
-        place += std::strlen(place) + 1;
+        const std::size_t size = std::strlen(other.argv[other.argvIndex + i]) + 1;
+        argv[i] = static_cast<char*>(std::memcpy(place, other.argv[other.argvIndex + i], size));
+        place += size;
     }
     *place = '\0';
     argv[count] = nullptr;

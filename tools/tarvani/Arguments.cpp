@@ -24,7 +24,8 @@ std::string unmarked(const std::string& text) {
 }
 
 // The parser's own conversions give braces a meaning too; this takes the texts untouched.
-CLI::Option* addRaw(CLI::App& app, const char* name, const char* help, std::function<void(const std::string&)> take) {
+CLI::Option* addRaw(CLI::App& app, const char* name, const char* help,
+                    const std::function<void(const std::string&)>& take) {
     const std::string_view words(name);
     const std::size_t blank = words.find(' ');
     CLI::Option* const option = app.add_option(
