@@ -10,6 +10,7 @@
 
 #include <climits>
 #include <cstring>
+#include <random>
 #include <thread>
 
 namespace {
@@ -152,6 +153,23 @@ TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
     EXPECT_EQ(readAll(*beyond), "");
     EXPECT_TRUE(middle->seekg(99'990, 0));
     EXPECT_EQ(readAll(*middle), text.substr(169'990, 10));
+}
+
+TEST(SubStream, WindowsOnOneSourceDoNotDisturbEachOther) {
+    const std::string text = numbered(300'000);
+    const auto source = std::make_shared<CountingSource>(text);
+    UT_IStream a(source, UT_ISTREAM_BINARY);
+    const std::unique_ptr<UT_IStream> b(a.getSubStream(150'000, 150'000));
+    std::string readA, readB;
+    std::mt19937 random(7);
+    char piece[5000];
+    while (readA.size() < text.size() || readB.size() < 150'000) {
+        const int wanted = static_cast<int>(random() % sizeof piece);
+        readA.append(piece, static_cast<std::size_t>(a.bread(piece, wanted)));
+        readB.append(piece, static_cast<std::size_t>(b->bread(piece, wanted)));
+    }
+    EXPECT_TRUE(readA == text);
+    EXPECT_TRUE(readB == text.substr(150'000, 150'000));
 }
 
 TEST(SubStream, WindowsMayLiveOnDifferentThreads) {
