@@ -64,11 +64,12 @@ private:
 
 UT_NetSocket* UT_NetSocket::newSocket(int port, bool listening, bool) {
     if (!listening) return nullptr;
-    auto fd = platform::listenAt(port);
-    if (!fd) return nullptr;
+    auto fd = platform::listenAt(port), reserve = platform::reserveFd();
+    // Without a reserve, a peer that can't be taken would be found waiting for ever.
+    if (!fd || !reserve) return nullptr;
     auto made = std::make_unique<PlainSocket>(fd.get());
     fd.release();
-    static_cast<UT_NetSocket&>(*made).reserve_ = platform::reserveFd().release();
+    static_cast<UT_NetSocket&>(*made).reserve_ = reserve.release();
     return made.release();
 }
 

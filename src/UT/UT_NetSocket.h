@@ -23,7 +23,7 @@ public:
 
     // A new socket, owned by the caller, that listens on `port` of all IPv4 addresses of this machine; 0 takes a port
     // that is free, which `port` then tells. The first flag asks to listen and must be true; the second has no meaning,
-    // pass false. Null if the port can't be had.
+    // pass false. Null if the port can't be had, or the process has fewer than two descriptors left.
     static UT_NetSocket* newSocket(int port, bool listening, bool);
     // A port that an ordinary user may open: 10000 more for those from 1 to 1023, every other as it is.
     static int mapToUnprivilegedPort(int port);

@@ -33,7 +33,6 @@ struct [[nodiscard]] Accepted {
 };
 Accepted acceptFrom(int listening);
 
-// IPv4. Empty and 0 if it can't be told.
 // Connects to the first address of a host that answers, of IPv4 or IPv6, in the order in which the system tells them.
 // Each gets its share of the `timeoutMs` milliseconds that are left, so that a dead one keeps none from being tried.
 // How long it takes to learn the addresses is up to the system.
@@ -47,6 +46,7 @@ struct Address {
     std::string host;  // dotted
     int port = 0;
 };
+// IPv4. Empty and 0 if it can't be told.
 Address localAddress(int fd);
 Address peerAddress(int fd);
 

@@ -1,6 +1,7 @@
 #include <UT/UT_NetPacket.h>
 #include <UT/UT_NetSocket.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <memory>
 
@@ -38,6 +39,21 @@ TEST(NetSocket, MapsPrivilegedPortsAlone) {
         int port, mapped;
     } cases[] = {{-1, -1}, {0, 0}, {1, 10001}, {1023, 11023}, {1024, 1024}, {65535, 65535}};
     for (const auto& c : cases) EXPECT_EQ(UT_NetSocket::mapToUnprivilegedPort(c.port), c.mapped);
+}
+
+TEST(NetSocket, DoesNotListenWithTheLastDescriptor) {
+    // It could never take a peer, nor drop one, which would then be found waiting for ever.
+    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(next);
+    rlimit before;
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    for (const int left : {1, 8}) {
+        const rlimit few = {static_cast<rlim_t>(next + left), before.rlim_max};
+        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+        const std::unique_ptr<UT_NetSocket> server(UT_NetSocket::newSocket(0, true, false));
+        ::setrlimit(RLIMIT_NOFILE, &before);
+        EXPECT_EQ(server != nullptr, left > 1);
+    }
 }
 
 TEST(NetSocket, FindsTheAddressOfAHost) {
