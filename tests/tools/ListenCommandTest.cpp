@@ -1,7 +1,10 @@
 // listen.
 #include <UT/UT_NetSocket.h>
+#include <platform/UniqueFd.h>
+#include <sys/stat.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 
 #include "../support/Network.h"
@@ -57,6 +60,33 @@ TEST_F(ListenCommand, EndsCleanlyByASignalAndPassesItOn) {
     EXPECT_EQ(beside("trap 'exit 7' TERM; kill -TERM $PPID; while :; do sleep 0.01; done").status, 7);
 }
 
+TEST_F(ListenCommand, ASignalEndsItWhileThereIsAlwaysWork) {
+    // Peers come while it is kept by an output that nobody reads, so that from then on no wait ever waits.
+    const std::string pipe = dir_.path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const platform::UniqueFd output(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const Circumstances piped{.output = pipe};
+    const pid_t child = start({"listen", "0"}, piped);
+    char bytes[100'000];
+    ASSERT_TRUE(comes(output.get()));
+    ASSERT_GT(::read(output.get(), bytes, sizeof bytes), 1);
+    const int port = std::atoi(bytes);
+    const Client first(port);
+    EXPECT_TRUE(first.send(std::string(sizeof bytes - 1, 'x') + "\n"));
+    for (int waiting = 0; waiting < 60'000;) ASSERT_EQ(::ioctl(output.get(), FIONREAD, &waiting), 0);
+    const Client late(port);
+    EXPECT_TRUE(late.send("late\n"));
+    ::kill(child, SIGTERM);
+    std::string printed;
+    for (ssize_t count = 1; count > 0 && comes(output.get());) {
+        count = ::read(output.get(), bytes, sizeof bytes);
+        printed.append(bytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    const Outcome outcome = finish(child, piped);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(printed.find("late"), std::string::npos);
+}
+
 TEST_F(ListenCommand, SaysWhyItCannotListen) {
     const std::unique_ptr<UT_NetSocket> taken(UT_NetSocket::newSocket(0, true, false));
     const std::string port = std::to_string(taken->port);
@@ -65,7 +95,10 @@ TEST_F(ListenCommand, SaysWhyItCannotListen) {
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.err, "tarvani: ./none: No such file or directory\n");
     EXPECT_EQ(run({"listen", "0", "--exec", "true"}, {.output = "/dev/full"}).status, 1);
-    for (const Words& words :
-         {Words{"listen"}, {"listen", "65536"}, {"listen", "0", "--exec"}, {"listen", "0", "--mask", "+.+.+.+,1.2.3"}})
+    for (const Words& words : {Words{"listen"},
+                               {"listen", "65536"},
+                               {"listen", "0", "--exec"},
+                               {"listen", "0", "--mask", "+.+.+.+,1.2.3"},
+                               {"listen", "0", "--mask", ", "}})
         EXPECT_EQ(run(words).status, 2) << testing::PrintToString(words);
 }

@@ -50,31 +50,35 @@ void printMessage(void*, const char* text, int length, UT_NetSocket& socket) {
     }
 }
 
-// Signals that end the listening, held back so that they come while the loop waits and nowhere else.
+// The signal that asked for the end, 0 if none did.
 volatile sig_atomic_t endingSignal = 0;
 
+// Sets up the handling of the signals that end the listening or a wait of its loop, and gives them.
+sigset_t handleSignals() {
+    sigset_t handled;
+    sigemptyset(&handled);
+    struct sigaction action {};
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGCHLD}) {
+        struct sigaction before {};
+        // What the parent ignores (a background job) stays ignored.
+        if (signal != SIGCHLD && ::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
+        sigaddset(&handled, signal);
+        // A second one ends the program at once.
+        action.sa_flags = signal == SIGCHLD ? 0 : static_cast<int>(SA_RESETHAND);
+        action.sa_handler = [](int number) {
+            if (number != SIGCHLD) endingSignal = number;
+        };
+        ::sigaction(signal, &action, nullptr);
+    }
+    return handled;
+}
+
+// Holds signals back, so that none is missed between the last look at what they say and a wait that lets them in.
+// Never longer: peers that keep the loop busy, and output that is stuck, must not keep the program from being ended.
 class HeldSignals {
 public:
-    HeldSignals() {
-        sigset_t held;
-        sigemptyset(&held);
-        struct sigaction action {};
-        sigemptyset(&action.sa_mask);
-        for (const int signal : {SIGINT, SIGTERM, SIGCHLD}) {
-            struct sigaction before {};
-            // What the parent ignores (a background job) stays ignored.
-            if (signal != SIGCHLD && ::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
-                continue;
-            sigaddset(&held, signal);
-            // A second one ends the program at once.
-            action.sa_flags = signal == SIGCHLD ? 0 : static_cast<int>(SA_RESETHAND);
-            action.sa_handler = [](int number) {
-                if (number != SIGCHLD) endingSignal = number;
-            };
-            ::sigaction(signal, &action, nullptr);
-        }
-        ::sigprocmask(SIG_BLOCK, &held, &before_);
-    }
+    explicit HeldSignals(const sigset_t& held) { ::sigprocmask(SIG_BLOCK, &held, &before_); }
     ~HeldSignals() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;
@@ -87,19 +91,18 @@ private:
 };
 
 // Starts the program, which finds the port in its environment.
-pid_t startChild(const std::vector<std::string>& words, int port, const sigset_t& mask) {
+pid_t startChild(const std::vector<std::string>& words, int port) {
     ::setenv("TARVANI_PORT", std::to_string(port).c_str(), 1);
     std::vector<char*> argv;
     for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
     argv.push_back(nullptr);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigmask(&attributes, &mask);
     sigset_t ignored;
     sigemptyset(&ignored);
     sigaddset(&ignored, SIGXFSZ);
     posix_spawnattr_setsigdefault(&attributes, &ignored);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;
     const int error = ::posix_spawnp(&child, argv[0], nullptr, &attributes, argv.data(), environ);
     posix_spawnattr_destroy(&attributes);
@@ -114,20 +117,28 @@ int endOf(pid_t child) {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+// Waits for work, without end. The status to exit with if there is nothing more to wait for, else -1.
+int waitForWork(PollLoop& loop, pid_t child, const sigset_t& signals) {
+    const HeldSignals held(signals);
+    if (const int status = child != 0 ? endOf(child) : -1; status >= 0) return status;
+    if (endingSignal && child == 0) return 0;
+    if (endingSignal) ::kill(child, endingSignal);
+    endingSignal = 0;
+    loop.wait(-1, &held.before());
+    return -1;
+}
+
+void serveOnce(PollLoop& loop) {
+    loop.serve();
+    if (printFailure) std::rethrow_exception(printFailure);
+}
+
 // Serves until the child has ended, and then what is still waiting; without one, until a signal comes. The exit status.
-int serve(PollLoop& loop, pid_t child, const sigset_t& mask) {
-    int status = -1;
-    while (status < 0) {
-        if (endingSignal && child == 0) return 0;
-        if (endingSignal) ::kill(child, endingSignal);
-        endingSignal = 0;
-        loop.turn(-1, mask);
-        if (printFailure) std::rethrow_exception(printFailure);
-        if (child != 0) status = endOf(child);
-    }
+int serve(PollLoop& loop, pid_t child, const sigset_t& signals) {
+    int status;
+    while ((status = waitForWork(loop, child, signals)) < 0) serveOnce(loop);
     const auto end = std::chrono::steady_clock::now() + kRestTime;
-    while (std::chrono::steady_clock::now() < end && loop.turn(0, mask)) {
-    }
+    while (child != 0 && std::chrono::steady_clock::now() < end && loop.wait(0)) serveOnce(loop);
     return status;
 }
 
@@ -136,27 +147,30 @@ int listen(int port, const char* mask, bool echo, const std::vector<std::string>
     const std::unique_ptr<FS_ServerSocketListener> service(
         FS_ServerSocketListener::createSocketListener(port, echo ? echoMessage : printMessage, nullptr, mask, false));
     if (!service) throw Failure{"port " + std::to_string(port), "can't be listened at: in use, or not allowed"};
-    const HeldSignals held;
+    const sigset_t signals = handleSignals();
     standardOutput().writeNumber(service->getPort());
     standardOutput().write("\n");
     standardOutput().flush();
-    const pid_t child = program.empty() ? 0 : startChild(program, service->getPort(), held.before());
-    return serve(loop, child, held.before());
+    const pid_t child = program.empty() ? 0 : startChild(program, service->getPort());
+    return serve(loop, child, signals);
 }
 
-// What is wrong with a list of masks: one of a wrong form would silently refuse everybody.
+// What is wrong with a list of masks: none at all, or one of a wrong form, would silently refuse everybody.
 std::string mistakeInMasks(std::string_view masks) {
+    bool isEmpty = true;
     while (!masks.empty()) {
-        const std::size_t end = std::min(masks.find_first_of(" ,"), masks.size());
+        const std::size_t end = std::min(masks.find_first_of(" \t,"), masks.size());
         const std::string mask(masks.substr(0, end));
+        masks.remove_prefix(std::min(end + 1, masks.size()));
+        if (mask.empty()) continue;
         std::string address = mask;
         for (char& c : address)
             if (c == '+' || c == '*') c = '0';
-        if (!mask.empty() && !UT_NetPacket::matchIPMask(mask.c_str(), address.c_str(), nullptr))
+        if (!UT_NetPacket::matchIPMask(mask.c_str(), address.c_str(), nullptr))
             return "\"" + mask + "\" is not a mask: four numbers or + for any, split by dots";
-        masks.remove_prefix(std::min(end + 1, masks.size()));
+        isEmpty = false;
     }
-    return "";
+    return isEmpty ? "no mask: it would refuse everybody" : "";
 }
 
 Action declareListen(CLI::App& app) {
@@ -179,7 +193,7 @@ constexpr Subcommand kCommands[] = {
      "child",
      "tarvani listen 4000\n"
      "tarvani listen 4000 --mask 192.168.1.+,10.0.0.7    refuse all others\n"
-     "tarvani listen 0 --echo --exec sh -c 'echo hello | nc -q 1 127.0.0.1 $TARVANI_PORT'",
+     "tarvani listen 0 --echo --exec sh -c 'echo hello | nc -w 1 127.0.0.1 $TARVANI_PORT'",
      declareListen},
 };
 

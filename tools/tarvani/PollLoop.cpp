@@ -15,6 +15,8 @@ PollLoop::PollLoop() {
 }
 
 PollLoop::~PollLoop() {
+    // Each tells its going, which leaves its place empty.
+    for (std::size_t i = 0; i < generators_.size(); ++i) delete generators_[i];
     FS_EventGenerator::setInstaller(nullptr);
     theLoop = nullptr;
 }
@@ -43,10 +45,17 @@ void PollLoop::forgetRemoved() {
     watched_.resize(kept);
 }
 
-bool PollLoop::turn(int longestWaitMs, const sigset_t& mask) {
+bool PollLoop::wait(int longestWaitMs, const sigset_t* mask) {
     forgetRemoved();
     const timespec wait = {longestWaitMs / 1000, longestWaitMs % 1000 * 1000000L};
-    if (::ppoll(watched_.data(), watched_.size(), longestWaitMs < 0 ? nullptr : &wait, &mask) <= 0) return false;
+    const int ready = ::ppoll(watched_.data(), watched_.size(), longestWaitMs < 0 ? nullptr : &wait, mask);
+    // A wait that a signal ended has found nothing.
+    if (ready <= 0)
+        for (pollfd& each : watched_) each.revents = 0;
+    return ready > 0;
+}
+
+void PollLoop::serve() {
     // Those that are added meanwhile stand behind `size`, and have their turn later.
     for (std::size_t i = 0, size = watched_.size(); i < size; ++i) {
         if (!watched_[i].revents || !generators_[i]) continue;
@@ -54,5 +63,4 @@ bool PollLoop::turn(int longestWaitMs, const sigset_t& mask) {
         // It may be gone, whatever was answered; if it isn't, its descriptor may be.
         if (generators_[i]) watched_[i].fd = generators_[i]->getFileDescriptor();
     }
-    return true;
 }

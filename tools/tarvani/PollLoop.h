@@ -12,13 +12,16 @@ class FS_EventGenerator;
 class PollLoop {
 public:
     PollLoop();
+    // Deletes the generators that are still there: connections belong to nobody.
     ~PollLoop();
     PollLoop(const PollLoop&) = delete;
     PollLoop& operator=(const PollLoop&) = delete;
 
-    // Waits until a generator has work, or a signal comes that `mask` lets through, at most so many milliseconds
-    // (negative: for ever), and serves all that have. False if there was nothing to do.
-    bool turn(int longestWaitMs, const sigset_t& mask);
+    // Waits until a generator has work, or a signal comes that `mask` lets through (null: those that are let through
+    // anyway), at most so many milliseconds (negative: for ever). False if there is nothing to do.
+    bool wait(int longestWaitMs, const sigset_t* mask = nullptr);
+    // Serves all that had work at the last wait.
+    void serve();
 
 private:
     static int install(FS_EventGenerator* generator, int flag);
