@@ -17,7 +17,8 @@ class TARVANI_EXPORT FS_ServerSocketListener : public FS_EventGenerator {
 public:
     using MessageCallback = FS_ConnectedSocketListener::MessageCallback;
     // Told once that the watched child has exited (`destroyed` false: the socket is closed, the listener lives at least
-    // until the callback returns), or that the listener is being destroyed before that (true).
+    // until the callback returns), or that the listener is being destroyed before that (true). A callback that deletes
+    // the listener while it hears the first is told the second as well.
     using ChildExitCallback = void (*)(FS_ServerSocketListener& listener, void* data, bool destroyed);
 
     // A listener on `port`, or with `useUnprivilegedPort` on UT_NetSocket::mapToUnprivilegedPort of it, that serves the
