@@ -75,10 +75,12 @@ TEST_P(Cases, GiveTheirOutput) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, Cases,
-                         testing::Values(Group{"macros", runLines}, Group{"calls", runLines}, Group{"lines", runLines},
+                         testing::Values(Group{"macros", runLines}, Group{"parameters", runLines},
+                                         Group{"calls", runLines}, Group{"lines", runLines},
                                          Group{"directives", runLines}, Group{"conditionals", runLines},
-                                         Group{"includes", runLines}, Group{"hash", runLines},
-                                         Group{"options", runLines}, Group{"tokens", runTokens}),
+                                         Group{"includes", runLines}, Group{"markers", runLines},
+                                         Group{"hash", runLines}, Group{"options", runLines},
+                                         Group{"tokens", runTokens}),
                          [](const auto& group) { return std::string(group.param.name); });
 
 // What the rows of the table in force when `row` is reached make of it, empty if that is right.
