@@ -18,11 +18,12 @@
 
 // A stretch of a source that lies in memory. It stays valid for as long as `bytes` is held.
 struct UT_ByteBlock {
-    std::shared_ptr<const char[]> bytes;
-    std::int64_t start = 0;  // position in the source of bytes[0]
-    std::size_t length = 0;  // 0: there is nothing at the position that was asked for
-    bool failed = false;     // there is nothing because reading failed, not because the source ends
+    std::shared_ptr<const char[]> bytes;  // shared with the source and other blocks of it
+    std::int64_t start = 0;               // position in the source of bytes[0]
+    std::size_t length = 0;               // 0: there is nothing at the position that was asked for
+    bool failed = false;                  // there is nothing because reading failed, not because the source ends
 
+    // True if the byte at `position` of the source lies in this block.
     bool holds(std::int64_t position) const {
         return start >= 0 && position >= start && static_cast<std::uint64_t>(position - start) < length;
     }

@@ -4,6 +4,7 @@
 //     if (UT_EnvControl::getInt(UT_CONTROL_DSO_ERROR)) showFailure();
 #include <UT/UT_Export.h>
 
+// The controls by their numbers, with variable, default and meaning.
 enum UT_IntControl : int {
     UT_CONTROL_DSO_ERROR = 24,              // TARVANI_DSO_ERROR, default 1: failures of plug-ins are shown
     UT_CONTROL_CPP_EXPAND_DIRECTIVES = 25,  // TARVANI_CPP_EXPAND_DIRECTIVES, default 0: macros in directives

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 struct TARVANI_EXPORT UT_FileStat {
+    // What an entry of a directory is.
     enum FileType { UNKNOWN = 0, REGULAR = 1, DIRECTORY = 2, SHORTCUT = 3 };
 
     FileType type = UNKNOWN;  // SHORTCUT is a symbolic link; devices, pipes and sockets are UNKNOWN

@@ -21,6 +21,7 @@
 class UT_String;
 class UT_WorkBuffer;
 
+// How a stream reads values: as words of text, or as the bytes of binary files.
 enum UT_ISTREAM_READTYPE { UT_ISTREAM_ASCII = 0, UT_ISTREAM_BINARY = 1 };
 // The mode of a binary string: a 32-bit little-endian length and the bytes. The only one.
 enum UT_ISTREAM_RLE_IO { UT_ISTREAM_RLE32 = 32 };
@@ -72,6 +73,7 @@ public:
     // Sets the read type for a stretch; popBinary restores what was before.
     void pushBinary(UT_ISTREAM_READTYPE type);
     void popBinary();
+    // True while the read type is UT_ISTREAM_BINARY.
     bool isBinary() const { return type_ == UT_ISTREAM_BINARY; }
 
     // A new stream, owned by the caller, over `length` bytes from `offset` (in the terms of tellg); it counts its
@@ -119,6 +121,7 @@ private:
 // Sets a read type for as long as it lives.
 class TARVANI_EXPORT UT_IStreamAutoBinary {
 public:
+    // Borrows `stream`, which must outlive the object.
     UT_IStreamAutoBinary(UT_IStream& stream, UT_ISTREAM_READTYPE type) : stream_(stream) { stream_.pushBinary(type); }
     ~UT_IStreamAutoBinary() { stream_.popBinary(); }
     UT_IStreamAutoBinary(const UT_IStreamAutoBinary&) = delete;
@@ -131,6 +134,7 @@ private:
 // A stream over a file, its path made absolute. A file that can't be opened gives a stream that is at its end.
 class TARVANI_EXPORT UT_IFStream : public UT_IStream {
 public:
+    // Opens `path`, a path of the local file system, and reads it as `type`. Null is a path that can't be opened.
     UT_IFStream(const char* path, UT_ISTREAM_READTYPE type);
     ~UT_IFStream() override;
 };

@@ -24,6 +24,7 @@ public:
     explicit UT_OStrStream(int size);
     ~UT_OStrStream() override;
 
+    // The buffer, owned by the stream.
     std::strstreambuf* rdbuf() { return &buffer_; }
     // The bytes written so far, pcount() of them, not NUL-terminated, frozen: the stream doesn't release or move them
     // until rdbuf()->freeze(false).

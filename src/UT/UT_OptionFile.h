@@ -16,6 +16,7 @@ class UT_String;
 
 class TARVANI_EXPORT UT_OptionFile {
 public:
+    // The type of a value; NONE of an option that isn't there.
     enum Type { NONE, INT, FLOAT, BOOL, STRING };
 
     // An empty set. There are no parsers: pass null.
@@ -34,6 +35,7 @@ public:
     // "false" or "off", in any case), else text.
     void setOptionFromText(const char* name, const UT_String& value);
 
+    // False for a null name.
     bool hasOption(const char* name) const;
     // The type of an option's value; NONE if there is no such option.
     Type getOptionType(const char* name) const;

@@ -25,6 +25,7 @@ enum UT_KnownPath : int {
 
 class TARVANI_EXPORT UT_PathSearch {
 public:
+    // The number of values of UT_KnownPath.
     static constexpr int kKnownPaths = 4;
 
     // The shared object of a known path, never null, valid to the end of the process. The environment is read when the
@@ -63,11 +64,11 @@ public:
     // The user's directory of the product, without a trailing slash; it need not exist. $TARVANI_HOME, else
     // $XDG_CONFIG_HOME/tarvani, else .config/tarvani in the home directory. Null if there is no home directory.
     static void getHomeTarvani(UT_String& out);
-    // The absolute form of a path, from the current directory, with `.`, `..` and repeated slashes resolved as text and
+    // The absolute form of a path, from the current directory, with ".", ".." and repeated slashes resolved as text and
     // a final slash kept. A path with a registered prefix stays as it is. False for null, for an empty path,
     // behind "file:" too, and for a lost current directory; `out` is then null.
     static bool resolveAbsolutePath(const char* path, UT_String& out);
-    // Shortens a path for display, in place: the user's home directory in front becomes `~`. Gives 1 if it did.
+    // Shortens a path for display, in place: the user's home directory in front becomes "~". Gives 1 if it did.
     static int condenseCommon(UT_String& path);
 
     // In search order, with one element for each directory in all three. To be read, not changed.

@@ -31,6 +31,7 @@ public:
     void sort(int (*compare)(const void*, const void*));
 
 protected:
+    // Gives negative, 0 or positive, as by qsort.
     using Compare = int (*)(void* a, void* b, void* context);
     // Sorts by a comparison of elements that is handed `context` as well.
     void sortElements(Compare compare, void* context);
@@ -42,6 +43,7 @@ class UT_PtrArray : private UT_PtrArrayRaw {
     static_assert(std::is_pointer_v<T>, "UT_PtrArray holds pointers: UT_PtrArray<Thing*>");
 
 public:
+    // Empty, with room for so many elements.
     explicit UT_PtrArray(unsigned capacity = 0) : UT_PtrArrayRaw(capacity) {}
     UT_PtrArray(const UT_PtrArray&) = default;
     UT_PtrArray(UT_PtrArray&&) noexcept = default;
@@ -63,6 +65,7 @@ public:
     T last() const { return (*this)(std::int64_t{entries()} - 1); }
     // An element to read or set. An index behind the end grows the array with nulls up to and with it.
     T& operator[](std::int64_t index) { return *typed(&UT_PtrArrayRaw::operator[](index)); }
+    // The elements, one behind the other.
     T* begin() { return typed(data()); }
     T* end() { return begin() + entries(); }
     const T* begin() const { return static_cast<const T*>(static_cast<const void*>(data())); }
@@ -70,6 +73,7 @@ public:
 
     // Adds at the end and gives the index.
     int append(T pointer) { return UT_PtrArrayRaw::append(asVoid(pointer)); }
+    // As those of UT_PtrArrayRaw.
     int find(T pointer, unsigned start = 0) const { return UT_PtrArrayRaw::find(pointer, start); }
     int remove(T pointer) { return UT_PtrArrayRaw::remove(pointer); }
     // Sorts in place, equal elements keeping their order. `compare` is given two elements and gives negative, 0 or

@@ -24,6 +24,7 @@ public:
     // Elements that an array can have at most.
     static constexpr unsigned kMostEntries = std::numeric_limits<int>::max();
 
+    // Empty, with room for so many elements.
     explicit UT_RefArray(unsigned capacity = 0) { setCapacity(capacity); }
     UT_RefArray(const UT_RefArray& other) { copyFrom(other); }
     UT_RefArray(UT_RefArray&& other) noexcept { swap(other); }
@@ -36,15 +37,18 @@ public:
         UT_RefArray(std::move(other)).swap(*this);
         return *this;
     }
+    // Exchanges the contents, copying nothing.
     void swap(UT_RefArray& other) noexcept {
         std::swap(data_, other.data_);
         std::swap(capacity_, other.capacity_);
         std::swap(entries_, other.entries_);
     }
 
+    // The number of elements, whether it is 0, and how many the storage has room for.
     int entries() const { return static_cast<int>(entries_); }
     bool isEmpty() const { return entries_ == 0; }
     unsigned capacity() const { return capacity_; }
+    // The elements, one behind the other; null while there is no storage.
     T* data() { return data_; }
     const T* data() const { return data_; }
     T* begin() { return data_; }
@@ -56,6 +60,7 @@ public:
     // reads.
     T& operator()(std::int64_t index) { return contains(index) ? data_[index] : spare(); }
     const T& operator()(std::int64_t index) const { return contains(index) ? data_[index] : spare(); }
+    // The last element; of an empty array, what an index out of range gives.
     T& last() { return (*this)(std::int64_t{entries()} - 1); }
     const T& last() const { return (*this)(std::int64_t{entries()} - 1); }
     // An element by index. An index behind the end grows the array with empty records up to and with it; one that no
@@ -94,6 +99,7 @@ public:
     void clear() { entries_ = 0; }
 
 protected:
+    // True if there is an element of that index.
     bool contains(std::int64_t index) const { return index >= 0 && index < std::int64_t{entries_}; }
 
 private:

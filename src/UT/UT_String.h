@@ -44,6 +44,7 @@ public:
     int length() const;
     // True for a null and for an empty string.
     bool isEmpty() const { return !text_ || !*text_; }
+    // True for a null string alone.
     bool isNull() const { return !text_; }
     // True if the string only refers to its characters.
     bool isReference() const { return text_ && notOwned_; }

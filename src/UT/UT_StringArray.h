@@ -20,8 +20,10 @@ public:
     int append(std::string_view text);
     int append(const UT_String& text) { return append(text.view()); }
 
+    // The number of elements, and whether it is 0.
     int entries() const { return static_cast<int>(strings_.size()); }
     bool isEmpty() const { return strings_.empty(); }
+    // An element by index, and the last one. Out of range there is a spare string that nobody reads.
     UT_String& operator()(std::int64_t index) { return contains(index) ? strings_[place(index)] : spare(); }
     const UT_String& operator()(std::int64_t index) const { return contains(index) ? strings_[place(index)] : spare(); }
     UT_String& last() { return (*this)(std::int64_t{entries()} - 1); }
@@ -30,8 +32,10 @@ public:
     int find(std::string_view text) const;
     // Removes one element; later ones close up. Gives the index, -1 if it was out of range.
     int removeAt(std::int64_t index);
+    // Removes all elements.
     void clear() { strings_.clear(); }
 
+    // The elements, one behind the other.
     UT_String* begin() { return strings_.data(); }
     UT_String* end() { return strings_.data() + strings_.size(); }
     const UT_String* begin() const { return strings_.data(); }

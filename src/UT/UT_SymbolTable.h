@@ -72,6 +72,7 @@ public:
         std::string_view nameView() const;
         UT_Thing& thing() const;
         UT_Thing& operator*() const { return thing(); }
+        // True where there is no entry any more. All ends of walks are equal.
         bool atEnd() const;
         friend bool operator==(const traverser& a, const traverser& b) {
             return a.atEnd() || b.atEnd() ? a.atEnd() == b.atEnd() : a.index_ == b.index_;
@@ -84,6 +85,7 @@ public:
         Entries* table_;  // null for the end
         std::uint32_t index_;
     };
+    // A walk from the first entry, and the place behind the last one.
     traverser begin();
     traverser end();
 

@@ -16,15 +16,19 @@ public:
     template <class Integer, class = std::enable_if_t<std::is_integral_v<Integer>>>
     explicit UT_Thing(Integer value) : pointer_(reinterpret_cast<void*>(static_cast<std::intptr_t>(value))) {}
 
+    // The pointer as it was stored.
     void* asPointer() const { return pointer_; }
     // The pointer as one to T, which must be what was stored.
     template <class T>
     T* as() const {
         return static_cast<T*>(pointer_);
     }
+    // The integer that was stored.
     std::intptr_t asInt() const { return reinterpret_cast<std::intptr_t>(pointer_); }
+    // True for a null pointer and for the integer 0.
     bool isNull() const { return pointer_ == nullptr; }
 
+    // True if both hold the same pointer or the same integer.
     friend bool operator==(const UT_Thing& a, const UT_Thing& b) { return a.pointer_ == b.pointer_; }
 
 private:

@@ -24,10 +24,12 @@ public:
     char* operator()(std::int64_t index) const {
         return index >= 0 && index < entries() ? words_[static_cast<std::size_t>(index)] : nullptr;
     }
+    // Adds a word at the end; borrows its characters. Null ends the words for who reads argv().
     void append(char* word) {
         words_.back() = word;
         words_.push_back(nullptr);
     }
+    // Removes all words.
     void clear() { words_.assign(1, nullptr); }
 
 private:

@@ -22,19 +22,23 @@ class UT_String;
 class TARVANI_EXPORT UT_WorkBuffer {
 public:
     UT_WorkBuffer() = default;
+    // A copy of `text`.
     explicit UT_WorkBuffer(std::string_view text) { append(text); }
     UT_WorkBuffer(const UT_WorkBuffer& other) : UT_WorkBuffer(other.view()) {}
     UT_WorkBuffer(UT_WorkBuffer&& other) noexcept { swap(other); }
     ~UT_WorkBuffer();
     UT_WorkBuffer& operator=(const UT_WorkBuffer& other);
     UT_WorkBuffer& operator=(UT_WorkBuffer&& other) noexcept;
+    // Exchanges the contents, copying nothing.
     void swap(UT_WorkBuffer& other) noexcept;
 
     // The characters. Valid until the buffer changes.
     const char* buffer() const { return text_; }
     // In characters, the ending NUL not counted.
     int length() const { return length_; }
+    // True if there are no characters.
     bool isEmpty() const { return length_ == 0; }
+    // The characters without the ending NUL. Valid until the buffer changes.
     std::string_view view() const { return {text_, static_cast<std::size_t>(length_)}; }
     // The last character, NUL if there is none.
     char last() const { return length_ ? text_[length_ - 1] : '\0'; }
@@ -83,6 +87,7 @@ public:
     void append(const char* text, int length) {
         if (text && length > 0) append(std::string_view(text, static_cast<std::size_t>(length)));
     }
+    // Up to the NUL.
     void strcat(const char* text) { append(text); }
 
     // Replaces the content by the formatted text, of any length. The arguments may point into this very buffer. Gives
@@ -95,6 +100,7 @@ public:
     char* lock(int offset = 0, unsigned length = 0);
     // Ends lock: the length becomes what stands in front of the first NUL. The argument is not used.
     void release(int = 0);
+    // True between lock and release.
     bool isLocked() const { return lockCount_ != 0; }
 
     // Replaces the content by the next line of a C file, up to a line feed, which is not kept, or to a NUL, which hides

@@ -16,6 +16,7 @@ public:
     // Gets a message with its final byte, valid during the call, and the socket for an answer. It ends the connection
     // by closing that socket. It runs on the host's loop: while it waits for a peer, nobody else is served.
     using MessageCallback = void (*)(void* data, const char* text, int length, UT_NetSocket& socket);
+    // Bytes. A message that passes them without its final byte ends the connection as if the peer had gone.
     static constexpr int kLongestMessage = 64 << 20;
 
     // Takes the peer that waits at `listeningSocket`, and installs itself, if the peer's address matches `ipMask`
@@ -37,6 +38,8 @@ protected:
     int getFileDescriptor() override;
     // False while the callback runs, so that a loop that the callback runs leaves this listener alone.
     bool areEventsWaiting() override;
+    // Reads what is there and hands over the message that it completes. Gives 1, or 0 where the listener has deleted
+    // itself.
     int processEvents() override;
 
 private:

@@ -49,6 +49,7 @@ public:
     static void setInstaller(int (*installer)(FS_EventGenerator* generator, int install));
     // Sets what pollEventLoop calls. Null for none.
     static void setEventLoopPollCallback(void (*callback)(bool));
+    // True if pollEventLoop has something to call.
     static bool isEventLoopPollCallbackSet();
 
 private:

@@ -15,6 +15,7 @@
 
 class TARVANI_EXPORT FS_ServerSocketListener : public FS_EventGenerator {
 public:
+    // Given each message of each connection.
     using MessageCallback = FS_ConnectedSocketListener::MessageCallback;
     // Told once that the watched child has exited (`destroyed` false: the socket is closed, the listener lives at least
     // until the callback returns), or that the listener is being destroyed before that (true). A callback that deletes
@@ -37,6 +38,7 @@ public:
     int getFileDescriptor() override;
     // 1000 while a child is watched, else -1.
     int getPollTime() override;
+    // True if a peer waits, or the watched child has exited.
     bool areEventsWaiting() override;
     // Takes one peer that waits. 0 when the child was found to have exited; the listener may be deleted then.
     int processEvents() override;
@@ -45,6 +47,7 @@ public:
     int getPort() const;
     // The port as it was asked for.
     int getRequestedPort() const { return requestedPort; }
+    // The mask as it was given; null where everybody may come.
     const UT_String& getIPMask() const { return ipMask; }
 
     // Closes the socket, and with `deleteListener` deletes the listener, when the process has exited. An earlier watch
@@ -56,6 +59,7 @@ protected:
     FS_ServerSocketListener(UT_NetSocket* socket, int port, MessageCallback callback, void* data, const char* ipMask);
     // Takes one peer. A subclass may make its own kind of connection from getServerSocket().
     virtual void createConnectedSocketListener();
+    // The socket that listens, owned by the listener; null once it is closed.
     UT_NetSocket* getServerSocket() { return serverSocket; }
 
 private:

@@ -28,6 +28,7 @@ public:
 
     // The label of the list in its file. Valid as long as the list.
     const char* getTypeNameofMRU() const { return typeName.buffer(); }
+    // How many names the list holds.
     int numFilesinMRU() const;
     // The name of that age, null if there is none. Valid until the list changes.
     const char* getFilenamefromMRU(int age) const;

@@ -44,6 +44,7 @@ enum FS_FileHistoryType : int {
 
 class TARVANI_EXPORT FS_FileHistoryManager {
 public:
+    // The number of types.
     static constexpr int kTypes = 23;
     // The two files, in the user's directory of the product (UT_PathSearch::getHomeTarvani).
     static constexpr const char* kFileHistory = "file.history";
@@ -59,6 +60,7 @@ public:
     FS_FileHistoryManager& operator=(const FS_FileHistoryManager& other);
     ~FS_FileHistoryManager();
 
+    // How many names the list of a type holds; 0 outside the table.
     int numFilesInList(FS_FileHistoryType type) const;
     int numDirsInList(FS_FileHistoryType type) const;
     // The name of that age, 0 the most recent; null if there is none. Valid until the list changes.

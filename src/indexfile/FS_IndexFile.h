@@ -56,6 +56,7 @@ public:
         // -1 for a section in memory, else the position in the source of the first stored byte.
         int getOffset() const { return offset; }
         void setOffset(int value) { offset = value; }
+        // Seconds since the epoch.
         int getModTime() const { return modTime; }
         void setModTime(int seconds) { modTime = seconds; }
         // Bytes that a reader of the section gets.
@@ -131,6 +132,7 @@ public:
 
     // Absolute path of the file; empty for a container in memory or over a reader.
     const UT_String& getSourceFile() const { return sourceFile; }
+    // The text in front of the sections; set, a copy.
     const UT_String& getDescription() const { return description; }
     void setDescription(const char* text);
     // The source's modification time when it was opened; of a container in memory the time of its making. Edits don't
@@ -138,7 +140,9 @@ public:
     int getModTime() const { return modTime; }
     // Bytes of the source when it was opened; 0 where there was none.
     int getFileDataSize() const { return fileDataSize; }
+    // Sections in the table.
     int getNumSections() const;
+    // Now, in seconds since the epoch, in the range that a section's time has.
     static int getCurrentTime();
 
     // By name; of two sections with one name the later is found. 0 for an unknown name.
@@ -184,6 +188,7 @@ public:
     bool linkSection(const char* name, const FS_Reader& source, UT_String* reason = nullptr);
     // Replaces the content of an existing section in its place; does nothing for an unknown name.
     void modifySection(const char* name, const char* data, int size, int modTime);
+    // Removes a section; does nothing for an unknown name.
     void removeSection(const char* name);
     // Moves the sections `first` to `last`, both included, by `offset` places. Does nothing unless all of them would
     // stay in the table.

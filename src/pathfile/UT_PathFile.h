@@ -45,6 +45,7 @@ public:
     void setSearchPath(int knownPath, const char* pattern);
     // The pattern as it was set; empty before.
     const char* getSearchPattern() const { return searchPattern.buffer(); }
+    // The number of directories of the search path.
     int getDirCount() const;
     // A directory of the search path as it is written, with its variables. Null out of range. Borrowed.
     const char* getDir(int index) const;

@@ -17,6 +17,7 @@
 class UT_String;
 class UT_WorkBuffer;
 
+// What a macro stands for.
 enum CPP_MacroType {
     CPP_MACRO_NORMAL = 0,  // has a definition
     CPP_MACRO_FILE = 1,    // __FILE__
@@ -56,6 +57,7 @@ public:
     std::string_view getDefinitionView() const { return {definition, definitionLength_}; }
     // The number of parameters, -1 for a macro that is used without parentheses.
     int getArgCount() const { return argCount; }
+    // What the macro stands for.
     CPP_MacroType getType() const { return type; }
 
 private:

@@ -16,6 +16,7 @@ struct FS_Stat {
           isShortcut(shortcut),
           size(bytes) {}
 
+    // True if all four fields are the same.
     constexpr bool operator==(const FS_Stat& other) const {
         return modTime == other.modTime && size == other.size && isDirectory == other.isDirectory &&
                isShortcut == other.isShortcut;
@@ -28,7 +29,7 @@ struct FS_Stat {
     }
 
     std::int32_t modTime;  // seconds since the epoch
-    bool isDirectory : 1;
-    bool isShortcut : 1;  // a symbolic link; a listing has it under what it leads to
-    std::int64_t size;    // bytes
+    bool isDirectory : 1;  // a directory, or what its helper calls one
+    bool isShortcut : 1;   // a symbolic link; a listing has it under what it leads to
+    std::int64_t size;     // bytes
 };
