@@ -2,10 +2,9 @@
 // first line is the search pattern, a second one a file in one of three directories, named by a digit in front; every
 // further line is a step: a letter and what it is given.
 #include "Check.h"
+#include "EntryModel.h"
 #include "Scratch.h"
 #include "SlowMatch.h"
-
-#include "../tests/pathfile/EntryModel.h"
 
 #include <pathfile/UT_PathFile.h>
 #include <pathfile/UT_PathFileInfo.h>

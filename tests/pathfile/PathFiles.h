@@ -54,7 +54,7 @@ protected:
     }
     // A path as the tests write it, from the directory of the search path on.
     static std::string relative(const char* full) {
-        const std::string text = full ? full : "(null)";
+        const std::string text = full ? full : "-";
         return text.starts_with(path("")) ? text.substr(path("").size()) : text;
     }
     static Texts entries(const UT_PathFile& file, int unfilteredOnly = 0) {
@@ -75,5 +75,5 @@ protected:
 };
 
 inline std::string text(const char* characters) {
-    return characters ? characters : "(null)";
+    return characters ? characters : "-";
 }

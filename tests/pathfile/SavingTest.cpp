@@ -2,106 +2,94 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <sstream>
 
 #include "../stream/AsUser.h"
 #include "PathFiles.h"
 
 class PathFileSaving : public PathFiles {
 protected:
-    struct Case {
-        const char* what;
-        Texts files;        // that exist
-        const char* entry;  // the entry to save, one of them or a new one
-        int start;          // its directory index
-        int mustBeNew, aboveHidden, overVisible;
-        Texts closed;       // directories that can't be written
-        int result, index;  // what is expected
-    };
-
-    // "RESULT INDEX PATH" of the entry after prepareForSave.
-    static std::string answer(const Case& c) {
+    // "INDEX PATH" of an entry after prepareForSave, with "none: " in front where there is no place for it.
+    static std::string answer(const char* name, int start, const std::string& flags) {
         Found file;
         UT_PathFileInfo entry(&file);
-        entry.setFullPath((path("lo/") + c.entry).c_str());
+        entry.setFullPath(path("lo/" + std::string(name)).c_str());
         entry.deconstructFullPath(kLo);
-        entry.setDirIndex(c.start);
-        const int result = entry.prepareForSave(c.mustBeNew, c.aboveHidden, c.overVisible);
-        return std::to_string(result) + " " + std::to_string(entry.getDirIndex()) + " " + relative(entry.getFullPath());
+        entry.setDirIndex(start);
+        const auto has = [&](char flag) { return flags.find(flag) != flags.npos; };
+        const std::string found = entry.prepareForSave(has('n'), has('h'), has('v')) ? "" : "none: ";
+        return found + std::to_string(entry.getDirIndex()) + " " + relative(entry.getFullPath());
     }
 };
 
 TEST_F(PathFileSaving, ChoosesTheFirstPlaceThatIsFoundAndCanBeWritten) {
-    const char* const kDirectories[] = {"lo/", "mid/", "hi/"};
-    const Case cases[] = {
-        // no related entry: the disk isn't asked
-        {"alone", {}, "a", kMid, 0, 1, 1, {"mid"}, 1, kMid},
-        {"unrelated", {"lo/b", "hi/b.hide"}, "a", kLo, 1, 1, 1, {"lo"}, 1, kLo},
-        // no flag: upwards from where it is
-        {"stays", {"lo/a.txt"}, "a.txt", kLo, 0, 0, 0, {}, 1, kLo},
-        {"moves up", {"lo/a.txt"}, "a.txt", kLo, 0, 0, 0, {"lo"}, 1, kMid},
-        {"moves up twice", {"lo/a.txt"}, "a.txt", kLo, 0, 0, 0, {"lo", "mid"}, 1, kHi},
-        {"nowhere", {"lo/a.txt"}, "a.txt", kLo, 0, 0, 0, {"lo", "mid", "hi"}, 0, kLo},
-        {"never down", {"lo/a.txt"}, "a.txt", kHi, 0, 0, 0, {"hi"}, 0, kHi},
-        {"new", {"lo/a.txt", "mid/a.txt"}, "a.txt", kLo, 1, 0, 0, {}, 1, kHi},
-        {"own suffix", {"lo/a.txt", "mid/a.txt"}, "a.txt.hide", kLo, 1, 0, 0, {}, 1, kLo},
-        // over what is visible
-        {"over visible", {"mid/a.txt"}, "a.txt", kLo, 0, 0, 1, {}, 1, kMid},
-        {"over the highest", {"mid/a.txt", "hi/a.txt"}, "a.txt", kLo, 0, 0, 1, {}, 1, kHi},
-        {"over visible, new", {"mid/a.txt"}, "a.txt", kLo, 1, 0, 1, {}, 1, kHi},
-        {"over another extension", {"mid/a.jpg"}, "a.txt", kLo, 0, 0, 1, {}, 1, kMid},
-        {"append is visible", {"mid/a.txt.append"}, "a.txt", kLo, 0, 0, 1, {}, 1, kMid},
-        {"visible below", {"lo/a.txt"}, "a.txt", kMid, 0, 0, 1, {}, 1, kMid},
-        {"hidden doesn't count", {"mid/a.txt.hide"}, "a.txt", kLo, 0, 0, 1, {}, 1, kLo},
-        {"another name doesn't count", {"lo/a.txt", "hi/b.txt"}, "a.txt", kLo, 0, 0, 1, {}, 1, kLo},
-        // above what hides
-        {"above hidden", {"lo/a.txt.hide"}, "a.txt", kLo, 0, 1, 0, {}, 1, kMid},
-        {"above the middle", {"mid/a.txt.hide"}, "a.txt", kLo, 0, 1, 0, {}, 1, kHi},
-        {"above hidden, closed", {"lo/a.txt.hide"}, "a.txt", kLo, 0, 1, 0, {"mid"}, 1, kHi},
-        {"above the first", {"hi/a.txt.hide"}, "a.txt", kLo, 0, 1, 0, {}, 0, kLo},
-        {"hidden below", {"lo/a.txt.hide"}, "a.txt", kMid, 0, 1, 0, {}, 1, kMid},
-        {"visible doesn't count", {"mid/a.txt"}, "a.txt", kLo, 0, 1, 0, {}, 1, kLo},
-        // both: the higher of the two
-        {"both, hidden higher", {"lo/a.txt", "mid/a.txt.hide"}, "a.txt", kLo, 0, 1, 1, {}, 1, kHi},
-        {"both, visible higher", {"lo/a.txt.hide", "hi/a.txt"}, "a.txt", kLo, 0, 1, 1, {}, 1, kHi},
-        {"both, failing", {"lo/a.txt.hide", "mid/a.txt"}, "a.txt", kLo, 0, 1, 1, {"mid", "hi"}, 0, kLo},
+    const struct {
+        Texts files;         // that exist
+        const char* closed;  // directories that can't be written
+        const char* entry;   // to save, one of the files or a new one
+        int start;
+        const char* flags;  // must be n(ew), above what h(ides), over what is v(isible)
+        const char* expected;
+    } cases[] = {
+        // No related entry: the disk isn't asked.
+        {{}, "mid", "a", kMid, "hv", "1 mid/a"},
+        {{"lo/b", "hi/b.hide"}, "lo", "a", kLo, "nhv", "0 lo/a"},
+        // No flag: upwards from where it is.
+        {{"lo/a.txt"}, "", "a.txt", kLo, "", "0 lo/a.txt"},
+        {{"lo/a.txt"}, "lo", "a.txt", kLo, "", "1 mid/a.txt"},
+        {{"lo/a.txt"}, "lo mid", "a.txt", kLo, "", "2 hi/a.txt"},
+        {{"lo/a.txt"}, "lo mid hi", "a.txt", kLo, "", "none: 0 lo/a.txt"},
+        {{"lo/a.txt"}, "hi", "a.txt", kHi, "", "none: 2 hi/a.txt"},
+        {{"lo/a.txt", "mid/a.txt"}, "", "a.txt", kLo, "n", "2 hi/a.txt"},
+        {{"lo/a.txt", "mid/a.txt"}, "", "a.txt.hide", kLo, "n", "0 lo/a.txt.hide"},  // by its own suffix
+        // Over what is visible, which an appending file is; not over another name or lower than it starts.
+        {{"mid/a.txt", "hi/a.txt"}, "", "a.txt", kLo, "v", "2 hi/a.txt"},
+        {{"mid/a.txt"}, "", "a.txt", kLo, "nv", "2 hi/a.txt"},
+        {{"mid/a.jpg"}, "", "a.txt", kLo, "v", "1 mid/a.txt"},  // another extension
+        {{"mid/a.txt.append"}, "", "a.txt", kLo, "v", "1 mid/a.txt"},
+        {{"lo/a.txt"}, "", "a.txt", kMid, "v", "1 mid/a.txt"},
+        {{"mid/a.txt.hide"}, "", "a.txt", kLo, "v", "0 lo/a.txt"},
+        {{"lo/a.txt", "hi/b.txt"}, "", "a.txt", kLo, "v", "0 lo/a.txt"},
+        // Above what hides.
+        {{"lo/a.txt.hide"}, "", "a.txt", kLo, "h", "1 mid/a.txt"},
+        {{"lo/a.txt.hide"}, "mid", "a.txt", kLo, "h", "2 hi/a.txt"},
+        {{"hi/a.txt.hide"}, "", "a.txt", kLo, "h", "none: 0 lo/a.txt"},
+        {{"lo/a.txt.hide"}, "", "a.txt", kMid, "h", "1 mid/a.txt"},
+        {{"mid/a.txt"}, "", "a.txt", kLo, "h", "0 lo/a.txt"},
+        // Both: the higher of the two.
+        {{"lo/a.txt", "mid/a.txt.hide"}, "", "a.txt", kLo, "hv", "2 hi/a.txt"},
+        {{"lo/a.txt.hide", "hi/a.txt"}, "", "a.txt", kLo, "hv", "2 hi/a.txt"},
+        {{"lo/a.txt.hide", "mid/a.txt"}, "mid hi", "a.txt", kLo, "hv", "none: 0 lo/a.txt"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         empty();
         write(c.files);
-        for (const std::string directory : {"hi", "mid", "lo"}) {
-            const bool closed = std::count(c.closed.begin(), c.closed.end(), directory) > 0;
-            for (const std::string& name : root().names(directory))
-                ::chmod(path(directory + "/" + name).c_str(), closed ? 0444 : 0666);
-            ::chmod(path(directory).c_str(), closed ? 0555 : 0777);
+        for (const char* directory : {"hi", "mid", "lo"}) ::chmod(path(directory).c_str(), 0777);
+        for (const std::string& file : c.files) ::chmod(path(file).c_str(), 0666);
+        std::istringstream closed(c.closed);
+        for (std::string directory; closed >> directory;) {
+            for (const std::string& name : root().names(directory)) ::chmod(path(directory + "/" + name).c_str(), 0444);
+            ::chmod(path(directory).c_str(), 0555);
         }
-        EXPECT_EQ(asOrdinaryUser([&] { return answer(c); }),
-                  std::to_string(c.result) + " " + std::to_string(c.index) + " " + kDirectories[c.index] + c.entry)
-            << c.what;
+        EXPECT_EQ(asOrdinaryUser([&] { return answer(c.entry, c.start, c.flags); }), c.expected)
+            << testing::PrintToString(c.files) << " " << c.closed << " " << c.flags;
     }
 }
 
 TEST_F(PathFileSaving, ADirectoryThatIsntThereGivesNoPlaceAndChangesNothing) {
     write({"lo/a"});
-    Found file;
-    for (const char* name : {"a", "unrelated"}) {
-        for (const int start : {3, -1}) {
-            UT_PathFileInfo entry(&file);
-            entry.setFileName(name);
-            entry.setDirIndex(start);
-            EXPECT_EQ(entry.prepareForSave(0, 0, 0), 0) << name << start;
-            EXPECT_EQ(entry.getDirIndex(), start);
-        }
-    }
+    for (const char* name : {"a", "unrelated"})
+        for (const int start : {3, -1})
+            EXPECT_EQ(answer(name, start, ""), "none: " + std::to_string(start) + " lo/" + name);
     EXPECT_EQ(UT_PathFileInfo(nullptr).prepareForSave(0, 0, 0), 0);
 }
 
 TEST_F(PathFileSaving, TheOldPlaceOnDiskStays) {
     write({"lo/a"});
-    Found file;
-    UT_PathFileInfo* const info = file.getFileInfo(0, 0);
-    ASSERT_EQ(info->prepareForSave(1, 0, 0), 1);
-    EXPECT_EQ(relative(info->getFullPath()), "mid/a");
-    EXPECT_EQ(relative(info->getDiskPath()), "lo/a");
+    const Found file;
+    UT_PathFileInfo& info = *file.getFileInfo(0, 0);
+    ASSERT_EQ(info.prepareForSave(1, 0, 0), 1);
+    EXPECT_EQ(relative(info.getFullPath()), "mid/a");
+    EXPECT_EQ(relative(info.getDiskPath()), "lo/a");
     EXPECT_FALSE(root().exists("mid/a"));
 }
