@@ -2,29 +2,33 @@
 // What tests of containers do again and again.
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
+#include <gmock/gmock.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "../support/ScratchDir.h"
 #include "../support/Sections.h"
 
-// A reader over bytes in memory.
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// A reader over bytes in memory, of the time 77.
 inline FS_Reader* memoryReader(std::string_view bytes) {
     return new FS_Reader(new FS_ReaderStream(bytes.data(), static_cast<int>(bytes.size()), 77));
 }
 
 inline std::string restOf(UT_IStream& in) {
     std::string text;
-    for (auto ready = in.buffered(); !ready.empty(); ready = in.buffered()) {
-        text += ready;
-        in.consume(ready.size());
-    }
+    for (auto ready = in.buffered(); !ready.empty(); in.consume(ready.size()), ready = in.buffered()) text += ready;
     return text;
 }
 
@@ -45,6 +49,15 @@ inline std::string written(FS_IndexFile& index) {
     std::ostringstream out;
     index.writeFile(out);
     return out.good() ? out.str() : "";
+}
+inline Sections sectionsIn(FS_IndexFile& index) {
+    return sectionsOf(written(index));
+}
+
+// The reason why the container could not be saved, or "done".
+inline std::string save(FS_IndexFile& index, const std::string& path) {
+    UT_String reason;
+    return index.save(path.c_str(), &reason) ? "done" : std::string(reason.view());
 }
 
 inline void add(FS_IndexFile& index, const char* name, std::string_view bytes, int time = 1000) {
