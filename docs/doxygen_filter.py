@@ -64,7 +64,8 @@ def convert(lines, stem):
             opening, fresh, words = False, False, None
             continue
         if line.startswith("#define ") and words:  # what is in front of a directive would make it none
-            out.append(f"{line} /**< {escape(' '.join(words))} */")
+            told = fresh and not opening
+            out.append(line if told else f"{line} /**< {escape(' '.join(words))} */")
             opening, fresh = False, False
             continue
         if not line.strip() or LABEL.match(line) or line.startswith("#"):

@@ -1,0 +1,15 @@
+# The version that the build has, the one of src/UT/UT_Version.h, is the newest that the lists of changes tell of.
+file(STRINGS "${SOURCE_DIR}/CHANGELOG.md" changes REGEX "^## " LIMIT_COUNT 1)
+if(NOT changes STREQUAL "## ${VERSION}")
+    message(FATAL_ERROR "CHANGELOG.md begins with \"${changes}\", the build has ${VERSION}")
+endif()
+file(STRINGS "${SOURCE_DIR}/packaging/debian/changelog" packaged LIMIT_COUNT 1)
+if(NOT packaged MATCHES "^tarvani \\(([0-9.]+)-[0-9]+\\) " OR NOT CMAKE_MATCH_1 STREQUAL VERSION)
+    message(FATAL_ERROR "packaging/debian/changelog begins with \"${packaged}\", the build has ${VERSION}")
+endif()
+# The package of the library is named after the major version, as the library itself is.
+string(REGEX MATCH "^[0-9]+" major "${VERSION}")
+file(STRINGS "${SOURCE_DIR}/packaging/debian/control" package REGEX "^Package: libtarvani${major}$")
+if(NOT package OR NOT EXISTS "${SOURCE_DIR}/packaging/debian/libtarvani${major}.install")
+    message(FATAL_ERROR "packaging/debian has no package libtarvani${major}")
+endif()
