@@ -16,6 +16,9 @@ import sys
 COMMENT = re.compile(r"^\s*//(?: (.*)|)$")
 LABEL = re.compile(r"^\s*(public|protected|private):")
 TRAILING = re.compile(r"^(.*[;,{}\w)]\s+)// (.*)$")
+OPENS = re.compile(r"^\s*((template <.*> )?(class|struct|union|enum)\b|namespace|extern \" *\").*\{\s*$")
+CLOSES = re.compile(r"^\s*\}.*;?\s*$")
+ENDS = re.compile(r"[;}]\s*$|^\s*\w+( = .*)?,\s*$")  # a declaration, or a value of an enumeration
 STRING = re.compile(r'"(\\.|[^"\\])*"|\'(\\.|[^\'\\])\'')
 
 
@@ -38,66 +41,72 @@ def is_special(line):
     )
 
 
-def convert(lines, stem):
-    """The lines of a header as Doxygen wants them, as many as there were."""
-    about_class = any(re.match(rf"^(class|struct) (TARVANI_EXPORT )?{stem}\b.*[^;]$", line) for line in lines)
-    out = []
-    words = None  # of the comment that the declarations go by, or None
-    fresh = False  # the line before was a comment
-    depth = 0  # of open parentheses, and of braces of one declaration
-    begins = True  # a declaration begins in this line
-    hidden = False  # within one that needs no words
-    opening = True
-    for line in lines:
-        if line == "#pragma once":
-            out.append(f"/// \\class {stem}" if about_class else "/// \\file")
-            continue
+class Converter:
+    """Goes through the lines of one header, and gives for each what Doxygen is to read in its place."""
+
+    def __init__(self, about_class, stem):
+        self.first = f"/// \\class {stem}" if about_class else "/// \\file"
+        self.opening = True  # the comment that the header opens with isn't over
+        self.fresh = False  # the line before was a comment
+        self.words = None  # of the comment that the declarations go by, or None
+        self.depth = 0  # of parentheses and braces within one declaration
+        self.begins = True  # a declaration begins in this line
+        self.hidden = False  # within one that needs no words
+
+    def convert(self, line):
         comment = COMMENT.match(line)
-        if comment and depth == 0:
-            words = (words or []) if fresh else []
-            words.append(comment.group(1) or "")
-            out.append(re.sub(r"//.*", "", line) + ("/// " + escape(words[-1])).rstrip())
-            fresh = True
-            continue
-        if fresh and opening and not line.startswith("#define"):
-            out.append(line)
-            opening, fresh, words = False, False, None
-            continue
-        if line.startswith("#define ") and words:  # what is in front of a directive would make it none
-            told = fresh and not opening
-            out.append(line if told else f"{line} /**< {escape(' '.join(words))} */")
-            opening, fresh = False, False
-            continue
-        if not line.strip() or LABEL.match(line) or line.startswith("#"):
-            out.append(line)
-            words, fresh = None, False
-            continue
-        code = STRING.sub('""', line)
+        if line == "#pragma once":
+            return self.first
+        if comment and self.depth == 0:
+            return self.comment(line, comment.group(1) or "")
+        if line.startswith("#define ") and self.words:
+            # Behind it, since what is in front of a directive makes it none.
+            told = self.fresh and not self.opening
+            self.opening = self.fresh = False
+            return line if told else f"{line} /**< {escape(' '.join(self.words))} */"
+        if not line.strip() or LABEL.match(line) or line.startswith("#") or (self.fresh and self.opening):
+            self.opening = self.opening and not self.fresh
+            self.words, self.fresh = None, False
+            return line
+        return self.code(line)
+
+    def comment(self, line, text):
+        self.words = (self.words or []) if self.fresh else []
+        self.words.append(text)
+        self.fresh = True
+        return (line[: line.index("//")] + "/// " + escape(text)).rstrip()
+
+    def code(self, line):
+        code = STRING.sub(lambda text: '"' + " " * (len(text.group()) - 2) + '"', line)
         trailing = TRAILING.match(code)
         if trailing:
             code = trailing.group(1)
-            note = line[len(code) :][3:]
-            line = line[: len(code)] + "///< " + escape(note)
-        opens = re.match(r"^\s*((template <.*> )?(class|struct|union|enum)\b|namespace|extern \"\").*\{\s*$", code)
-        if opens or re.match(r"^\s*\}.*;?\s*$", code) and depth == 0:
-            words, fresh, begins, depth = None, False, True, 0
-            out.append(line)
-            continue
-        if begins and not fresh and is_special(code):
-            line = "/** \\cond */" + line
-            hidden = True
-        elif begins and not fresh and words is not None and not trailing:
-            indent = len(line) - len(line.lstrip())
-            line = line[:indent] + "/** " + escape(" ".join(words)) + " */ " + line[indent:]
-        depth += sum(code.count(c) for c in "({") - sum(code.count(c) for c in ")}")
-        begins = depth == 0 and re.search(r"[;}]\s*$|^\s*\w+( = .*)?,\s*$", code) is not None
-        if begins and hidden:
+            line = line[: len(code)] + "///< " + escape(line[len(code) + 3 :])
+        if OPENS.match(code) or (CLOSES.match(code) and self.depth == 0):
+            self.words, self.fresh, self.begins, self.depth = None, False, True, 0
+            return line
+        if self.begins and not self.fresh:
+            if is_special(code):
+                line = "/** \\cond */" + line
+                self.hidden = True
+            elif self.words is not None and not trailing:
+                indent = len(line) - len(line.lstrip())
+                line = line[:indent] + "/** " + escape(" ".join(self.words)) + " */ " + line[indent:]
+        self.depth += sum(code.count(c) for c in "({") - sum(code.count(c) for c in ")}")
+        self.begins = self.depth == 0 and ENDS.search(code) is not None
+        if self.begins and self.hidden:
             line += "/** \\endcond */"
-            hidden = False
-        out.append(line)
-        fresh = False
+            self.hidden = False
+        self.fresh = False
+        return line
+
+
+def convert(lines, stem):
+    """The lines of a header as Doxygen wants them."""
+    about_class = any(re.match(rf"^(class|struct) (TARVANI_EXPORT )?{stem}\b.*[^;]$", line) for line in lines)
+    converter = Converter(about_class, stem)
     # Functions and macros of a file are shown only where the file itself is told of.
-    return out + ["/** \\file */"] if about_class else out
+    return [converter.convert(line) for line in lines] + (["/** \\file */"] if about_class else [])
 
 
 def main():
