@@ -60,3 +60,8 @@ if(TARGET tarvani_command)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/tarvani")
+
+if(PROJECT_IS_TOP_LEVEL)
+    add_custom_target(uninstall COMMAND "${CMAKE_COMMAND}" -D "MANIFEST=${CMAKE_CURRENT_BINARY_DIR}/install_manifest.txt"
+                      -P "${CMAKE_CURRENT_LIST_DIR}/TarvaniUninstall.cmake" VERBATIM)
+endif()
