@@ -6,7 +6,7 @@ import sys
 from pathlib import Path
 
 page, root = Path(sys.argv[1]), Path(sys.argv[2])
-rows = re.findall(r"\| `(src/[^`]+)` \| `([^`]+)` \|$", page.read_text(encoding="utf-8"), re.MULTILINE)
+rows = re.findall(r"\| `((?:src|tools)/[^`]+)` \| `([^`]+)` \|$", page.read_text(encoding="utf-8"), re.MULTILINE)
 wrong = [row for row in rows if not (root / row[0]).exists() or row[1] not in (root / row[0]).read_text(encoding="utf-8")]
 for file, words in wrong:
     print(f"{page}: {file} does not say {words}")
