@@ -6,13 +6,13 @@
 
 #include <string>
 
-namespace {
+#include "Table.h"
 
-constexpr HttpResponse::Limits kLimits{.header = 200, .body = 1000, .chunkLine = 20};
+namespace {
 
 // "STATUS BODY" of a whole answer, else what is wrong with it. Fed in pieces of `size` bytes, and then the end.
 std::string readIn(std::string_view bytes, std::size_t size) {
-    HttpResponse response(kLimits);
+    HttpResponse response({.header = 200, .body = 1000, .chunkLine = 20});
     std::string body;
     while (!bytes.empty()) {
         std::string_view input = bytes.substr(0, size);
@@ -23,102 +23,69 @@ std::string readIn(std::string_view bytes, std::size_t size) {
     return response.isDone() ? std::to_string(response.status()) + " " + body : std::string(response.fault());
 }
 
-struct Case {
-    std::string answer, meaning;
-};
-
-void expectAll(const std::vector<Case>& cases) {
-    for (const Case& c : cases)
-        for (const std::size_t size : {1u, 2u, 7u, 5000u}) EXPECT_EQ(readIn(c.answer, size), c.meaning) << c.answer;
+// Each of `endings`, behind `beginning`, gives `meaning`, in whatever pieces it comes.
+void expectEach(const std::string& meaning, const std::string& beginning, const std::vector<std::string>& endings) {
+    for (const std::string& ending : endings)
+        for (const std::size_t size : {1u, 2u, 7u, 5000u})
+            EXPECT_EQ(readIn(beginning + ending, size), meaning) << beginning << ending;
 }
 
-const std::string kOk = "HTTP/1.1 200 OK\r\n";
+const std::string kOk = "HTTP/1.1 200 OK\r\n", kEnd = "\r\n\r\n";
 const std::string kChunked = kOk + "Transfer-Encoding: Chunked\r\n\r\n";
-constexpr char kNoAnswer[] = "not an answer over http", kLine[] = "a header line that is none";
-constexpr char kLong[] = "the header is too long", kCut[] = "the page is cut short";
-constexpr char kLengths[] = "contradictory lengths", kEncoding[] = "an encoding that wasn't asked for";
-constexpr char kLength[] = "a length that is none, or too long a page", kChunkLong[] = "a chunk is longer than it says";
-constexpr char kSize[] = "a chunk without a size, or too long a page", kChunk[] = "a chunk whose size is none";
+
+std::string xs(std::size_t count) {
+    return std::string(count, 'x');
+}
 
 }  // namespace
 
 TEST(HttpResponse, TheBodyEndsWhereTheHeaderSays) {
-    expectAll({
-        {kOk + "Content-Length: 5\r\n\r\nhello", "200 hello"},
-        {kOk + "content-length:\t5 \r\nContent-Length: 5\r\n\r\nhello and more", "200 hello"},
-        {kOk + "Content-Length: 0\r\n\r\nmore", "200 "},
-        {kOk + "\r\nall there is", "200 all there is"},
-        {"HTTP/1.0 404\nServer: of old\n\nno", "404 no"},
-        {kChunked + "3\r\nabc\r\n0A ; x=\"y\"\r\n0123456789\r\n0\r\nMore: x\r\n\r\n", "200 abc0123456789"},
-        {kChunked + "0\r\n\r\nmore", "200 "},
-        {"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early\r\nLink: x\r\n\r\n" + kOk + "Content-Length: 1\r\n\r\nx",
-         "200 x"},
-        {kOk + "Content-Length: 1000\r\n\r\n" + std::string(1000, 'x'), "200 " + std::string(1000, 'x')},
-        {kOk + "\r\n" + std::string(1000, 'x'), "200 " + std::string(1000, 'x')},
-    });
+    expectEach("200 hello", kOk,
+               {"Content-Length: 5\r\n\r\nhello", "content-length:\t5 \r\nContent-Length: 5\r\n\r\nhello and more",
+                "\r\nhello", "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n\r\nmore"});
+    expectEach("200 ", kOk, {"Content-Length: 0\r\n\r\nmore", "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\nmore"});
+    expectEach("200 " + xs(1000), kOk, {"Content-Length: 1000\r\n\r\n" + xs(1000), "\r\n" + xs(1000)});
+    expectEach("200 abc0123456789", kChunked, {"3\r\nabc\r\n0A ; x=\"y\"\r\n0123456789\r\n0\r\nMore: x\r\n\r\n"});
+    expectEach("404 no", "HTTP/1.0 404\nServer: of old\n\nno", {""});
+    expectEach("200 x", "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early\r\nLink: x\r\n\r\n", {kOk + "\r\nx"});
 }
 
 TEST(HttpResponse, WhatIsCutIsNoPage) {
-    expectAll({
-        {"", "no answer"},
-        {"HTTP/1.1 2", "the header is cut short"},
-        {kOk + "Content-Length: 5\r\n", "the header is cut short"},
-        {kOk + "Content-Length: 5\r\n\r\nhell", kCut},
-        {kChunked + "3\r\nab", kCut},
-        {kChunked + "3\r\nabc\r\n", kCut},
-        {kChunked + "3\r\nabc\r\n0\r\n", kCut},
-    });
+    expectEach("no answer", "", {""});
+    expectEach("the header is cut short", "", {"HTTP/1.1 2", kOk + "Content-Length: 5\r\n"});
+    expectEach("the page is cut short", kOk, {"Content-Length: 5\r\n\r\nhell"});
+    expectEach("the page is cut short", kChunked, {"3\r\nab", "3\r\nabc\r\n", "3\r\nabc\r\n0\r\n"});
 }
 
 TEST(HttpResponse, WhatIsNoAnswerIsRefused) {
-    expectAll({
-        {"SSH-2.0-x\r\n\r\n", kNoAnswer},
-        {"HTTP/2.0 200 OK\r\n\r\n", kNoAnswer},
-        {"HTTP/1.1 20 OK\r\n\r\n", kNoAnswer},
-        {"HTTP/1.1 2000 OK\r\n\r\n", kNoAnswer},
-        {"HTTP/1.1 099 OK\r\n\r\n", kNoAnswer},
-        {"HTTP/1.1 200 \33[2J\r\n\r\n", kNoAnswer},
-        {"\r\n" + kOk + "\r\n", kNoAnswer},
-        {kOk + "no colon\r\n\r\n", kLine},
-        {kOk + ": no name\r\n\r\n", kLine},
-        {kOk + "Blank : before\r\n\r\n", kLine},
-        {kOk + "A: goes\r\n on\r\n\r\n", kLine},
-        {kOk + "A: x\ry\r\n\r\n", kLine},
-        {kOk + "A: " + std::string("x\0y", 3) + "\r\n\r\n", kLine},
-        {kOk + "A: " + std::string(200, 'x') + "\r\n\r\n", kLong},
-        {std::string(201, 'x'), kLong},
-        {"HTTP/1.1 100 x\r\nA: " + std::string(100, 'x') + "\r\n\r\n" + kOk + "A: " + std::string(70, 'x') + "\r\n\r\n",
-         kLong},
-    });
+    expectEach("not an answer over http", "",
+               {"SSH-2.0-x\r\n\r\n", "HTTP/2.0 200 OK\r\n\r\n", "HTTP/1.1 20 OK\r\n\r\n", "HTTP/1.1 2000 OK\r\n\r\n",
+                "HTTP/1.1 099 OK\r\n\r\n", "HTTP/1.1 200 \33[2J\r\n\r\n", "\r\n" + kOk + "\r\n"});
+    expectEach("a header line that is none", kOk,
+               {"no colon\r\n\r\n", ": no name\r\n\r\n", "Blank : before\r\n\r\n", "A: goes\r\n on\r\n\r\n",
+                "A: x\ry\r\n\r\n", "A: x" + std::string(1, '\0') + kEnd});
+    expectEach("the header is too long", "",
+               {xs(201), kOk + "A: " + xs(200) + kEnd,
+                "HTTP/1.1 100 x\r\nA: " + xs(100) + kEnd + kOk + "A: " + xs(70) + kEnd});
 }
 
 TEST(HttpResponse, LengthsThatLieAreRefused) {
-    expectAll({
-        {kOk + "Content-Length: 5\r\nContent-Length: 6\r\n\r\nhello", kLengths},
-        {kOk + "Content-Length: 5, 5\r\n\r\nhello", kLengths},
-        {kOk + "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", kLengths},
-        {kOk + "Content-Length: -1\r\n\r\n", kLength},
-        {kOk + "Content-Length: +5\r\n\r\nhello", kLength},
-        {kOk + "Content-Length: 0x5\r\n\r\nhello", kLengths},
-        {kOk + "Content-Length:\r\n\r\n", kLength},
-        {kOk + "Content-Length: 1001\r\n\r\n", kLength},
-        {kOk + "Content-Length: 18446744073709551621\r\n\r\nhello", kLength},
-        {kOk + "\r\n" + std::string(1001, 'x'), "the page is too long"},
-        {kOk + "Transfer-Encoding: gzip, chunked\r\n\r\n", kEncoding},
-        {kOk + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n", kEncoding},
-        {"HTTP/1.0 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", kEncoding},
-        {kChunked + "\r\n", kSize},
-        {kChunked + "-1\r\n", kSize},
-        {kChunked + "3e9\r\n", kSize},
-        {kChunked + "10000000000000003\r\nabc\r\n", kSize},
-        {kChunked + "3e8\r\n" + std::string(1000, 'x') + "\r\n1\r\n", kSize},
-        {kChunked + "3 3\r\n", kChunk},
-        {kChunked + "3\nabc\r\n", kChunk},
-        {kChunked + "3;" + std::string(20, 'x') + "\r\n", kLong},
-        {kChunked + "3\r\nabcd\r\n", kChunkLong},
-        {kChunked + "0\r\nno colon\r\n\r\n", kLine},
-        {kChunked + "0\r\nA: " + std::string(160, 'x') + "\r\n\r\n", kLong},
-    });
+    expectEach("contradictory lengths", kOk,
+               {"Content-Length: 5\r\nContent-Length: 6\r\n\r\nhello", "Content-Length: 5, 5\r\n\r\nhello",
+                "Content-Length: 0x5\r\n\r\nhello", "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n"});
+    expectEach("a length that is none, or too long a page",
+               kOk + "Content-Length:", {"-1" + kEnd, "+5" + kEnd, kEnd, "1001" + kEnd, "18446744073709551621" + kEnd});
+    expectEach("the page is too long", kOk + "\r\n", {xs(1001)});
+    expectEach(
+        "an encoding that wasn't asked for", "",
+        {kOk + "Transfer-Encoding: gzip, chunked\r\n\r\n", "HTTP/1.0 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+         kOk + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n"});
+    expectEach("a chunk without a size, or too long a page", kChunked,
+               {"\r\n", "-1\r\n", "3e9\r\n", "10000000000000003\r\nabc\r\n", "3e8\r\n" + xs(1000) + "\r\n1\r\n"});
+    expectEach("a chunk whose size is none", kChunked, {"3 3\r\n", "3\nabc\r\n"});
+    expectEach("a chunk is longer than it says", kChunked, {"3\r\nabcd\r\n"});
+    expectEach("a header line that is none", kChunked, {"0\r\nno colon\r\n\r\n"});
+    expectEach("the header is too long", kChunked, {"3;" + xs(20) + "\r\n", "0\r\nA: " + xs(160) + kEnd});
 }
 
 TEST(HttpResponse, AFieldThatIsThereTwiceWithTwoValuesIsNotThere) {
@@ -127,72 +94,37 @@ TEST(HttpResponse, AFieldThatIsThereTwiceWithTwoValuesIsNotThere) {
     std::string_view input = bytes;
     response.next(input);
     EXPECT_EQ(response.field("location"), "/a");
-    EXPECT_EQ(response.field("date"), std::nullopt);
-    EXPECT_EQ(response.field("none"), std::nullopt);
+    for (const char* name : {"date", "none"}) EXPECT_EQ(response.field(name), std::nullopt);
     EXPECT_EQ(response.statusText(), "200 OK");
     EXPECT_EQ(response.header(), bytes);
 }
 
 TEST(HttpDate, ReadsTheThreeForms) {
-    const struct {
-        const char* text;
-        std::optional<std::int64_t> time;
-    } cases[] = {
-        {"Sun, 06 Nov 1994 08:49:37 GMT", 784111777},
-        {"Sunday, 06-Nov-94 08:49:37 GMT", 784111777},
-        {"Sun Nov  6 08:49:37 1994", 784111777},
-        {"Thu, 01 Jan 1970 00:00:00 GMT", 0},
-        {"Wed, 31 Dec 1969 23:59:59 GMT", -1},
-        {"Thu, 29 Feb 2024 23:59:60 GMT", 1709251199},
-        {"Fri, 01-Jan-69 00:00:00 GMT", 3124224000},
-        {"Wed, 29 Feb 2023 00:00:00 GMT", {}},
-        {"Sun, 06 Nov 1994 24:00:00 GMT", {}},
-        {"Sun, 06 Nov 1994 8:49:37 GMT", {}},
-        {"Sun, 06 Nov 1994 08:49:37 CET", {}},
-        {"Sun, 06 anF 1994 08:49:37 GMT", {}},
-        {"Sun, 6 Nov 94a 08:49:37 GMT", {}},
-        {"Sun, 06 Nov 1994 08:49:37 GMT and so on", {}},
-        {"0", {}},
-        {"", {}},
-    };
-    for (const auto& c : cases) EXPECT_EQ(parseHttpDate(c.text), c.time) << c.text;
+    const Rows<const char*, std::int64_t> rows = {
+        {"Sun, 06 Nov 1994 08:49:37 GMT", 784111777},  {"Sunday, 06-Nov-94 08:49:37 GMT", 784111777},
+        {"Sun Nov  6 08:49:37 1994", 784111777},       {"Wed, 31 Dec 1969 23:59:59 GMT", -1},
+        {"Thu, 29 Feb 2024 23:59:60 GMT", 1709251199}, {"Fri, 01-Jan-69 00:00:00 GMT", 3124224000}};
+    for (const auto& [text, time] : rows) EXPECT_EQ(parseHttpDate(text), time) << text;
+    for (const char* text :
+         {"Wed, 29 Feb 2023 00:00:00 GMT", "Sun, 06 Nov 1994 24:00:00 GMT", "Sun, 06 Nov 1994 8:49:37 GMT",
+          "Sun, 06 Nov 1994 08:49:37 CET", "Sun, 06 anF 1994 08:49:37 GMT", "Sun, 6 Nov 94a 08:49:37 GMT",
+          "Sun, 06 Nov 1994 08:49:37 GMT and so on", "0", ""})
+        EXPECT_EQ(parseHttpDate(text), std::nullopt) << text;
 }
 
 TEST(HttpAddress, RedirectsLeadToHttpAddressesOnly) {
     const HttpAddress from{.host = "host", .port = 8080, .page = "/a/b/c?query=/x/y"};
-    const struct {
-        const char *location, *target;
-    } cases[] = {
-        {"http://other", "other/"},
-        {"HTTP://other:81/x/../y?z/../w#part", "other:81/y?z/../w"},
-        {"http://other:80?x", "other/?x"},
-        {"http://[::1]:81/x", "[::1]:81/x"},
-        {"//other/x", "other/x"},
-        {"/x", "host:8080/x"},
-        {"x", "host:8080/a/b/x"},
-        {"../../../x/.", "host:8080/x/"},
-        {"./..", "host:8080/a/"},
-        {"?x", "host:8080/a/b/c?x"},
-        {"", ""},
-        {"#part", ""},
-        {"https://other/x", ""},
-        {"file:///etc/passwd", ""},
-        {"javascript:x", ""},
-        {"http:/x", ""},
-        {"http:///x", ""},
-        {"http://user@other/x", ""},
-        {"http://other:0/x", ""},
-        {"http://other:65536/x", ""},
-        {"http://other:99999999999999999999/x", ""},
-        {"http://other:8x/x", ""},
-        {"http://[::1", ""},
-        {"http://[::1]x/", ""},
-        {"/x y", ""},
-        {"/x\r\nHost: evil", ""},
-        {"http://other\t/x", ""},
+    const auto target = [&](const std::string& location) {
+        const auto found = redirectTarget(location, from);
+        return found ? hostAndPort(*found) + found->page : "none";
     };
-    for (const auto& c : cases) {
-        const auto target = redirectTarget(c.location, from);
-        EXPECT_EQ(target ? hostAndPort(*target) + target->page : "", c.target) << c.location;
-    }
+    expectRows(target, {"http://other -> other/", "http://other:80?x -> other/?x", "//other/x -> other/x",
+                        "http://[::1]:81/x -> [::1]:81/x", "HTTP://other:81/x/../y?z/../w#part -> other:81/y?z/../w",
+                        "/x -> host:8080/x", "x -> host:8080/a/b/x", "../../../x/. -> host:8080/x/",
+                        "./.. -> host:8080/a/", "?x -> host:8080/a/b/c?x"});
+    for (const char* location :
+         {"", "#part", "https://other/x", "file:///etc/passwd", "javascript:x", "http:/x", "http:///x",
+          "http://user@other/x", "http://other:0/x", "http://other:65536/x", "http://other:99999999999999999999/x",
+          "http://other:8x/x", "http://[::1", "http://[::1]x/", "/x y", "/x\r\nHost: evil", "http://other\t/x"})
+        EXPECT_EQ(target(location), "none") << location;
 }

@@ -1,44 +1,28 @@
 #include <UT/UT_NetPacket.h>
 #include <UT/UT_NetSocket.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/resource.h>
 
 #include <memory>
 
 #include "../support/Network.h"
+#include "Table.h"
 
 TEST(NetPacket, AMaskHasFourFieldsAndMasksAreAList) {
-    const struct {
-        const char *mask, *address;
-        bool matches;
-    } cases[] = {
-        {"+.+.+.+", "10.1.2.3", true},
-        {"10.*.+.3", "10.1.2.3", true},
-        {"10.1.2.4", "10.1.2.3", false},
-        {"010.1.2.3", "10.1.2.3", true},
-        {"1.1.1.1,10.1.2.3", "10.1.2.3", true},
-        {" ,, 1.1.1.1 ,\t10.+.+.+ ", "10.1.2.3", true},
-        {"10.1.2.256, +.+.+.+.+, 10.1.2, 10..2.3, 10.1.2.-3, 10.1.2.3x, ++.+.+.+, -", "10.1.2.3", false},
-        {"bad +.+.+.+", "10.1.2.3", true},
-        {"", "10.1.2.3", false},
-        {nullptr, "10.1.2.3", false},
-        {"+.+.+.+", "", false},
-        {"+.+.+.+", nullptr, false},
-        {"+.+.+.+", "+.1.2.3", false},
-        {"+.+.+.+", "10.1.2.256", false},
-        {"+.+.+.+", "10.1.2.3 ", false},
-        {"+.+.+.+", "::1", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(UT_NetPacket::matchIPMask(c.mask, c.address, nullptr) != 0, c.matches)
-            << (c.mask ? c.mask : "null") << " and " << (c.address ? c.address : "null");
+    for (const char* mask :
+         {"+.+.+.+", "10.*.+.3", "010.1.2.3", "1.1.1.1,10.1.2.3", " ,, 1.1.1.1 ,\t10.+.+.+ ", "bad +.+.+.+"})
+        EXPECT_NE(UT_NetPacket::matchIPMask(mask, "10.1.2.3", nullptr), 0) << mask;
+    for (const char* mask : {"10.1.2.4", "10.1.2.256", "+.+.+.+.+", "10.1.2", "10..2.3", "10.1.2.-3", "10.1.2.3x",
+                             "++.+.+.+", "-", "", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(UT_NetPacket::matchIPMask(mask, "10.1.2.3", nullptr), 0) << (mask ? mask : "null");
+    for (const char* address : {"", static_cast<const char*>(nullptr), "+.1.2.3", "10.1.2.256", "10.1.2.3 ", "::1"})
+        EXPECT_EQ(UT_NetPacket::matchIPMask("+.+.+.+", address, nullptr), 0) << (address ? address : "null");
 }
 
 TEST(NetSocket, MapsPrivilegedPortsAlone) {
-    const struct {
-        int port, mapped;
-    } cases[] = {{-1, -1}, {0, 0}, {1, 10001}, {1023, 11023}, {1024, 1024}, {65535, 65535}};
-    for (const auto& c : cases) EXPECT_EQ(UT_NetSocket::mapToUnprivilegedPort(c.port), c.mapped);
+    expectRows([](const auto& port) { return std::to_string(UT_NetSocket::mapToUnprivilegedPort(std::stoi(port))); },
+               {"-1 -> -1", "0 -> 0", "1 -> 10001", "1023 -> 11023", "1024 -> 1024", "65535 -> 65535"});
 }
 
 TEST(NetSocket, DoesNotListenWithTheLastDescriptor) {
@@ -66,37 +50,68 @@ TEST(NetSocket, FindsTheAddressOfAHost) {
 
 class SocketPair : public testing::Test {
 protected:
+    // "STATUS BYTES" of a read of at most `most`.
+    std::string read(int timeoutMs, int most = 4) {
+        char bytes[4];
+        int length = 9;
+        const int status = peer_->read(bytes, most, &length, timeoutMs);
+        const std::string word = status == UT_NetSocket::kDone       ? "done "
+                                 : status == UT_NetSocket::kGone     ? "gone "
+                                 : status == UT_NetSocket::kTimedOut ? "timed out "
+                                                                     : "another status ";
+        return word + std::string(bytes, static_cast<std::size_t>(length));
+    }
     std::unique_ptr<UT_NetSocket> server_{UT_NetSocket::newSocket(0, true, false)};
     Client client_{server_->port};
     std::unique_ptr<UT_NetSocket> peer_{server_->accept(-1, nullptr)};
 };
 
 TEST_F(SocketPair, WaitsForPeersAndBytesAsLongAsItMay) {
-    int status = 0;
+    int status = 0, port = 0;
+    char host[16];
     EXPECT_EQ(server_->accept(1, &status), nullptr);
     EXPECT_EQ(status, UT_NetSocket::kTimedOut);
-    char bytes[4], host[16];
-    int length = 9, port = 0;
-    EXPECT_EQ(peer_->read(bytes, 4, &length, 1), UT_NetSocket::kTimedOut);
-    EXPECT_EQ(length, 0);
+    peer_->getRemoteSocket(nullptr, nullptr);
     peer_->getRemoteSocket(host, &port);
     EXPECT_STREQ(host, "127.0.0.1");
     EXPECT_GT(port, 0);
+    EXPECT_EQ(read(1), "timed out ");
+    EXPECT_EQ(read(-1, 0), "done ") << "what asks for nothing waits for nothing";
     ASSERT_TRUE(client_.send("abcdef"));
-    EXPECT_EQ(peer_->read(bytes, 4, &length, -1), UT_NetSocket::kDone);
-    EXPECT_EQ(std::string(bytes, 4), "abcd");
+    EXPECT_EQ(read(-1), "done abcd");
     EXPECT_EQ(peer_->dataAvailable(0), 1);
     client_.close();
-    EXPECT_EQ(peer_->read(bytes, 4, &length, -1), UT_NetSocket::kDone);
-    EXPECT_EQ(length, 2);
-    EXPECT_EQ(peer_->read(bytes, 4, &length, -1), UT_NetSocket::kGone);
-    EXPECT_EQ(length, 0);
-    for (int i = 0; i < 2; ++i) server_->close();
-    EXPECT_FALSE(server_->isValid());
-    EXPECT_EQ(server_->getSocket(), -1);
-    EXPECT_EQ(server_->dataAvailable(0), 0);
-    EXPECT_EQ(server_->accept(0, &status), nullptr);
+    for (const char* expected : {"done ef", "gone "}) EXPECT_EQ(read(-1), expected);
+}
+
+TEST_F(SocketPair, AClosedSocketAnswersAtOnce) {
+    int status = 0, count = 9;
+    for (UT_NetSocket* socket : {server_.get(), peer_.get()}) {
+        EXPECT_TRUE(socket->isValid());
+        for (int i = 0; i < 2; ++i) socket->close();
+        EXPECT_FALSE(socket->isValid());
+        EXPECT_EQ(socket->getSocket(), -1);
+        EXPECT_EQ(socket->dataAvailable(-1), 0);
+    }
+    EXPECT_EQ(server_->accept(-1, &status), nullptr);
     EXPECT_EQ(status, UT_NetSocket::kGone);
+    EXPECT_EQ(read(-1, 0), "gone ");
+    EXPECT_EQ(peer_->write("x", 1, &count, -1), UT_NetSocket::kGone);
+    EXPECT_EQ(count, 0);
+}
+
+TEST_F(SocketPair, ASignalEndsNoWait) {
+    static Client* sender;
+    sender = &client_;
+    struct sigaction send {
+    }, before;
+    send.sa_handler = [](int) { sender->send("late"); };
+    ASSERT_EQ(::sigaction(SIGALRM, &send, &before), 0);
+    for (const int timeoutMs : {-1, 20'000}) {
+        ::ualarm(20'000, 0);
+        EXPECT_EQ(read(timeoutMs), "done late");
+    }
+    ::sigaction(SIGALRM, &before, nullptr);
 }
 
 TEST_F(SocketPair, WriteTellsHowMuchAPeerTookThatDoesNotReadOrHasGone) {

@@ -1,5 +1,4 @@
 // What is written can be read back whole, and filters are called as they are promised.
-#include <UT/UT_IStream.h>
 #include <UT/UT_OStrStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_StreamBufferFilter.h>
@@ -7,39 +6,27 @@
 #include <UT/UT_WorkBuffer.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <sstream>
 
+#include "Streams.h"
+#include "Table.h"
+
 namespace {
 
-UT_IStream over(const std::string& bytes) {
-    return UT_IStream(bytes.data(), static_cast<int>(bytes.size()), UT_ISTREAM_BINARY);
-}
-
-// Turns bytes around in blocks of three, keeping back what doesn't fill a block, and counts its last calls.
-class Reverser : public UT_StreamBufferFilter {
+// Doubles each byte, writes "." where it is told of the end, and may refuse a call.
+class Doubler : public UT_StreamBufferFilter {
 public:
+    explicit Doubler(int refused = 0) : refused_(refused) {}
     bool filter(const char* data, std::size_t count, bool last, UT_WorkBuffer& out) override {
-        ++calls;
-        lasts += last;
-        if (calls == failingCall) return false;
-        kept_.append(data, count);
-        std::size_t done = 0;
-        for (; done + 3 <= kept_.size() || (last && done < kept_.size()); done += 3) {
-            std::string block = kept_.substr(done, 3);
-            std::reverse(block.begin(), block.end());
-            out.append(block);
-        }
-        kept_.erase(0, done);
-        return true;
+        for (std::size_t i = 0; i < count; ++i) out.append(std::string(2, data[i]));
+        if (last) out.append('.');
+        return ++calls_ != refused_;
     }
-    int calls = 0;
-    int lasts = 0;
-    int failingCall = -1;
 
 private:
-    std::string kept_;
+    const int refused_;
+    int calls_ = 0;
 };
 
 }  // namespace
@@ -58,22 +45,18 @@ TEST(TextOutput, AnyTextComesBackByOneReadString) {
         in.pushBinary(UT_ISTREAM_ASCII);
         for (const auto& text : texts) {
             UT_String word;
-            ASSERT_TRUE(in.readString(word, false)) << out.str();
-            ASSERT_EQ(word.view(), text) << out.str();
+            ASSERT_TRUE(in.readString(word, false) && word.view() == text) << out.str();
         }
     }
 }
 
 TEST(TextOutput, QuotesOnlyWhatNeedsIt) {
-    const struct {
-        const char *text, *written;
-    } cases[] = {{"geo", "geo"},    {"a/b.c", "a/b.c"}, {"", "\"\""},
-                 {nullptr, "\"\""}, {"a b", "\"a b\""}, {"a\n\"", "\"a\\n\\\"\""}};
-    for (const auto& c : cases) {
+    const auto written = [](const std::string& text) {
         std::ostringstream out;
-        out << UT_String(c.text);
-        EXPECT_EQ(out.str(), c.written);
-    }
+        out << UT_String(text.c_str());
+        return out.str();
+    };
+    expectRows(written, {"geo -> geo", "a/b.c -> a/b.c", " -> \"\"", "a b -> \"a b\"", "a\n\" -> \"a\\n\\\"\""});
 }
 
 TEST(BinaryOutput, WritesTheBytesThatReadingTakes) {
@@ -88,64 +71,41 @@ TEST(BinaryOutput, WritesTheBytesThatReadingTakes) {
 
 TEST(Copying, TakesAsMuchAsItIsToldAndSaysWhetherThatWasThere) {
     const std::string text(150'000, 'x');
-    const struct {
-        unsigned count;
-        std::size_t copied;
-        bool whole;
-    } cases[] = {{0, 0, true},
-                 {10, 10, true},
-                 {150'000, 150'000, true},
-                 {150'001, 150'000, false},
-                 {UT_COPY_ALL, 150'000, true}};
-    for (const auto& c : cases) {
+    const Rows<unsigned, std::size_t, bool> rows = {// what is asked for, what is copied, whether that is all
+                                                    {0, 0, true},
+                                                    {10, 10, true},
+                                                    {150'000, 150'000, true},
+                                                    {150'001, 150'000, false},
+                                                    {UT_COPY_ALL, 150'000, true}};
+    for (const auto& [count, copied, whole] : rows) {
         UT_IStream in = over(text);
         std::ostringstream out;
-        EXPECT_EQ(UTcopyStreamToStream(in, out, c.count, nullptr), c.whole) << c.count;
-        EXPECT_EQ(out.str().size(), c.copied) << c.count;
+        EXPECT_EQ(UTcopyStreamToStream(in, out, count, nullptr), whole) << count;
+        EXPECT_EQ(out.str().size(), copied) << count;
     }
     UT_IStream in = over(text);
-    std::ostringstream bad;
-    bad.setstate(std::ios::badbit);
-    EXPECT_FALSE(UTcopyStreamToStream(in, bad, UT_COPY_ALL, nullptr));
-    EXPECT_EQ(in.tellg(), 0) << "nothing is taken that can't be written";
     UT_IFStream nothing("/no/such/file", UT_ISTREAM_BINARY);
     std::ostringstream out;
     EXPECT_FALSE(UTcopyStreamToStream(nothing, out, UT_COPY_ALL, nullptr));
+    out.setstate(std::ios::badbit);
+    EXPECT_FALSE(UTcopyStreamToStream(in, out, UT_COPY_ALL, nullptr));
+    EXPECT_EQ(in.tellg(), 0) << "nothing is taken that can't be written";
 }
 
-TEST(Filters, GetEveryByteOnceAndAreToldOfTheEndOnce) {
-    for (const std::size_t length : {std::size_t{0}, std::size_t{100'000}}) {
-        std::string text, expected;
-        for (std::size_t i = 0; i < length; ++i) text += static_cast<char>('a' + i % 26);
-        for (std::size_t i = 0; i < length; i += 3) {
-            const std::string block = text.substr(i, 3);
-            expected.append(block.rbegin(), block.rend());
-        }
+TEST(Filters, GetEveryByteOnceAreToldOfTheEndOnceAndMayRefuse) {
+    const std::pair<int, int> cases[] = {{0, 0}, {0, 1}, {20'000, 0}, {20'000, 1}, {20'000, 2}};
+    for (const auto& [numbers, refused] : cases) {
+        std::string text, doubled;
+        for (int i = 0; i < numbers; ++i)
+            for (const char c : std::to_string(i)) text += c, doubled.append(2, c);
         std::ostringstream copied, written;
-        Reverser copying, writing;
+        Doubler copying(refused), writing(refused);
         UT_IStream in = over(text);
-        EXPECT_TRUE(UTcopyStreamToStream(in, copied, length ? UT_COPY_ALL : 0, &copying));
-        EXPECT_TRUE(UTwriteFiltered(written, text.data(), static_cast<int>(length), &writing));
-        EXPECT_TRUE(copied.str() == expected && written.str() == expected);
-        EXPECT_EQ(copying.lasts, 1) << "also when there are no bytes at all";
-        EXPECT_EQ(writing.lasts, 1);
+        EXPECT_EQ(UTcopyStreamToStream(in, copied, numbers ? UT_COPY_ALL : 0, &copying), refused == 0);
+        EXPECT_EQ(copied.fail(), refused != 0) << "call " << refused;
+        EXPECT_EQ(UTwriteFiltered(written, text.data(), static_cast<int>(text.size()), &writing), refused != 1);
+        EXPECT_TRUE(refused || (copied.str() == doubled + "." && written.str() == doubled + ".")) << numbers;
     }
-}
-
-TEST(Filters, AFalseFailsTheWriteWhicheverCallItIs) {
-    const std::string text(200'000, 'x');
-    int failing = 1;
-    for (bool reached = true; reached && failing < 100; ++failing) {
-        UT_IStream in = over(text);
-        std::ostringstream out;
-        Reverser filter;
-        filter.failingCall = failing;
-        const bool done = UTcopyStreamToStream(in, out, UT_COPY_ALL, &filter);
-        reached = filter.calls >= failing;
-        EXPECT_EQ(done, !reached);
-        EXPECT_EQ(out.fail(), reached);
-    }
-    EXPECT_GT(failing, 2);
 }
 
 TEST(MemoryOutput, ShowsItsBytesAndGoesOn) {
