@@ -1,19 +1,22 @@
 #!/usr/bin/env python3
-"""What programs that are built against the library may need of it, name by name.
+"""What programs that are built against the library rely on: its names, and the sizes of its classes.
 
     packaging/abi.py LIBRARY            compares libtarvani.so with packaging/abi.symbols; fails where they differ
     packaging/abi.py LIBRARY --write    writes packaging/abi.symbols anew
 
-A name that is gone breaks programs: that wants a new major version. A name that is new goes into the list. The list holds what
-the library defines and shows (nm), less
+What is gone breaks programs, and so does a class that has another size or another number of virtual functions: that wants a new
+major version. A name that is new goes into the list. The list holds the sizes of the public classes, those of the tables of their
+virtual functions ("vtable for"), and the names that the library defines and shows (nm), less
 
 - what is weak: inline functions, templates, tables of virtual functions and the like are made again by each compiler as it sees fit;
 - thunks, which follow from the functions that they lead to;
 - private members, unless code in the header uses them: nothing outside can name them.
 """
+import os
 import re
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -47,15 +50,34 @@ def private_names(header):
     return names
 
 
+def sizes():
+    """A line for each class of the public headers, in bytes."""
+    headers, names = [], []
+    for header in sorted((ROOT / "src").glob("*/*.h")):
+        text = header.read_text(encoding="utf-8")
+        if header.parent.name == "platform" or re.match(r"(#pragma once\n+)?// Private:", text):
+            continue
+        headers.append(header.relative_to(ROOT / "src"))
+        names += re.findall(r"(?<!>\n)^(?:class|struct) (?:TARVANI_EXPORT )?(\w+)[^;{]*\{", text, re.MULTILINE)
+    code = "#include <cstdio>\n" + "".join(f"#include <{header}>\n" for header in headers)
+    code += "int main() {\n" + "".join(f'std::printf("sizeof {n}: %zu\\n", sizeof({n}));\n' for n in names) + "}\n"
+    with tempfile.TemporaryDirectory() as folder:
+        command = [os.environ.get("CXX", "c++"), "-std=c++17", "-I", str(ROOT / "src"), "-x", "c++", "-", "-o", f"{folder}/sizes"]
+        subprocess.run(command + ["-L", folder, "-Wl,--unresolved-symbols=ignore-all"], input=code, text=True, check=True)
+        return subprocess.run([f"{folder}/sizes"], check=True, capture_output=True, text=True).stdout.splitlines()
+
+
 def shown(library):
     """The names that a library shows and that the list is to hold, in order."""
     private = set()
     for header in (ROOT / "src").glob("*/*.h"):
         private |= private_names(header)
-    listing = subprocess.run(["nm", "-DC", "--defined-only", library], check=True, capture_output=True, text=True).stdout
-    names = set()
+    listing = subprocess.run(["nm", "-DCS", "--defined-only", library], check=True, capture_output=True, text=True).stdout
+    names = set(sizes())
     for line in listing.splitlines():
-        _, kind, name = line.split(" ", 2)
+        _, size, kind, name = line.split(" ", 3)
+        if re.match(r"vtable for (FS_|UT_|CPP_)\w+$", name):
+            names.add(f"{name}: {int(size, 16)}")
         plain = re.sub(r"\(.*|\[abi:.*", "", name)
         within = any(plain[: at.start()] in private for at in re.finditer("::|$", plain))
         if kind in STRONG and not within and " thunk to " not in name:
@@ -76,7 +98,7 @@ def main():
     for name in new:
         print(f"new: {name}")
     if gone:
-        print("Programs that use what is gone don't run any more: keep it, or raise the major version.")
+        print("Programs that use what is gone don't run any more: keep it as it was, or raise the major version.")
     if gone or new:
         print(f"packaging/abi.py {sys.argv[1]} --write brings the list up to date.")
     return 1 if gone or new else 0
