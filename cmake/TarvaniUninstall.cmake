@@ -14,7 +14,7 @@ foreach(file IN LISTS files)
     endif()
     # Other directories, such as lib, are everybody's, and stay however empty they are.
     cmake_path(GET file PARENT_PATH directory)
-    while(directory MATCHES "/[Tt]arvani(/|$)")
+    while(directory MATCHES "/(include/tarvani(/[^/]+)?|cmake/Tarvani|doc/tarvani)$")
         file(GLOB left LIST_DIRECTORIES TRUE "${directory}/*" "${directory}/.*")
         if(left OR NOT IS_DIRECTORY "${directory}")
             break()
