@@ -26,36 +26,27 @@ protected:
     ScratchDir dir;
 };
 
-TEST_F(DirectoryForm, GivesBackOrderBytesAndTimesAtEveryLevel) {
-    const Sections inner = {{"x", "deep"}, {"sub", containerBytes({{"y", "deeper"}})}, {"y\ty", ""}};
-    const std::string bytes = packedContainer({{"zebra", "stripes", 5000},
-                                               {"a/b", "", 6000},
-                                               {"inner", containerBytes(inner, "inside"), 7000},
-                                               {"no sections", containerBytes({}), 8000}},
-                                              "a description\nof two lines");
-    FS_IndexFile index(dir.write("source.idx", bytes).c_str());
+TEST_F(DirectoryForm, HoldsContainersAsDirectoriesOfTheirOwn) {
+    const Sections deepest = {{"y", "deeper"}}, inner = {{"x", "deep"}, {"sub", containerBytes(deepest)}, {"y\ty", ""}};
+    const std::string bytes =
+        packedContainer({{"inner", containerBytes(inner, "inside"), 7000}, {"no sections", containerBytes({}), 8000}});
+    FS_IndexFile index(dir.write("source.idx", bytes).c_str()), back;
     add(index, "memory", containerBytes({{"z", "in memory"}}), 8);
-    ASSERT_TRUE(index.linkSection("linked", dir.write("file", "l").c_str()));
     ASSERT_TRUE(index.expandToDirectory("../form"));
-    const std::pair<const char*, std::string> files[] = {
-        {"zebra", "stripes"}, {"inner/sub/y", "deeper"}, {"no sections", containerBytes({})},
-        {"linked", "l"},      {"memory/z", "in memory"}, {"a_1b", ""}};
-    for (const auto& [file, content] : files) EXPECT_EQ(dir.read(std::string("form/") + file), content);
-    for (const auto& [name, time] : {std::pair("zebra", 5000), {"inner", 7000}, {"memory", 8}})
+    EXPECT_EQ(dir.read("form/inner/sub/y"), "deeper");
+    EXPECT_EQ(dir.read("form/memory/z"), "in memory");
+    for (const auto& [name, time] : {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}})
         EXPECT_EQ(dir.getTime(std::string("form/") + name), time);
 
-    FS_IndexFile back;
-    add(back, "before", "kept");
-    add(back, "a/b", "replaced", 1);
+    for (const char* name : {"before", "no sections"}) add(back, name, "kept or replaced", 1);
     ASSERT_TRUE(back.collapseFromDirectory(dir.path("form").c_str()));
-    EXPECT_EQ(back.getDescription(), "a description\nof two lines");
-    EXPECT_THAT(namesOf(back), ElementsAre("before", "a/b", "zebra", "inner", "no sections", "memory", "linked"));
-    EXPECT_EQ(contentOf(back, "a/b"), "");
-    EXPECT_EQ(back.getSectionModTime("a/b"), 6000);
-    Sections deep = sectionsOf(contentOf(back, "inner"));
-    ASSERT_EQ(deep.size(), 3u);
-    EXPECT_EQ(sectionsOf(std::exchange(deep[1].second, inner[1].second)), (Sections{{"y", "deeper"}}));
-    EXPECT_EQ(deep, inner);
+    EXPECT_THAT(namesOf(back), ElementsAre("before", "no sections", "inner", "memory"));
+    EXPECT_EQ(contentOf(back, "no sections"), containerBytes({}));
+    EXPECT_EQ(back.getSectionModTime("no sections"), 8000);
+    Sections found = sectionsOf(contentOf(back, "inner"));
+    ASSERT_EQ(found.size(), 3u);
+    EXPECT_EQ(sectionsOf(std::exchange(found[1].second, inner[1].second)), deepest);
+    EXPECT_EQ(found, inner);
 }
 
 TEST_F(DirectoryForm, NamesEachSectionByAFileOfItsOwn) {

@@ -43,21 +43,15 @@ TEST_F(ReadingAContainer, GivesNamesSizesTimesAndContent) {
 }
 
 TEST_F(ReadingAContainer, AnswersUnknownNamesAndIndexesWithNothing) {
-    FS_IndexFile index(path.c_str());
+    const FS_IndexFile index(path.c_str());
     for (const char* name : {static_cast<const char*>(nullptr), "ge", "geos", "GEO"}) {
-        EXPECT_FALSE(index.hasSection(name));
-        EXPECT_EQ(index.getSectionDataSize(name), 0);
-        EXPECT_EQ(index.getSectionStream(name), nullptr);
-        EXPECT_EQ(index.getSectionReader(name), nullptr);
-        index.removeSection(name);
-        index.modifySection(name, "x", 1, 0);
+        EXPECT_FALSE(index.hasSection(name) || index.getSectionStream(name) || index.getSectionReader(name));
+        EXPECT_EQ(index.getSectionDataSize(name) + index.getSectionModTime(name), 0);
     }
     for (const int i : {-1, 3, 1 << 30}) {
         EXPECT_EQ(index.getSectionName(i), nullptr);
-        EXPECT_EQ(index.getSectionDataSizeAt(i), 0);
-        EXPECT_EQ(index.getSectionModTimeAt(i), 0);
+        EXPECT_EQ(index.getSectionDataSizeAt(i) + index.getSectionModTimeAt(i), 0);
     }
-    EXPECT_EQ(index.getNumSections(), 3);
     EXPECT_TRUE(index.hasSection(""));
 }
 
@@ -149,8 +143,7 @@ TEST_F(ReadingAContainer, CountsPositionsFromWhereItBegins) {
     EXPECT_EQ(contentOf(index, "geo"), "points");
     const std::unique_ptr<FS_ReaderStream> copy(index.getStreamCopy()), ofMemory(FS_IndexFile().getStreamCopy());
     EXPECT_EQ(restOf(*copy->getStream()), containerBytes(kThree) + "behind");
-    ASSERT_NE(ofMemory, nullptr);
-    EXPECT_FALSE(ofMemory->isGood());
+    EXPECT_TRUE(ofMemory && !ofMemory->isGood());
 }
 
 TEST_F(ReadingAContainer, FindsTheLastOfTwoSectionsWithOneNameWhichEndsAtANul) {

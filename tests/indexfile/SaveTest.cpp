@@ -1,4 +1,8 @@
-// Containers written to a path: what a random model of savings doesn't meet.
+// Containers written to a path, by the model and in one pass: what a random model of savings doesn't meet.
+#include <indexfile/FS_IndexWriter.h>
+#include <sys/stat.h>
+
+#include <optional>
 
 #include "../support/Environment.h"
 #include "Index.h"
@@ -8,32 +12,57 @@ namespace {
 class Saving : public testing::Test {
 protected:
     void TearDown() override { EXPECT_THAT(dir.names("tmp"), IsEmpty()) << "a temporary file stayed"; }
+    // Writes the file "a" as the sections "1" and "2" in one pass, or these files. Gives the reason, or "done".
+    std::string pack(const std::string& path, const std::vector<const char*>& files = {"a", "a"}) const {
+        FS_IndexWriter writer(path.c_str());
+        UT_String reason;
+        for (const char* name : {"1", "2"}) writer.addName(name);
+        for (const char* file : files)
+            if (!writer.addFile(dir.path(file).c_str(), &reason)) break;
+        return writer.finish(&reason) ? "done" : std::string(reason.view());
+    }
+
     ScratchDir dir;
     const WithVariable tmpdir{"TMPDIR", dir.makeDirectory("tmp").c_str()};
 };
 
-TEST_F(Saving, WritesIntoTheFileThatIsThereOrRefuses) {
+TEST_F(Saving, WritesIntoTheFileThatIsThereAndOverNothingButContainers) {
+    const Sections both = {{"1", "content"}, {"2", "content"}};
+    dir.write("a", "content");
     FS_IndexFile index;
-    add(index, "a", "content");
-    const std::string path = dir.path("x.idx");
-    EXPECT_EQ(save(index, path), "done");
-    std::filesystem::create_hard_link(path, dir.path("second"));
-    add(index, "b", std::string(100'000, 'b'));
-    EXPECT_EQ(save(index, "file:" + path), "done");
-    EXPECT_EQ(dir.read("second"), written(index));
-    EXPECT_EQ(save(index, dir.write("empty", "")), "done");
-
-    for (const std::string& bytes :
-         {std::string("good text"), containerHead(0, 1), containerHead(2) + tableEntry("a", 0, 0)}) {
-        const std::string other = dir.write("other", bytes);
-        FS_IndexFile own(other.c_str());
-        EXPECT_THAT(save(index, other), HasSubstr("not a container"));
-        EXPECT_THAT(save(own, other), HasSubstr("not a container")) << "nor may it be its own source";
-        EXPECT_EQ(dir.read("other"), bytes);
+    for (const auto& [name, bytes] : both) add(index, name.c_str(), bytes);
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+    const struct {
+        const char* path;
+        std::optional<std::string> before;
+        const char* reason;
+    } cases[] = {
+        {"new.idx", {}, "done"},
+        {"empty", "", "done"},
+        {"x.idx", containerBytes({{"old", std::string(100'000, 'o')}}), "done"},
+        {"text", "good text", "is not a container, and is left as it is"},
+        {"newer", containerHead(0, 1), "is not a container"},
+        {"damaged", containerHead(2) + tableEntry("a", 0, 0), "is not a container"},
+        {"no/such/directory", {}, "No such file or directory"},
+        {"pipe", {}, "is not a regular file"},
+        {"", {}, "is not a regular file"},
+    };
+    for (const bool inOnePass : {false, true}) {
+        for (const auto& c : cases) {
+            const std::string path = dir.path(c.path), second = dir.path("second");
+            std::filesystem::remove(second);
+            if (c.before) std::filesystem::create_hard_link(dir.write(c.path, *c.before), second);
+            EXPECT_THAT(inOnePass ? pack(path) : save(index, "file:" + path), HasSubstr(c.reason)) << path;
+            const bool done = std::string_view(c.reason) == "done";
+            if (!done && !c.before) continue;
+            const std::string after = dir.read(c.path);
+            EXPECT_TRUE(done ? sectionsOf(after) == both : after == *c.before) << path;
+            EXPECT_TRUE(!c.before || dir.read("second") == after) << path;
+        }
+        std::filesystem::remove(dir.path("new.idx"));
     }
-    for (const std::string& nowhere : {dir.path(), dir.path("no/such/directory"), std::string()})
-        EXPECT_NE(save(index, nowhere), "done");
-    EXPECT_FALSE(index.save(nullptr));
+    EXPECT_NE(save(*std::make_unique<FS_IndexFile>(dir.path("text").c_str()), dir.path("text")), "done");
+    EXPECT_FALSE(index.save(nullptr) || index.save(""));
 }
 
 TEST_F(Saving, RefusesPlacesThatSomebodyElseHasMoved) {
@@ -98,6 +127,49 @@ TEST_F(Saving, TellsWhichSectionCannotBeWritten) {
     for (const char* target : {"y.idx", "new.idx"}) EXPECT_THAT(save(index, dir.path(target)), HasSubstr("\"b\""));
     EXPECT_FALSE(dir.exists("new.idx"));
     EXPECT_EQ(dir.read("y.idx"), old);
+}
+
+TEST_F(Saving, InOnePassGivesTheBytesOfTheModel) {
+    const Sections files = {
+        {"x.idx", packedContainer({{"old", std::string(700'000, 'o')}})}, {"a", "aaa"}, {"empty", ""}};
+    for (const auto& [name, bytes] : files) dir.setTime((dir.write(name, bytes), name), 1234);
+    FS_IndexFile model;
+    FS_IndexWriter writer(dir.path("x.idx").c_str());
+    model.setDescription("d");
+    writer.setDescription("d");
+    const Sections sections = {
+        {"1", dir.path("a")}, {"2", "file:" + dir.path("empty")}, {"", dir.path("x.idx") + "?old"}};
+    for (const auto& [name, file] : sections) EXPECT_TRUE(writer.addName(name.c_str()));
+    EXPECT_FALSE(writer.addName("1") || writer.addName(nullptr));
+    for (const auto& [name, file] : sections) {
+        EXPECT_TRUE(writer.addFile(file.c_str(), nullptr));
+        EXPECT_FALSE(writer.addName("late"));
+        model.addSection(name.c_str(), file.c_str());
+    }
+    EXPECT_EQ(dir.read("x.idx"), files[0].second);
+    EXPECT_TRUE(writer.finish());
+    EXPECT_EQ(dir.read("x.idx"), written(model));
+    EXPECT_FALSE(writer.finish());
+}
+
+TEST_F(Saving, InOnePassFailsAsAWhole) {
+    const std::string old = packedContainer({{"old", "o"}});
+    for (const auto& [name, bytes] : Sections{{"a", "aaa"}, {"x.idx", old}, {"huge", ""}}) dir.write(name, bytes);
+    dir.cutAt("huge", 3'000'000'000);
+    const std::pair<std::vector<const char*>, const char*> cases[] = {
+        {{"a"}, "a named section has got no file"},
+        {{"a", "nope"}, "can't be opened for reading"},
+        {{"a", "x.idx?nope"}, "can't be opened for reading"},
+        {{"a", "a", "a"}, "has no name among the sections"},
+        {{"huge"}, "is larger than a section can be (2147483647 bytes)"},
+    };
+    for (const auto& [files, reason] : cases) {
+        for (const char* target : {"x.idx", "new.idx"}) EXPECT_THAT(pack(dir.path(target), files), HasSubstr(reason));
+        EXPECT_EQ(dir.read("x.idx"), old);
+        EXPECT_THAT(dir.names(), ElementsAre("a", "huge", "tmp", "x.idx"));
+    }
+    { EXPECT_TRUE(FS_IndexWriter(dir.path("new.idx").c_str()).addName("given up before the end")); }
+    EXPECT_FALSE(dir.exists("new.idx"));
 }
 
 }  // namespace

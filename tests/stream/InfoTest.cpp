@@ -1,17 +1,13 @@
 // What FS_Info tells of files, sections and helpers' paths.
 #include <UT/UT_StringArray.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stream/FS_Info.h>
 
-#include <filesystem>
+#include <optional>
 
-#include "../support/Container.h"
-#include "../support/ScratchDir.h"
-#include "AsUser.h"
-#include "Reading.h"
+#include "Streams.h"
 
-using testing::ElementsAre;
+using testing::Not;
+using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -19,22 +15,13 @@ namespace {
 // All answers about one path, a letter for each that is yes: exists, read, write, directory; then file exists, can
 // read, can write, can write into the directory, can be deleted.
 std::string answers(const FS_Info& info) {
+    const std::pair<bool, char> all[] = {
+        {info.hasAccess(0), 'e'},     {info.hasAccess(1), 'r'},        {info.hasAccess(2), 'w'},
+        {info.getIsDirectory(), 'd'}, {info.fileExists(), 'F'},        {info.canReadFile(), 'R'},
+        {info.canWriteFile(), 'W'},   {info.canWriteDirectory(), 'D'}, {info.canDeleteFile(), 'X'}};
     std::string text;
-    const auto add = [&](bool yes, char letter) { text += yes ? letter : '-'; };
-    add(info.hasAccess(0), 'e');
-    add(info.hasAccess(1), 'r');
-    add(info.hasAccess(2), 'w');
-    add(info.getIsDirectory(), 'd');
-    add(info.fileExists(), 'F');
-    add(info.canReadFile(), 'R');
-    add(info.canWriteFile(), 'W');
-    add(info.canWriteDirectory(), 'D');
-    add(info.canDeleteFile(), 'X');
+    for (const auto& [yes, letter] : all) text += yes ? letter : '-';
     return text;
-}
-
-void setMode(const std::string& path, unsigned mode) {
-    std::filesystem::permissions(path, static_cast<std::filesystem::perms>(mode));
 }
 
 // Claims paths that begin with "own:" and separates them by ":" upwards and "|" downwards.
@@ -52,8 +39,7 @@ public:
     std::int64_t getSize(const char*) override { return std::int64_t{1} << 40; }
     bool getContents(const char* path, UT_StringArray& files, UT_StringArray* dirs) override {
         if (!getIsDirectory(path)) return false;
-        files.append("leaf");
-        files.append("none");
+        for (const char* name : {"leaf", "none"}) files.append(name);
         (dirs ? *dirs : files).append("branch");
         return true;
     }
@@ -64,20 +50,36 @@ public:
     std::string claimed;
 };
 
+// A listing: files, and directories with "/" behind, each with time, size and mark of a link as far as they are known.
+// Nothing where there is no listing.
+using Names = std::optional<std::vector<std::string>>;
+Names list(const std::string& path, bool withDirs = true) {
+    UT_StringArray files, dirs;
+    UT_RefArray<FS_Stat> fileStats, dirStats;
+    if (!FS_Info(path.c_str()).getContents(files, withDirs ? &dirs : nullptr, &fileStats, &dirStats)) return {};
+    EXPECT_EQ(fileStats.entries(), files.entries()) << path;
+    EXPECT_EQ(dirStats.entries(), dirs.entries()) << path;
+    Names all(std::in_place);
+    const auto append = [&](const UT_StringArray& names, const UT_RefArray<FS_Stat>& stats, const char* behind) {
+        for (unsigned i = 0; i < static_cast<unsigned>(names.entries()); ++i) {
+            const FS_Stat& s = stats(i);
+            all->push_back(std::string(names(i).view()) + behind);
+            if (!(s == FS_Stat())) all->back() += " " + std::to_string(s.modTime) + " " + std::to_string(s.size);
+            all->back() += s.isShortcut ? " link" : "";
+            EXPECT_TRUE(!s.isDirectory || *behind != '\0') << all->back();
+        }
+    };
+    append(files, fileStats, "");
+    append(dirs, dirStats, "/");
+    return all;
+}
+
 class Info : public testing::Test {
 protected:
-    // One path is listed; true and false are part of the text.
-    std::string list(const std::string& path, bool withDirs = true) {
-        UT_StringArray files, dirs;
-        UT_RefArray<FS_Stat> fileStats, dirStats;
-        std::string text = FS_Info(path.c_str()).getContents(files, withDirs ? &dirs : nullptr, &fileStats, &dirStats)
-                               ? "true"
-                               : "false";
-        EXPECT_EQ(fileStats.entries(), files.entries()) << path;
-        EXPECT_EQ(dirStats.entries(), dirs.entries()) << path;
-        for (const UT_String& name : files) text.append(" ").append(name.view());
-        for (const UT_String& name : dirs) text.append(" ").append(name.view()).append("/");
-        return text;
+    std::string writeWithMode(const char* name, unsigned mode, std::string_view content) const {
+        const std::string path = scratch.write(name, content);
+        std::filesystem::permissions(path, static_cast<std::filesystem::perms>(mode));
+        return path;
     }
 
     const ScratchDir scratch;
@@ -87,19 +89,14 @@ protected:
 };
 
 TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
-    for (const char* directory : {"open", "closed"}) scratch.makeDirectory(directory);
-    const struct {
-        const char* name;
-        unsigned mode;
-    } files[] = {{"open/free", 0666}, {"open/locked", 0444}, {"open/secret", 0}, {"closed/free", 0666}};
-    for (const auto& file : files) setMode(scratch.write(file.name, "bytes"), file.mode);
-    setMode(scratch.write("open/x.idx", bytes), 0666);
-    setMode(scratch.write("open/locked.idx", bytes), 0444);
-    setMode(scratch.path("open"), 0777);
-    setMode(scratch.path("closed"), 0755);
-    setMode(scratch.path(), 0755);
-
-    const std::string prefixed = "file:" + scratch.path("open/free");
+    const std::string free = writeWithMode("open/free", 0666, "bytes"), prefixed = "file:" + free;
+    writeWithMode("open/locked", 0444, "bytes");
+    writeWithMode("open/secret", 0, "bytes");
+    writeWithMode("closed/free", 0666, "bytes");
+    writeWithMode("open/x.idx", 0666, bytes);
+    writeWithMode("open/locked.idx", 0444, bytes);
+    for (const auto& [name, mode] : {std::pair("open", 0777u), {"closed", 0755u}, {"", 0755u}})
+        std::filesystem::permissions(scratch.path(name), static_cast<std::filesystem::perms>(mode));
     const struct {
         const char *path, *expected;
     } cases[] = {
@@ -117,6 +114,7 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
         {"a//b/", "------WDX"},
         {"../closed/new", "--------X"},
         {"free/below", "--------X"},
+        {"/no-such-file-here", "--------X"},
         // Sections.
         {"x.idx?geo", "erw-FRW-X"},
         {"x.idx?inner", "erwd-----"},
@@ -129,45 +127,14 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
         // "file:" is taken off for all but the question whether it is a directory.
         {prefixed.c_str(), "erw-FRW-X"},
         {"file:../open", "erw-FRW--"},
+        {"/", "er-d-----"},
         {"", "---------"},
+        {nullptr, "---------"},
     };
     const InDirectory here(scratch.path("open"));
-    for (const auto& c : cases) {
-        const auto ask = [&] { return answers(FS_Info(c.path)); };
-        EXPECT_EQ(asOrdinaryUser(ask), c.expected) << c.path;
-    }
-    EXPECT_EQ(answers(FS_Info(nullptr)), "---------");
-    EXPECT_EQ(answers(FS_Info("/")), ::geteuid() == 0 ? "erwd---D-" : "er-d-----");
-    EXPECT_FALSE(FS_Info("/no-such-file-here").canWriteFile()) << "its directory has an empty name";
-}
-
-TEST_F(Info, TellsTimesAndSizes) {
-    const std::string file = scratch.write("file", "seven b");
-    scratch.setTime("file", 1000000);
-    scratch.write("sparse", "");
-    scratch.cutAt("sparse", 3LL << 30);
-    const std::string container = scratch.write("x.idx", bytes);
-    const struct {
-        std::string path;
-        int time;
-        std::int64_t size;
-    } cases[] = {
-        {file, 1000000, 7},
-        {"File:" + file, 1000000, 7},
-        {scratch.path("none"), 0, 0},
-        {container + "?geo", 11, 8},
-        {"file:" + container + "?inner?deep", 33, 10},
-        {container + "?none", 0, 0},
-        {file + "?geo", 0, 0},
-        {"own:x", 77, std::int64_t{1} << 40},
-    };
-    const OwnInfo helper;
-    for (const auto& c : cases) {
-        EXPECT_EQ(FS_Info(c.path.c_str()).getModTime(), c.time) << c.path;
-        EXPECT_EQ(FS_Info(c.path.c_str()).getFileDataSize(), c.size) << c.path;
-    }
-    EXPECT_EQ(FS_Info(scratch.path("sparse").c_str()).getFileDataSize(), 3LL << 30);
-    EXPECT_EQ(FS_Info(nullptr).getModTime() + FS_Info(nullptr).getFileDataSize(), 0);
+    checkInChild(true, [&] {
+        for (const auto& c : cases) EXPECT_EQ(answers(FS_Info(c.path)), c.expected) << (c.path ? c.path : "null");
+    });
 }
 
 TEST_F(Info, CutsOneSlashAtTheVeryEnd) {
@@ -184,8 +151,7 @@ TEST_F(Info, CutsOneSlashAtTheVeryEnd) {
     // As many levels as a path can name cost neither the stack nor the time of their square.
     std::string deep = "none";
     for (int i = 0; i < 100000; ++i) deep += "?s";
-    EXPECT_FALSE(FS_Info(deep.c_str()).hasAccess(2));
-    EXPECT_FALSE(FS_Info(deep.c_str()).hasAccess(1));
+    for (const int mode : {1, 2}) EXPECT_FALSE(FS_Info(deep.c_str()).hasAccess(mode));
 }
 
 TEST_F(Info, HelpersAnswerAlone) {
@@ -197,6 +163,8 @@ TEST_F(Info, HelpersAnswerAlone) {
         EXPECT_TRUE(older.asked.empty());
         EXPECT_EQ(answers(FS_Info("own:leaf")), "er--FR---");
         EXPECT_EQ(answers(FS_Info("own:dir")), "er-d-----");
+        EXPECT_EQ(FS_Info("own:x").getModTime(), 77);
+        EXPECT_EQ(FS_Info("own:x").getFileDataSize(), std::int64_t{1} << 40);
         EXPECT_EQ(FS_Info::getNextSepChar("own:x"), '|');
         EXPECT_EQ(FS_Info::getPrevSepChar("own:x"), ':');
         EXPECT_EQ(FS_Info::getPrevSepChar("other"), '/');
@@ -210,23 +178,21 @@ TEST_F(Info, HelpersAnswerAlone) {
 }
 
 TEST_F(Info, LooksAtOneNameBelowAnother) {
-    const std::string file = scratch.write("d/file", "bytes");
+    const std::string file = scratch.write("d/file", "bytes"), d = scratch.path("d"), slash = d + "/";
     scratch.setTime("d/file", 1000000);
-    FS_Stat stat(0, 0, false, true);
-    EXPECT_TRUE(FS_Info::statFile(scratch.path("d").c_str(), "file", &stat));
-    EXPECT_EQ(stat, FS_Stat(1000000, 5, false, true)) << "the mark of a link stays as it was";
-    EXPECT_TRUE(FS_Info::statFile(scratch.path("d/").c_str(), "file", nullptr));
-    EXPECT_TRUE(FS_Info::statFile("elsewhere", file.c_str(), nullptr));
-    EXPECT_TRUE(FS_Info::statFile(nullptr, file.c_str(), nullptr));
-    EXPECT_FALSE(FS_Info::statFile(scratch.path().c_str(), "", nullptr));
-    EXPECT_FALSE(FS_Info::statFile(scratch.path().c_str(), nullptr, nullptr));
-    EXPECT_TRUE(FS_Info::statFile("", scratch.path("d").c_str(), &stat));
-    EXPECT_TRUE(stat.isDirectory);
-    EXPECT_FALSE(FS_Info::statFile(scratch.path("d").c_str(), "none", &stat));
-
     OwnInfo helper;
-    EXPECT_TRUE(FS_Info::statFile("own:dir", "leaf", &stat));
+    const struct {
+        const char *base, *name;
+        bool there;
+    } cases[] = {{d.c_str(), "file", true},     {slash.c_str(), "file", true}, {"elsewhere", file.c_str(), true},
+                 {nullptr, file.c_str(), true}, {"", d.c_str(), true},         {d.c_str(), "", false},
+                 {d.c_str(), nullptr, false},   {d.c_str(), "none", false},    {"own:dir", "leaf", true}};
+    for (const auto& c : cases) EXPECT_EQ(FS_Info::statFile(c.base, c.name, nullptr), c.there);
     EXPECT_EQ(helper.asked.back(), "own:dir|leaf");
+    FS_Stat stat(0, 0, false, true);
+    EXPECT_TRUE(FS_Info::statFile(d.c_str(), "file", &stat));
+    EXPECT_EQ(stat, FS_Stat(1000000, 5, false, true)) << "the mark of a link stays as it was";
+    EXPECT_TRUE(FS_Info::statFile("", d.c_str(), &stat) && stat.isDirectory);
 
     FS_Stat sequence(5, 10, true);
     sequence.updateSequenceStat(FS_Stat(-7, 1));
@@ -235,40 +201,21 @@ TEST_F(Info, LooksAtOneNameBelowAnother) {
 }
 
 TEST_F(Info, ListsADirectory) {
-    scratch.write("d/file", "bytes");
-    scratch.write("d/.hidden", "");
+    const std::string d = scratch.makeDirectory("d");
     scratch.makeDirectory("d/sub");
-    std::filesystem::create_symlink("sub", scratch.path("d/to-sub"));
-    std::filesystem::create_symlink("file", scratch.path("d/to-file"));
-    std::filesystem::create_symlink("nowhere", scratch.path("d/dangling"));
-    for (const char* name : {"d/file", "d/.hidden", "d/sub", "d/to-sub", "d/to-file", "d/dangling"})
-        scratch.setTime(name, 1000);
-
-    UT_StringArray files, dirs;
-    files.append("stays");
-    UT_RefArray<FS_Stat> fileStats, dirStats;
-    EXPECT_TRUE(FS_Info(("FILE:" + scratch.path("d/")).c_str()).getContents(files, &dirs, &fileStats, &dirStats));
-    const auto told = [](const UT_StringArray& names, int first, const UT_RefArray<FS_Stat>& stats) {
-        std::vector<std::string> all;
-        for (const FS_Stat& stat : stats) {
-            EXPECT_EQ(stat.modTime, 1000);
-            all.push_back(std::string(names(first++).view()) + (stat.isShortcut ? " link" : "") +
-                          (stat.isDirectory ? "/" : " " + std::to_string(stat.size)));
-        }
-        return all;
-    };
-    EXPECT_EQ(files(0), "stays");
-    EXPECT_THAT(told(files, 1, fileStats),
-                UnorderedElementsAre("file 5", ".hidden 0", "to-file link 4", "dangling link 7"));
-    EXPECT_THAT(told(dirs, 0, dirStats), UnorderedElementsAre("sub/", "to-sub link/"));
-
-    UT_StringArray all;
-    UT_RefArray<FS_Stat> allStats;
-    EXPECT_TRUE(FS_Info(scratch.path("d").c_str()).getContents(all, nullptr, &allStats, nullptr));
-    EXPECT_EQ(all.entries(), 6) << "sub-directories among the files";
-    for (const FS_Stat& stat : allStats) EXPECT_FALSE(stat.isDirectory || stat.isShortcut);
-    EXPECT_TRUE(FS_Info(scratch.path("d").c_str()).getContents(all, nullptr, nullptr, nullptr));
-    EXPECT_EQ(all.entries(), 12);
+    for (const char* name : {"d/file", "d/.hidden"}) scratch.write(name, "bytes");
+    for (const auto& [target, name] : {std::pair("sub", "to-sub"), {"file", "to-file"}, {"nowhere", "dangling"}})
+        std::filesystem::create_symlink(target, d + "/" + name);
+    for (const std::string& name : scratch.names("d")) scratch.setTime("d/" + name, 1000);
+    EXPECT_THAT(list("FILE:" + d + "/").value(),
+                UnorderedElementsAre("file 1000 5", ".hidden 1000 5", "to-file 1000 4 link", "dangling 1000 7 link",
+                                     "to-sub/ 1000 3 link", StartsWith("sub/ 1000 ")));
+    const std::vector<std::string> flat = list(d, false).value();
+    EXPECT_EQ(flat.size(), 6u) << "sub-directories among the files";
+    for (const std::string& record : flat) EXPECT_THAT(record, Not(HasSubstr("link")));
+    UT_StringArray names;
+    for (int i = 0; i < 2; ++i) EXPECT_TRUE(FS_Info(d.c_str()).getContents(names, nullptr, nullptr, nullptr));
+    EXPECT_EQ(names.entries(), 12) << "added to what was there";
 }
 
 TEST_F(Info, ListsContainersSectionsAndWhatAHelperServes) {
@@ -279,43 +226,35 @@ TEST_F(Info, ListsContainersSectionsAndWhatAHelperServes) {
     const struct {
         std::string path;
         bool withDirs;
-        std::string expected;
+        Names names;
     } cases[] = {
-        {container, true, "true geo empty inner/"},
-        {"file:" + container, true, "true geo empty inner/"},
-        {container, false, "true geo inner empty"},
-        {container + "?inner", true, "true deep"},
-        {container + "?geo", true, "true"},
-        {container + "?nothing", true, "true"},
-        {scratch.path("plain"), true, "false"},
-        {scratch.path("none.idx"), true, "false"},
-        {scratch.path("nothing"), true, "false"},
-        {scratch.path("empty"), true, "true"},
-        {"", true, "false"},
-        {"own:dir", true, "true leaf none branch/"},
-        {"own:dir", false, "true leaf none branch"},
-        {"own:x", true, "false"},
+        {container, true, {{"geo", "empty", "inner/"}}},
+        {"file:" + container, true, {{"geo", "empty", "inner/"}}},
+        {container, false, {{"geo", "inner", "empty"}}},
+        {container + "?inner", true, {{"deep"}}},
+        {container + "?geo", true, Names(std::in_place)},
+        {container + "?nothing", true, Names(std::in_place)},
+        {scratch.path("empty"), true, Names(std::in_place)},
+        {scratch.path("plain"), true, {}},
+        {scratch.path("none.idx"), true, {}},
+        {scratch.path("nothing"), true, {}},
+        {"", true, {}},
+        {"own:dir", true, {{"leaf 77 1099511627776", "none", "branch/ 77 1099511627776"}}},
+        {"own:dir", false, {{"leaf 77 1099511627776", "none", "branch 77 1099511627776"}}},
+        {"own:x", true, {}},
     };
     const OwnInfo helper;
-    for (const auto& c : cases) EXPECT_EQ(list(c.path, c.withDirs), c.expected) << c.path;
+    for (const auto& c : cases) EXPECT_EQ(list(c.path, c.withDirs), c.names) << c.path;
 
-    UT_StringArray files;
-    EXPECT_FALSE(FS_Info(nullptr).getContents(files, nullptr, nullptr, nullptr));
-    UT_RefArray<FS_Stat> stats;
-    EXPECT_TRUE(FS_Info("own:dir").getContents(files, nullptr, &stats, nullptr));
-    EXPECT_EQ(stats(0), FS_Stat(77, std::int64_t{1} << 40));
-    EXPECT_EQ(stats(1), FS_Stat()) << "an entry that can't be looked at";
-}
-
-TEST_F(Info, ListsAContainerWithOneOpening) {
+    // One opening, whatever the number of sections.
     std::vector<PackedSection> sections;
     for (int i = 0; i < 20; ++i) sections.push_back({"s" + std::to_string(i), inner, i});
     const std::string path = scratch.write("x.idx", packedContainer({{"outer", packedContainer(sections)}}));
-    TestHelper helper;
+    const TestHelper counter;
     UT_StringArray files, dirs;
     EXPECT_TRUE(FS_Info((path + "?outer").c_str()).getContents(files, &dirs, nullptr, nullptr));
     EXPECT_EQ(dirs.entries(), 20);
-    EXPECT_THAT(helper.asked, ElementsAre(path));
+    EXPECT_THAT(counter.asked, ElementsAre(path));
 }
 
 }  // namespace

@@ -1,17 +1,29 @@
 #pragma once
-// What the tests of reading have in common: all bytes of a reader, and helpers made of a function.
+// What the tests of streams have in common: all bytes of a reader, what a writer says at its end, and helpers made of a
+// function.
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
+#include <gmock/gmock.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
+#include <stream/FS_Writer.h>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "../support/Child.h"
+#include "../support/Environment.h"
 #include "../support/Keyed.h"
+#include "../support/ScratchDir.h"
+#include "../support/Sections.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
 
 inline std::string bytesOf(UT_IStream* stream) {
     std::string bytes;
@@ -26,10 +38,24 @@ inline std::string bytesAt(const std::string& path) {
     return reader.isGood() ? bytesOf(reader.getStream()) : "not good";
 }
 
-inline std::string fileNameOf(const FS_Reader& reader) {
+// The name of the file behind a reader or its stream.
+template <class Reader>
+std::string fileNameOf(const Reader& reader) {
     UT_String name;
     reader.getFilename(name);
     return std::string(name.view());
+}
+
+// Why the output isn't where it belongs, or "done".
+inline std::string finish(FS_Writer& writer) {
+    UT_String reason;
+    return writer.finish(&reason) ? "done" : std::string(reason.view());
+}
+
+// Runs checks in a child process; as an ordinary user if `ordinary` says so.
+inline void checkInChild(bool ordinary, const std::function<void()>& checks) {
+    const auto passed = [&] { return checks(), !testing::Test::HasFailure(); };
+    EXPECT_EQ(inChild(passed, ordinary), 0);
 }
 
 inline FS_ReaderStream* memoryStream(const std::string& bytes, int time = 0) {
