@@ -27,15 +27,30 @@ bool skipText(UT_IStream& in) {
     return readInt(in, length) && length >= 0 && in.seekg(in.tellg() + length, 0);
 }
 
-// Magic, version, description and the number of entries, 0 for any number below 1; nothing if one is missing or wrong.
-std::optional<int> readHeader(UT_IStream& in, UT_String* description) {
+// Magic, version, description and the number of entries.
+TableWalk walkHeader(UT_IStream& in, UT_String* description) {
+    TableWalk walk;
     char magic[kMagic.size()];
-    if (in.bread(magic, sizeof magic) != sizeof magic || std::string_view(magic, sizeof magic) != kMagic) return {};
-    int version = 0, count = 0;
-    if (!readInt(in, version) || version > kVersion) return {};
-    if (!(description ? in.readBinaryString(*description, UT_ISTREAM_RLE32) : skipText(in))) return {};
-    if (!readInt(in, count)) return {};
-    return std::max(count, 0);
+    if (in.bread(magic, sizeof magic) != sizeof magic || std::string_view(magic, sizeof magic) != kMagic) return walk;
+    walk.end = TableWalk::End::InHeader;
+    if (!readInt(in, walk.version)) return walk;
+    if (walk.version > kVersion) {
+        walk.end = TableWalk::End::NewerVersion;
+        return walk;
+    }
+    if (!(description ? in.readBinaryString(*description, UT_ISTREAM_RLE32) : skipText(in))) return walk;
+    int count = 0;
+    if (!readInt(in, count)) return walk;
+    walk.count = std::max(count, 0);
+    walk.end = TableWalk::End::Whole;
+    return walk;
+}
+
+// The number of entries; nothing if something in front of them is missing or wrong.
+std::optional<int> readHeader(UT_IStream& in, UT_String* description) {
+    const TableWalk walk = walkHeader(in, description);
+    if (walk.end != TableWalk::End::Whole) return {};
+    return walk.count;
 }
 
 // Walks the entries of a table from where the stream stands. An entry that lies in one block of the stream is looked at
@@ -53,18 +68,24 @@ public:
 
     // The next entry, valid until the next call. False if it is cut short or holds a negative number.
     bool next(Entry& entry) {
-        if (!entryInBlock(entry) && !entryAcrossBlocks(entry)) return false;
+        if (!read(entry)) return false;
         if (entry.offset() < 0 || entry.size() < 0) return false;
         largestOffset_ = std::max(largestOffset_, entry.offset());
         return true;
     }
+    // The same without a look at the numbers.
+    bool read(Entry& entry) { return entryInBlock(entry) || entryAcrossBlocks(entry); }
     // To be called behind the last entry: leaves the stream at the first byte behind the table and gives that position,
     // from which offsets count; nothing if one of them would pass the largest position.
     std::optional<std::int64_t> finish() {
-        release();
-        const std::int64_t base = in_.tellg();
+        const std::int64_t base = position();
         if (base > kLargestContainer - largestOffset_) return {};
         return base;
+    }
+    // Leaves the stream behind what was read, and gives that position.
+    std::int64_t position() {
+        release();
+        return in_.tellg();
     }
     // The number of entries for which there can be bytes, at most `count`.
     std::size_t plausible(int count) const {
@@ -241,4 +262,19 @@ bool holdsContainer(UT_IStream& in) {
         if (!scan.next(entry)) return false;
     }
     return *count == 0 || scan.finish().has_value();
+}
+
+TableWalk walkTable(UT_IStream& in, const std::function<void(const TableEntry&)>& visit) {
+    TableWalk walk = walkHeader(in, nullptr);
+    if (walk.end != TableWalk::End::Whole) return walk;
+    TableScan scan(in);
+    for (TableScan::Entry entry; walk.entries < walk.count; ++walk.entries) {
+        if (!scan.read(entry)) {
+            walk.end = TableWalk::End::InTable;
+            return walk;
+        }
+        visit({entry.name.substr(0, entry.name.find('\0')), entry.offset(), entry.size()});
+    }
+    walk.base = scan.position();
+    return walk;
 }

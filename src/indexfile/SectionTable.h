@@ -9,6 +9,7 @@
 #pragma once
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -64,3 +65,21 @@ private:
 std::optional<SectionPlace> findSection(UT_IStream& in, std::string_view name);
 // True if a whole container, with or without sections, begins where `in` stands.
 bool holdsContainer(UT_IStream& in);
+
+// What a look at a table has met.
+struct TableWalk {
+    enum class End { Whole, NoMagic, NewerVersion, InHeader, InTable };  // where it had to stop
+    End end = End::NoMagic;
+    int version = 0;
+    int count = 0;          // entries as the header says, 0 for any number below 1
+    int entries = 0;        // entries that are there
+    std::int64_t base = 0;  // the position from which offsets count; 0 unless the walk came so far
+};
+struct TableEntry {
+    std::string_view name;
+    int offset = 0;  // as stored
+    int size = 0;
+};
+// For telling what is wrong: reads the container that begins where `in` stands as the others do, but goes on behind an
+// entry whose numbers they refuse.
+TableWalk walkTable(UT_IStream& in, const std::function<void(const TableEntry&)>& visit);

@@ -152,6 +152,13 @@ int renameToNew(const char* from, const char* to) {
 
 }  // namespace
 
+std::string replacementEnding(const FileStatus& target) {
+    char ending[40];
+    std::snprintf(ending, sizeof ending, ".%llx-%llx", static_cast<unsigned long long>(target.device),
+                  static_cast<unsigned long long>(target.inode));
+    return ending;
+}
+
 ReplacementFile::ReplacementFile(std::string target, ReplaceBy how)
     : name_(std::move(target)), how_(how), error_(success()) {
     prepare();
@@ -187,7 +194,7 @@ void ReplacementFile::prepare() {
         target_.clear();
         error_ = success();
     }
-    temporary_ = TempFile::make();
+    temporary_ = TempFile::make(replacementEnding(fileStatus(old_.get())));
 }
 
 void ReplacementFile::prepareBeside(std::string path) {

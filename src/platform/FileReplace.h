@@ -8,6 +8,7 @@
 // All content first goes to a temporary file; nothing happens to the target before commit(). Without a commit, or when
 // it fails, the target stays as it was and the temporary goes. The one exception: when the disk fails in the middle of
 // copying over the old bytes, the temporary is the only whole copy and is kept, and the reason names it.
+#include <platform/FileStatus.h>
 #include <platform/FileStreamBuf.h>
 #include <platform/Outcome.h>
 #include <platform/TempFile.h>
@@ -24,6 +25,10 @@ enum class ReplaceBy {
              // One that was missing and is there by then is another's: the commit fails
     Rename,  // over it, also if it came meanwhile; by copy only where the directory takes no new file
 };
+
+// The ending of the name that a temporary has which will be copied over a file: by it the only whole copy is found
+// again when the program is killed in the middle.
+std::string replacementEnding(const FileStatus& target);
 
 class ReplacementFile {
 public:

@@ -61,15 +61,6 @@ void delist(TempFileEntry* entry) {
     entry->taken = false;
 }
 
-// Absolute, since the current directory may change while a temporary lives.
-std::string temporaryDirectory() {
-    const char* named = ::secure_getenv("TMPDIR");
-    if (named == nullptr || *named == '\0') return "/tmp";
-    std::error_code failed;
-    const std::filesystem::path absolute = std::filesystem::absolute(named, failed);
-    return failed ? named : absolute.string();
-}
-
 // Six letters of 64 that nobody can foresee.
 bool randomLetters(char* letters) {
     constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
@@ -80,6 +71,15 @@ bool randomLetters(char* letters) {
 }
 
 }  // namespace
+
+// Absolute, since the current directory may change while a temporary lives.
+std::string temporaryDirectory() {
+    const char* named = ::secure_getenv("TMPDIR");
+    if (named == nullptr || *named == '\0') return "/tmp";
+    std::error_code failed;
+    const std::filesystem::path absolute = std::filesystem::absolute(named, failed);
+    return failed ? named : absolute.string();
+}
 
 TempFile TempFile::make(std::string_view ending) {
     std::string path = temporaryDirectory() + "/tarvani-XXXXXX" + std::string(ending);
@@ -153,6 +153,12 @@ void TempFile::forget() {
     fd_.reset();
     path_.clear();
     kept_ = false;
+}
+
+// A lease for writing is given only to the one who has the file open.
+bool isInUse(const char* path) {
+    const UniqueFd fd(::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    return fd && ::fcntl(fd.get(), F_SETLEASE, F_WRLCK) != 0 && errno == EAGAIN;
 }
 
 void removeTemporaries() {

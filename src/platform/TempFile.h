@@ -53,6 +53,11 @@ private:
     int error_ = 0;
 };
 
+// Where make() puts its files.
+std::string temporaryDirectory();
+// True if somebody has the file open. False, too, where that can't be known: another user's file, a file system without
+// leases.
+bool isInUse(const char* path);
 // Removes the files of all live temporaries that this process made. Safe inside a signal handler; errno is as before.
 void removeTemporaries();
 

@@ -31,5 +31,7 @@ extern const std::span<const Subcommand> kRendererCommands;
 extern const std::span<const Subcommand> kRecentCommands;  // below "recent"
 
 Action declareIndexCreate(CLI::App& app);
+Action declareIndexCheck(CLI::App& app);
+Action declareIndexRecover(CLI::App& app);
 Action declareIndexExpand(CLI::App& app);
 Action declareIndexCollapse(CLI::App& app);

@@ -1,4 +1,4 @@
-// index list, describe, add, remove, move and merge.
+// index list, describe, add, remove, move and merge, and the table of all that is below "index".
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_Reader.h>
@@ -11,16 +11,16 @@
 #include "Console.h"
 #include "Destination.h"
 #include "Explain.h"
+#include "IndexListing.h"
 #include "Json.h"
 #include "LibraryPath.h"
 #include "Save.h"
 #include "Source.h"
 
-namespace {
-
-void printSections(const FS_IndexFile& index) {
+void printSections(const FS_IndexFile& index, const char* indent) {
     StandardOutput& out = standardOutput();
     for (int i = 0; i < index.getNumSections(); ++i) {
+        out.write(indent);
         out.writeNumber(index.getSectionDataSizeAt(i));
         out.write("\t");
         out.writeNumber(index.getSectionModTimeAt(i));
@@ -30,18 +30,24 @@ void printSections(const FS_IndexFile& index) {
     }
 }
 
+nlohmann::ordered_json sectionsAsJson(const FS_IndexFile& index) {
+    auto sections = nlohmann::ordered_json::array();
+    for (int i = 0; i < index.getNumSections(); ++i)
+        sections.push_back({{"name", index.getSectionName(i)},
+                            {"size", index.getSectionDataSizeAt(i)},
+                            {"modified", index.getSectionModTimeAt(i)}});
+    return sections;
+}
+
+namespace {
+
 int list(const std::string& path, bool asJson) {
     const auto index = openContainer(path);
     if (!asJson) {
         printSections(*index);
         return 0;
     }
-    auto sections = nlohmann::ordered_json::array();
-    for (int i = 0; i < index->getNumSections(); ++i)
-        sections.push_back({{"name", index->getSectionName(i)},
-                            {"size", index->getSectionDataSizeAt(i)},
-                            {"modified", index->getSectionModTimeAt(i)}});
-    writeJson({{"path", path}, {"description", index->getDescription().view()}, {"sections", std::move(sections)}});
+    writeJson({{"path", path}, {"description", index->getDescription().view()}, {"sections", sectionsAsJson(*index)}});
     return 0;
 }
 
@@ -129,14 +135,14 @@ Action declareDescribe(CLI::App& app) {
 
 Action declareAdd(CLI::App& app) {
     const auto path = addText(app, "FILE", "a container");
-    const auto name = addText(app, "NAME", "the section: replaced in its place if it is there, else added at the end");
+    const auto name = addText(app, "SECTION", "its name: replaced in its place if it is there, else added at the end");
     const auto source = addText(app, "SOURCE", "its content, with its time; \"-\" is standard input");
     return [=] { return add(*path, *name, *source); };
 }
 
 Action declareRemove(CLI::App& app) {
     const auto path = addText(app, "FILE", "a container");
-    const auto names = addTexts(app, "NAME", 1, "a section; if one isn't there, none is removed");
+    const auto names = addTexts(app, "SECTION", 1, "its name; if one isn't there, none is removed");
     return [=] { return remove(*path, *names); };
 }
 
@@ -161,22 +167,28 @@ constexpr Subcommand kCommands[] = {
      "find . -name '*.geo' | tarvani index create scene.idx --files-from -\n"
      "tarvani index create scene.idx -C build/out geo",
      declareIndexCreate},
-    {"list", "Print size, time in seconds and name of each section, in the order of the table",
+    {"list", "Print the sections of a container, in their order",
      "tarvani index list scene.idx\n"
      "tarvani index list --json scene.idx",
-     declareList},
+     declareList, "Prints for each its size, a tab, its time in seconds, a tab, and its name."},
+    {"check", "Tell what is wrong with containers", "tarvani index check scene.idx\ntarvani index check --nested *.idx",
+     declareIndexCheck, "", "0 all are whole, 1 one isn't whole or failed, 2 wrong usage"},
+    {"recover", "Find what a killed program left, and put it in its place",
+     "tarvani index recover scene.idx\n"
+     "tarvani index recover --put scene.idx",
+     declareIndexRecover},
     {"describe", "Print the description of a container, or set it",
      "tarvani index describe scene.idx\n"
      "tarvani index describe scene.idx 'a scene'",
      declareDescribe},
     {"add", "Put a file into a container as a section", "tarvani index add scene.idx geo new.geo", declareAdd},
     {"remove", "Take sections out of a container", "tarvani index remove scene.idx geo lights", declareRemove},
-    {"move", "Change the order of the sections", "tarvani index move scene.idx 3 5 -3  to the front", declareMove},
+    {"move", "Change the order of the sections", "tarvani index move scene.idx 3 5 -3  # to the front", declareMove},
     {"merge", "Add the sections of another container", "tarvani index merge --overwrite scene.idx changes.idx",
      declareMerge},
-    {"expand", "Write each section of a container to a file in a directory", "tarvani index expand scene.idx scene/",
-     declareIndexExpand},
-    {"collapse", "Make a container from a directory that \"expand\" wrote", "tarvani index collapse scene/ scene.idx",
+    {"expand", "Write each section of a container to a file", "tarvani index expand scene.idx scene/",
+     declareIndexExpand, "A file Sections.list beside them keeps their names and their order, for \"collapse\"."},
+    {"collapse", "Make a container from what \"expand\" wrote", "tarvani index collapse scene/ scene.idx",
      declareIndexCollapse},
 };
 
