@@ -16,9 +16,9 @@ fi
 command -v python3 >/dev/null || exit 0
 cd "$scratch"
 python3 -c '
-import http.server
-server = http.server.HTTPServer(("127.0.0.1", 0), http.server.SimpleHTTPRequestHandler)
-print(server.server_port, flush=True)
+import http.server, socketserver
+server = socketserver.TCPServer(("127.0.0.1", 0), http.server.SimpleHTTPRequestHandler) # asks nobody for names
+print(server.server_address[1], flush=True)
 server.serve_forever()' >port 2>log &
 server=$!
 until [ -s port ]; do
