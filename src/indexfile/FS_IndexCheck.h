@@ -22,6 +22,7 @@ public:
     // Containers in containers are followed so far; a deeper one is a fault.
     static constexpr int kDeepest = 64;
 
+    // One thing that is wrong.
     struct Fault {
         std::string path;  // of the container, "scene.idx" or, in a nested one, "scene.idx?geo"
         std::string text;  // such as 'section "geo" (0): reaches 12 bytes beyond the end'
@@ -34,6 +35,7 @@ public:
 
     // True if there is no fault.
     bool isWhole() const { return faultCount_ == 0; }
+    // The faults in the order in which they were found, kMostFaults at most, and how many there are in all.
     const std::vector<Fault>& getFaults() const { return faults_; }
     std::int64_t getFaultCount() const { return faultCount_; }
     // What the table of the outermost container holds, as far as it can be read.

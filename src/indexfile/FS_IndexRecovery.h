@@ -19,6 +19,7 @@ class UT_String;
 
 class TARVANI_EXPORT FS_IndexRecovery {
 public:
+    // What is to be thought of a temporary file.
     enum class State {
         Ready,       // whole, and the file is older, damaged or half-written: may be put in its place
         Same,        // the file holds all of it already
@@ -27,13 +28,14 @@ public:
         Incomplete,  // no whole container
         InUse,       // a program has it open
     };
+    // One temporary file that was found.
     struct Leftover {
-        std::string path;
-        State state = State::Incomplete;
-        std::int64_t size = 0;  // bytes
-        std::int64_t time = 0;  // last modification, in seconds since the epoch
-        int sections = 0;
-        std::string fault;  // what is wrong with one that is incomplete
+        std::string path;                 // as put takes it
+        State state = State::Incomplete;  // when it was looked at
+        std::int64_t size = 0;            // bytes
+        std::int64_t time = 0;            // last modification, in seconds since the epoch
+        int sections = 0;                 // in its table
+        std::string fault;                // what is wrong with one that is incomplete
     };
 
     // Looks for temporary files of the container in the local file `path`, in $TMPDIR for one that is there, beside its
