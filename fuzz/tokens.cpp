@@ -25,26 +25,27 @@ constexpr const char* kOptions[] = {"cpp", "-P", "-x", "-r", "8", nullptr};
 // Words and messages in the order in which they came.
 using Heard = std::vector<std::string>;
 
-class Words : public CPP_TokenStream {
-public:
-    Words(UT_IStream& source, Heard& heard) : CPP_TokenStream(source, kName, kOptions), heard_(heard) {}
-    void cppError(const char* message) const override { heard_.push_back(std::string("error ") + message); }
-    void cppWarning(const char* message) const override { heard_.push_back(std::string("warning ") + message); }
-
-private:
-    Heard& heard_;
+// Bases are made in order: the stream stands before what reads it.
+struct Text {
+    explicit Text(std::string_view text) : stream(text.data(), static_cast<int>(text.size()), UT_ISTREAM_BINARY) {}
+    UT_IStream stream;
 };
 
-UT_IStream streamOf(std::string_view text) {
-    return UT_IStream(text.data(), static_cast<int>(text.size()), UT_ISTREAM_BINARY);
-}
+class Words : private Text, public CPP_TokenStream {
+public:
+    explicit Words(std::string_view source) : Text(source), CPP_TokenStream(stream, kName, kOptions) {}
+    void cppError(const char* message) const override { heard.push_back(std::string("error ") + message); }
+    void cppWarning(const char* message) const override { heard.push_back(std::string("warning ") + message); }
+
+    mutable Heard heard;
+};
 
 // What the words must be: those of each line by itself.
 Heard heardInLines(std::string_view source) {
-    UT_IStream stream = streamOf(source);
+    Text text(source);
     CPP_Manager manager;
     manager.setOptions(static_cast<int>(std::size(kOptions)) - 1, kOptions);
-    check(manager.open(stream, kName), "a stream can be opened");
+    check(manager.open(text.stream, kName), "a stream can be opened");
     Heard heard;
     UT_String line;
     while (manager.getLine(line)) {
@@ -60,9 +61,7 @@ Heard heardInLines(std::string_view source) {
 }
 
 Heard heardInWords(std::string_view source) {
-    UT_IStream stream = streamOf(source);
-    Heard heard;
-    Words words(stream, heard);
+    Words words(source);
     UT_String word;
     for (bool again = false; words.getToken(word); again = !again) {
         if (again && !word.isEmpty()) {
@@ -70,16 +69,14 @@ Heard heardInWords(std::string_view source) {
             words.ungetToken(given);
             check(words.getToken(word) && word == given, "a word given back comes again");
         }
-        heard.push_back("word " + std::string(word.view()));
+        words.heard.push_back("word " + std::string(word.view()));
     }
     check(!words.getToken(word), "the end is the end");
-    return heard;
+    return words.heard;
 }
 
 void checkFeatures(std::string_view source) {
-    UT_IStream stream = streamOf(source);
-    Heard heard;
-    Words words(stream, heard);
+    Words words(source);
     UT_SortedSymbolTable renderers;
     FeatureReader(words, renderers).read();
     renderers.sortThingsBySymbol();
