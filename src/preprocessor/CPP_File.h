@@ -48,8 +48,6 @@ public:
     // joined, and afterwards as many lines that are only a newline, so that the count holds. A line that ended in two
     // backslashes, or in one at the end of the input, has no newline.
     int getLine(UT_WorkBuffer& line);
-    // Gives the line that getLine gave last back: it comes again, under the same number. An empty one doesn't.
-    void ungetLine(std::string_view line) { ungot_ = line; }
 
     // Number of the last line delivered, 0 before the first.
     int getLineNumber() const { return lineNumber; }
@@ -82,6 +80,9 @@ public:
     void bumpRefCount(int delta);
 
 private:
+    friend class CPP_Manager;
+    // Gives the line that getLine gave last back: it comes again, under the same number. An empty one doesn't.
+    void ungetLine(std::string_view line) { ungot_ = line; }
     bool adopt(CPP_Stream* source, const char* fileName);
     bool joinFurtherLines(UT_WorkBuffer& line);
     void setPath();
