@@ -3,6 +3,7 @@
 #include <map>
 #include <sstream>
 
+#include "../support/Environment.h"
 #include "PathFiles.h"
 
 class Entry : public PathFiles {
@@ -11,7 +12,7 @@ protected:
 
     // Leads an entry through steps and gives its answers. "part=value" sets a part, "part?" asks for it; "-" is null,
     // '' the empty text, and lo/, mid/ and hi/ begin the paths of files there. "apart" takes the path apart, "pattern"
-    // is that of the list.
+    // is that of the list, "root" the variable in front of hi/.
     static std::string lead(Info& info, const std::string& steps) {
         static const std::map<std::string, Part> parts = {
             {"path", texts(&Info::setFullPath, &Info::getFullPath)},
@@ -27,6 +28,7 @@ protected:
             {"apart",
              numbers<void (Info::*)(int), int (Info::*)()>(&Info::deconstructFullPath, &Info::deconstructFullPath)},
             {"pattern", {[](Info& i, const std::string& v) { i.getOwner()->setSearchPath(0, v.c_str()); }, nullptr}},
+            {"root", {[](Info&, const std::string& v) { ::setenv("PATHFILE_TEST_ROOT", v.c_str(), 1); }, nullptr}},
             {"dir", {nullptr, [](Info& i) { return shown(i.getDirectory()); }}},
             {"computed", {nullptr, [](Info& i) {
                               UT_String made("untouched");
@@ -107,6 +109,7 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         {"a", "path=mid/a.append apart? path=mid/a.append.hide apart?", "1 0"},
         {"a*", "path=mid/a.append.hide apart?", "1"},
         {"^a", "path=mid/^a apart? path=mid/a apart?", "1 0"},
+        {"*", "root=/r* path=/root/hi/a apart? root=/r path=/root/hi/a apart? path=/r/hi/a apart?", "1 0 1"},
         {"", "path=mid/a apart?", "0"},
         {nullptr, "path=mid/a apart?", "0"},
         {"*/*", "path=lo/sub/a apart? index?", "1 0", 1},  // both directories of path 1 hold it
@@ -141,6 +144,7 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         {"*", "path=mid/a.b.c.hide hide=0 append=1 path?", "mid/a.b.c.append"},
         {"*", "path=mid/a.b.c.hide hide=1 name? path?", "a.b.c mid/a.b.c.hide"},
         {"*", "path=mid/a.b.c base=k path=mid/x.y base=z path?", "mid/z.y"},  // no middle of an earlier name
+        {"*", "path=lo/a.b.c name? path=/no/x base=k ext=.z name?", "a.b.c k.z"},
         {"*", "path=mid/a.b.c ext=- name? path?", "a.b mid/a.b"},
         // A path that was made gives the parts that a change needs; before it there are none.
         {"*", "name=f.x index=1 base=g name? path?", "f.x -"},
@@ -154,6 +158,7 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         {"*", "filtered=3 filtered? filtered=2 filtered? path=mid/a disk=x path? disk?", "1 0 mid/a x"},
     };
     for (const auto& c : cases) {
+        const WithVariable variable("PATHFILE_TEST_ROOT", root().path().c_str());
         UT_PathFile file;
         file.setSearchPath(c.knownPath, c.pattern);
         Info info(&file);
@@ -168,16 +173,16 @@ TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
         UT_PF_CopyReason reason;
         const char *target, *source;
     } cases[] = {
-        {UT_PF_COPY_DETACHED, "- lo a.x mid/a.x 1 1", "lo/a.x mid/a.x"},
+        {UT_PF_COPY_DETACHED, "- lo k k.x mid/k.x 1 1", "lo/a.x mid/k.x"},
         // The directory of the target's old path stays until its own is taken apart.
-        {UT_PF_COPY_TAKE_DISK_FILE, "lo/a.x mid a.x lo/a.x 0 1", "- mid/a.x"},
-        {UT_PF_COPY_ALL, "lo/a.x lo a.x mid/a.x 1 1", "lo/a.x mid/a.x"},
+        {UT_PF_COPY_TAKE_DISK_FILE, "lo/a.x mid a a.x lo/a.x 0 1", "- mid/k.x"},
+        {UT_PF_COPY_ALL, "lo/a.x lo k k.x mid/k.x 1 1", "lo/a.x mid/k.x"},
     };
     for (const auto& c : cases) {
         Info source(*list.getFileInfo(0, 0)), target(*list.getFileInfo(1, 0));
-        lead(source, "index=1 filtered=1");  // so that disk path and full path differ
+        lead(source, "base=k index=1 filtered=1");  // so that disk path and full path differ
         target.copy(&source, c.reason);
-        EXPECT_EQ(lead(target, "disk? dir? name? path? index? filtered?"), c.target);
+        EXPECT_EQ(lead(target, "disk? dir? base? name? path? index? filtered?"), c.target);
         EXPECT_EQ(lead(source, "disk? path?"), c.source);
     }
     Info self(*list.getFileInfo(0, 0));
@@ -192,12 +197,13 @@ TEST_F(Entry, OutlivesItsDiskPathAndItsOriginal) {
     write({"lo/a.b.c"});
     Found list;
     Info& info = *list.getFileInfo(0, 0);
-    Info copied(info);
+    Info copied(info), other(info);
+    EXPECT_EQ(lead(other, "dir?"), "lo");
     info.setDiskPath(info.getFullPath());
     info.setDiskPath(info.getExtension());
     EXPECT_EQ(lead(info, "disk? dir? name? base? ext? path?"), ".c lo a.b.c a .c lo/a.b.c");
     list.removeFileInfo(&info);
-    EXPECT_EQ(lead(copied, "dir? name? base? ext?"), "lo a.b.c a .c");
+    EXPECT_EQ(lead(copied, "base? dir? name? ext?"), "a lo a.b.c .c");
     copied.setBaseName(copied.getExtension());
     EXPECT_EQ(lead(copied, "path?"), "lo/.c.b.c");
     const char* const joined = copied.getFileName();

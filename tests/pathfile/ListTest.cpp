@@ -17,7 +17,7 @@ TEST_F(PathFileList, HoldsWhatThePatternFindsInTheOrderOfReading) {
          {{" \t\n", {}},
           {nullptr, {}},
           {"none n*", {}},
-          {" a \n", {"lo/a", "lo/a.append", "lo/a.hide"}},
+          {" a.hide  a \n", {"lo/a", "lo/a.append", "lo/a.hide", "lo/a.hide"}},
           {"a*", {"lo/a.nosave", "lo/a", "lo/a.append", "lo/a.hide", "lo/a.other"}},
           {"x.t*t", {"lo/x.txt.nosave", "lo/x.txt", "lo/x.txt.append", "lo/x.txt.hide", "hi/x.txt"}},
           {"*t.txt", {"lo/.dot.txt"}},
@@ -172,11 +172,13 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
 
 TEST_F(PathFileList, ACopyStartsWithAListOfItsOwn) {
     write({"lo/a"});
-    const Found file;
+    Found file, assigned("x", 1);
     UT_PathFile copied(file);
-    Found assigned("x", 1);
-    static_cast<UT_PathFile&>(assigned) = file;
-    for (UT_PathFile* copy : {&copied, static_cast<UT_PathFile*>(&assigned)}) {
+    UT_PathFile &target = assigned, &itself = file;
+    target = file;
+    itself = file;
+    EXPECT_EQ(entries(file), Texts{"lo/a"});
+    for (UT_PathFile* copy : {&copied, &target}) {
         EXPECT_EQ(copy->getFileInfoCount(0), 0);
         EXPECT_EQ(relative(copy->getDefaultDir()), "mid");
         EXPECT_EQ(copy->getDefaultDirIndex() + copy->getHomeDirIndex(), kMid + kMid);

@@ -46,8 +46,9 @@ TEST_F(PathFileReading, ALaterEntryReplacesHidesOrAppends) {
 
 // One that is empty, a directory, gone or nowhere is passed over.
 TEST_F(PathFileReading, LinesOfAllFilesFollowEachOtherAndNoneSpansTwo) {
-    const std::pair<const char*, const char*> files[] = {{"lo/a", "one\ntwo"},    {"lo/b", ""},     {"lo/c", "\n\nx\n"},
-                                                         {"lo/e.hide", "hidden"}, {"lo/gone", "x"}, {"mid/z", "z"}};
+    const std::pair<const char*, const char*> files[] = {
+        {"lo/a", "one\ntwo"},     {"lo/b", ""},     {"lo/c", "\n\nx\n"}, {"lo/e.hide", "hidden"},
+        {"lo/f?x", "no section"}, {"lo/gone", "x"}, {"mid/z", "z"}};
     for (const auto& [name, bytes] : files) root().write(name, bytes);
     root().makeDirectory("lo/d");
     ASSERT_EQ(::symlink("nowhere", path("lo/link").c_str()), 0);
@@ -56,24 +57,17 @@ TEST_F(PathFileReading, LinesOfAllFilesFollowEachOtherAndNoneSpansTwo) {
     EXPECT_EQ(file.getCurrentFileName(), nullptr);
     file.applyStandardFilter();
     std::filesystem::remove(path("lo/gone"));
-    EXPECT_EQ(entries(file, 1), (Texts{"lo/a", "lo/b", "lo/c", "lo/d", "lo/gone", "lo/link", "mid/z"}));
+    EXPECT_EQ(entries(file, 1), (Texts{"lo/a", "lo/b", "lo/c", "lo/d", "lo/f?x", "lo/gone", "lo/link", "mid/z"}));
     EXPECT_EQ(rest(file), (Texts{"lo/a:1:one", "lo/a:2:two", "lo/c:1:", "lo/c:2:", "lo/c:3:x", "mid/z:1:z"}));
     EXPECT_EQ(next(file), "-");
-    file.setSearchPath(0, "*");
-    EXPECT_EQ(next(file), "lo/a:1:one") << "setting the path starts over";
     EXPECT_EQ(list("link"), Texts{}) << "a literal name is looked at, and through a link";
-}
-
-TEST_F(PathFileReading, AnotherSearchPathDropsTheOpenFileAndTheFilter) {
-    root().write("lo/a", "1\n2\n");
-    write({"lo/b", "mid/b.hide", "hi/b"});
-    UT_PathFile file;
-    file.setSearchPath(0, "a");
-    EXPECT_EQ(next(file), "lo/a:1:1");
-    file.setSearchPath(0, "b");
+    // Setting the path starts over, without the open file and the filter.
+    file.setSearchPath(0, "*");
+    EXPECT_EQ(next(file), "lo/a:1:one");
+    file.setSearchPath(0, "e*");
     EXPECT_EQ(file.getCurrentFileName(), nullptr);
     EXPECT_EQ(file.getCurrentLineNumber(), 0);
-    EXPECT_EQ(rest(file), (Texts{"lo/b:1:lo/b", "mid/b.hide:1:mid/b.hide", "hi/b:1:hi/b"}));
+    EXPECT_EQ(rest(file), Texts{"lo/e.hide:1:hidden"});
 }
 
 // What the caller changes shows at the next line, although the place in the list isn't looked for anew.
