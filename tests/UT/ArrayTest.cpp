@@ -130,6 +130,10 @@ TEST(Arrays, AnIndexOutOfRangeDoesNoHarm) {
         EXPECT_EQ(numbers.removeAt(index) + pointers.removeAt(index) + strings.removeAt(index), -3);
     }
     EXPECT_EQ(numbers.entries() + pointers.entries() + strings.entries(), 3);
+    EXPECT_EQ(strings.find("a"), 0);
+    EXPECT_EQ(strings.append(nullptr), 1);
+    EXPECT_EQ(strings.removeAt(0), 0);
+    EXPECT_TRUE(strings.last().isNull());
 }
 
 TEST(PtrArray, GrowsByAnIndexBehindTheEndAndShrinksByRemoval) {
@@ -183,18 +187,6 @@ TEST(PtrArraySort, KeepsTheOrderOfEqualElementsAndEveryElementWhenTheComparisonL
         for (const int answer : {1, -1}) array.sort([answer](int*, int*) { return answer; });
         EXPECT_TRUE(std::is_permutation(model.begin(), model.end(), array.begin(), array.end()));
     }
-}
-
-TEST(StringArray, OwnsItsTexts) {
-    UT_StringArray array;
-    std::string text = "one";
-    array.append(text.c_str());
-    EXPECT_EQ(array.append(text = "two"), 1);
-    array.append(nullptr);
-    EXPECT_EQ(array.find("two"), 1);
-    EXPECT_EQ(array.removeAt(1), 1);
-    EXPECT_EQ(array(0), "one");
-    EXPECT_TRUE(array.last().isNull());
 }
 
 }  // namespace

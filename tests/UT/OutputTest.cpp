@@ -109,12 +109,13 @@ TEST(Filters, GetEveryByteOnceAreToldOfTheEndOnceAndMayRefuse) {
 }
 
 TEST(MemoryOutput, ShowsItsBytesAndGoesOn) {
-    UT_OStrStream out(4);
-    std::string all;
-    for (const char* text : {"geometry 12", "!"}) {
-        out << text;
-        EXPECT_EQ(std::string(out.str(), out.pcount()), all += text);
-        out.rdbuf()->freeze(false);
+    UT_OStrStream small(4), usual;
+    for (UT_OStrStream* out : {&small, &usual}) {
+        for (const std::string expected : {"geometry", "geometrygeometry"}) {
+            *out << "geometry";
+            EXPECT_EQ(std::string(out->str(), out->pcount()), expected);
+            out->rdbuf()->freeze(false);
+        }
     }
 }
 

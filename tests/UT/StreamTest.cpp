@@ -100,7 +100,9 @@ TEST(IsEof, IsTrueOnceTheLastByteWasTakenOrNoneWasFound) {
     EXPECT_EQ(unknown.bread(&byte, 1), 1);
     EXPECT_FALSE(unknown.isEof() || over("").isEof()) << "nobody knows until a read was tried";
     EXPECT_EQ(unknown.bread(&byte, 1), 0);
-    EXPECT_TRUE(unknown.isEof());
+    EXPECT_TRUE(unknown.isEof() && unknown.seekg(0, 0) && !unknown.isEof());
+    UT_WorkBuffer line;
+    EXPECT_TRUE(unknown.getLine(line, '\n') && unknown.isEof()) << "where no line end was found";
 }
 
 TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
@@ -150,8 +152,8 @@ TEST(Source, IsAskedNoMoreThanNeeded) {
                large = std::make_shared<Source>(numbered(3'000'000));
     UT_IStream stream = on(small), whole = on(large);
     char byte;
-    for (int i = 0; i < 1000;
-         ++i) {  // neighbouring windows share one read-ahead, and seeking inside it asks for nothing
+    // Neighbouring windows share one read-ahead, and seeking inside it asks for nothing.
+    for (int i = 0; i < 1000; ++i) {
         const auto at = static_cast<std::size_t>(i) * 60;
         EXPECT_EQ(readAll(stream.getSubStream(i * 60, 60)), small->text->substr(at, 60));
         EXPECT_TRUE(stream.seekg(60'000 - i * 60, 0) && stream.bread(&byte, 1) == 1 &&
@@ -174,6 +176,8 @@ TEST(Source, AFailedReadIsToldApartFromTheEnd) {
         EXPECT_LT(readAll(stream).size(), 200'000u);
         EXPECT_TRUE(stream.isEof() && stream.hasFailed());
     }
+    UT_IFStream unreadable("/proc/self/mem", UT_ISTREAM_BINARY);  // where nothing is mapped
+    EXPECT_TRUE(readAll(unreadable).empty() && unreadable.hasFailed());
 }
 
 TEST(Source, ThatLiesDoesNoHarm) {
@@ -269,6 +273,7 @@ TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {
     const CFile file = openFile(dir.write("f", "0123456789"));
     EXPECT_EQ(std::getc(file.get()), '0');
     UT_IStream stream(file.get(), UT_ISTREAM_BINARY);
+    EXPECT_EQ(stream.getSize(), 9);
     for (const char* expected : {"123456789", "456789"}) {
         EXPECT_EQ(readAll(stream), expected);
         EXPECT_TRUE(stream.seekg(3, 0));

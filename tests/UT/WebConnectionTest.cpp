@@ -60,8 +60,8 @@ std::string ok(const std::string& body, const std::string& fields = "") {
     return kOk + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-std::string redirect(const std::string& location) {
-    return "HTTP/1.1 302 Found\r\nLocation: " + location + "\r\n\r\n";
+std::string redirect(const std::string& location, int status = 302) {
+    return "HTTP/1.1 " + std::to_string(status) + " Elsewhere\r\nLocation: " + location + "\r\n\r\n";
 }
 
 }  // namespace
@@ -88,8 +88,8 @@ TEST(WebConnection, AsksForOnePageAndGivesItWithItsTime) {
 
 TEST(WebConnection, FollowsFiveRedirectsAndNoMore) {
     ScriptedServer server([](const Peer& peer, const std::string& request) {
-        const int left = request[5] - '0';
-        peer.say(left > 0 ? redirect(std::to_string(left - 1)) : ok("the end"));
+        const int left = request[5] - '0', statuses[] = {301, 302, 303, 307, 308};
+        peer.say(left > 0 ? redirect(std::to_string(left - 1), statuses[left % 5]) : ok("the end"));
     });
     EXPECT_EQ(retrieve(server, "/5").body, "the end");
     EXPECT_EQ(server.requests().size(), 6u);
