@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <numeric>
 #include <sstream>
 
 #include "../support/Child.h"
@@ -15,53 +18,86 @@ namespace {
 
 constexpr std::string_view kDirectory = "@DIR@";
 
-std::vector<std::string> words(const std::string& text) {
-    std::istringstream in(text);
-    std::vector<std::string> found;
-    for (std::string word; in >> word;) found.push_back(word);
-    return found;
-}
-
-std::string trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(' ');
-    return begin == text.npos ? std::string() : std::string(text.substr(begin));
-}
-
-// A line as text. An odd number of backslashes at its end says that it has no newline.
-std::string textOf(const std::string& line, const std::string& directory) {
-    const std::size_t backslashes = line.size() - (line.find_last_not_of('\\') + 1);
-    if (backslashes % 2 == 0) return spelledOut(line, directory) + "\n";
-    return spelledOut(std::string_view(line).substr(0, line.size() - 1), directory);
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size() - 1) + 1;
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end;
+// Undoes the spelling of `text` from `at` on, up to its end or to that of the repetition, of which this is copy
+// `number`.
+std::string spelled(std::string_view text, std::size_t& at, const std::string& directory, int number) {
+    std::string out;
+    while (at < text.size()) {
+        const bool isDirectory = text.substr(at).starts_with(kDirectory);
+        if (isDirectory || text[at] != '\\' || at + 1 == text.size()) {
+            out += isDirectory ? directory : std::string(1, text[at]);
+            at += isDirectory ? kDirectory.size() : 1;
+            continue;
+        }
+        const char kind = text[at + 1];
+        at += 2;
+        if (kind == '}') break;
+        if (kind == '{') {
+            const int count = text[at] == '\\' ? number : std::atoi(text.data() + at);
+            const std::size_t begin = text.find(' ', at) + 1;
+            std::string copy = spelled(text, at = begin, directory, 0);
+            const std::string_view inner = text.substr(begin, at - begin);
+            const bool differ = inner.find("\\#") != inner.npos || inner.find("\\+") != inner.npos;
+            for (int i = 0; i < count; ++i) {
+                if (i > 0 && differ) copy = spelled(text, at = begin, directory, i);
+                out += copy;
+            }
+        } else if (kind == 'x') {
+            out += static_cast<char>(std::stoi(std::string(text.substr(at, 2)), nullptr, 16));
+            at += 2;
+        } else if (kind == '#' || kind == '+') {
+            out += std::to_string(kind == '#' ? number : number + 1);
+        } else {
+            out += kind == 't' ? '\t' : kind == 'r' ? '\r' : kind;
+        }
     }
-    return lines;
+    return out;
+}
+
+// Lines as texts, each as often as it says. An odd number of backslashes at its end says that it has no newline.
+std::vector<std::string> textsOf(const std::vector<std::string>& lines, const std::string& directory) {
+    std::vector<std::string> texts;
+    for (std::string_view line : lines) {
+        const bool hasEnd = (line.size() - (line.find_last_not_of('\\') + 1)) % 2 == 0;
+        if (!hasEnd) line.remove_suffix(1);
+        const bool repeats = line.starts_with("\\*");
+        const int count = repeats ? std::atoi(line.data() + 2) : 1;
+        if (repeats) line.remove_prefix(std::min(line.find(' '), line.size() - 1) + 1);
+        for (int i = 0; i < count; ++i) {
+            std::size_t at = 0;
+            texts.push_back(spelled(line, at, directory, i) + (hasEnd ? "\n" : ""));
+        }
+    }
+    return texts;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    return std::accumulate(texts.begin(), texts.end(), std::string());
 }
 
 // In the child: sets the scene, runs the check and leaves what it gives in `report`.
 bool runHere(const Case& c, const ScratchDir& scratch, const std::function<std::string(const CaseRun&)>& check) {
-    const std::string directory = scratch.path("case");
-    CaseRun run{c, directory, directory + "/" + spelledOut(c.files.at(0).first, directory), {}};
-    for (const auto& [name, lines] : c.files) {
-        std::string text;
-        for (const std::string& line : lines) text += textOf(line, directory);
-        scratch.write("case/" + spelledOut(name, directory), text);
-    }
-    for (const std::string& word : c.options) run.options.push_back(spelledOut(word, directory));
+    CaseRun run{c, scratch.path("case"), "", {}, false};
     ::setenv("TARVANI_PATH", scratch.makeDirectory("empty").c_str(), 1);
     ::unsetenv("TARVANI_CPP_EXPAND_DIRECTIVES");
-    for (const auto& [name, value] : c.env) ::setenv(name.c_str(), spelledOut(value, directory).c_str(), 1);
+    for (const auto& [kind, value, lines] : c.scene) {
+        const std::string text = spelledOut(value, run.directory);
+        if (kind == "file") {
+            const std::string path = scratch.write("case/" + text, joined(textsOf(lines, run.directory)));
+            if (run.mainFile.empty()) run.mainFile = path;
+        } else if (kind == "options") {
+            run.hasOptions = true;
+            for (const std::string& word : splitWords(value)) run.options.push_back(spelledOut(word, run.directory));
+        } else if (kind == "env") {
+            const std::size_t equals = text.find('=');
+            ::setenv(text.substr(0, equals).c_str(), text.c_str() + equals + 1, 1);
+        }
+    }
     if (::chdir(scratch.makeDirectory("elsewhere").c_str()) != 0) return false;
     if (!std::freopen(scratch.path("stderr").c_str(), "w", stderr)) return false;
     const std::string fault = check(run);
     std::fflush(stderr);
-    scratch.write("report", fault + difference(run.lines("stderr"), linesOf(scratch.read("stderr"))));
+    scratch.write("report", fault + difference({joined(run.lines("stderr"))}, {scratch.read("stderr")}));
     return true;
 }
 
@@ -75,9 +111,7 @@ std::vector<std::string> Case::section(std::string_view name) const {
 }
 
 std::vector<std::string> CaseRun::lines(std::string_view section) const {
-    std::vector<std::string> texts;
-    for (const std::string& line : source.section(section)) texts.push_back(textOf(line, directory));
-    return texts;
+    return textsOf(source.section(section), directory);
 }
 
 std::vector<std::string> readCaseLines(const std::string& name) {
@@ -89,59 +123,45 @@ std::vector<std::string> readCaseLines(const std::string& name) {
 
 std::vector<Case> readCases(const std::string& group) {
     std::vector<Case> cases;
-    std::vector<std::string>* section = nullptr;
+    std::vector<std::string> unused, *lines = &unused;
     for (const std::string& line : readCaseLines(group + ".cases")) {
+        const std::size_t colon = line.find(": ");
         if (line.starts_with("=== ")) {
-            cases.emplace_back().title = line.substr(4);
-            section = nullptr;
+            cases.push_back({line.substr(4), {}, {}});
+            lines = &unused;
         } else if (!line.starts_with("--- ")) {
-            if (section) section->push_back(line);
+            lines->push_back(line);
+        } else if (Case& c = cases.at(cases.size() - 1); colon != line.npos) {
+            lines = &c.scene.emplace_back(Case::Part{line.substr(4, colon - 4), line.substr(colon + 2), {}}).lines;
         } else {
-            Case& c = cases.at(cases.size() - 1);
-            const std::string head = line.substr(4);
-            const std::size_t colon = head.find(':');
-            const std::string value = colon == head.npos ? "" : trimmed(head.substr(colon + 1));
-            section = nullptr;
-            if (head.starts_with("options:")) {
-                c.hasOptions = true;
-                c.options = words(value);
-            } else if (head.starts_with("env:")) {
-                const std::size_t equals = value.find('=');
-                c.env.emplace_back(value.substr(0, equals), value.substr(equals + 1));
-            } else if (head.starts_with("file:")) {
-                section = &c.files.emplace_back(value, std::vector<std::string>()).second;
-            } else {
-                section = &c.expected.emplace_back(head, std::vector<std::string>()).second;
-            }
+            lines = &c.expected.emplace_back(line.substr(4), std::vector<std::string>()).second;
         }
     }
     return cases;
 }
 
 std::string spelledOut(std::string_view text, const std::string& directory) {
-    std::string out;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text.substr(at).starts_with(kDirectory)) {
-            out += directory;
-            at += kDirectory.size() - 1;
-        } else if (text[at] != '\\' || at + 1 == text.size()) {
-            out += text[at];
-        } else if (const char kind = text[++at]; kind == 'x') {
-            out += static_cast<char>(std::stoi(std::string(text.substr(at + 1, 2)), nullptr, 16));
-            at += 2;
-        } else {
-            out += kind == 't' ? '\t' : kind == 'r' ? '\r' : kind;
-        }
-    }
-    return out;
+    std::size_t at = 0;
+    return spelled(text, at, directory, 0);
+}
+
+std::vector<std::string> splitWords(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
 std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found) {
     if (expected == found) return "";
-    std::string out = "expected\n";
-    for (const std::string& line : expected) out += "    " + testing::PrintToString(line) + "\n";
-    out += "found\n";
-    for (const std::string& line : found) out += "    " + testing::PrintToString(line) + "\n";
+    constexpr std::size_t kMostLines = 40, kMostCharacters = 200;
+    const auto first = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end()).first;
+    const std::size_t same = static_cast<std::size_t>(first - expected.begin());
+    std::string out = std::to_string(same) + " lines are right, then expected\n";
+    for (const auto* lines : {&expected, &found}) {
+        for (std::size_t i = same; i < std::min(lines->size(), same + kMostLines); ++i) {
+            out += "    " + testing::PrintToString((*lines)[i].substr(0, kMostCharacters)) + "\n";
+        }
+        if (lines == &expected) out += "found\n";
+    }
     return out;
 }
 

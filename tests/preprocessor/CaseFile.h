@@ -12,14 +12,15 @@
 #include <vector>
 
 struct Case {
+    struct Part {
+        std::string kind, value;
+        std::vector<std::string> lines;
+    };
     std::string title;
-    bool hasOptions = false;
-    std::vector<std::string> options;                                        // as written, in the file's spelling
-    std::vector<std::pair<std::string, std::string>> env;                    // likewise, as all that follows
-    std::vector<std::pair<std::string, std::vector<std::string>>> files;     // the main one first
-    std::vector<std::pair<std::string, std::vector<std::string>>> expected;  // sections by name: expect, stderr ...
+    std::vector<Part> scene;  // "--- KIND: VALUE" and what follows, in the file's spelling
+    std::vector<std::pair<std::string, std::vector<std::string>>> expected;  // "--- NAME" and what follows, likewise
 
-    // The lines of a section, none if there is no such section.
+    // The lines of an expected section, none if there is no such section.
     std::vector<std::string> section(std::string_view name) const;
 };
 
@@ -32,15 +33,17 @@ std::vector<std::string> readCaseLines(const std::string& name);
 struct CaseRun {
     const Case& source;
     std::string directory;  // of the files; the current directory is another one
-    std::string mainFile;   // its absolute path
+    std::string mainFile;   // the absolute path of the first file
     std::vector<std::string> options;
+    bool hasOptions = false;
 
     // The lines of a section as text, each with its newline unless it is marked.
     std::vector<std::string> lines(std::string_view section) const;
 };
 
-// The text of one line of a case file: escapes undone, @DIR@ replaced.
+// The text of one line of a case file: escapes undone, @DIR@ replaced, repetitions made.
 std::string spelledOut(std::string_view text, const std::string& directory);
+std::vector<std::string> splitWords(const std::string& text);
 // What differs between two lists of lines, empty if nothing does.
 std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found);
 

@@ -1,11 +1,15 @@
-// The language and the words of its text, case by case: cases/*.cases and the conditions of cases/conditions.table.
+// The language, the words of its text, and the calls of an application, case by case: cases/*.cases and the conditions
+// of cases/conditions.table.
 #include <UT/UT_IStream.h>
 #include <gtest/gtest.h>
 #include <preprocessor/CPP_Manager.h>
 #include <preprocessor/CPP_TokenStream.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,111 +17,198 @@
 
 namespace {
 
-std::vector<std::string> outputOf(CPP_Manager& manager) {
-    std::vector<std::string> lines;
-    UT_String line;
-    while (manager.getLine(line)) lines.emplace_back(line.view());
+using Lines = std::vector<std::string>;
+
+Lines outputOf(CPP_Manager& manager) {
+    Lines lines;
+    for (std::string_view line; manager.getLine(line);) lines.emplace_back(line);
     return lines;
+}
+
+std::vector<const char*> wordsOf(const std::vector<std::string>& options) {
+    std::vector<const char*> words;
+    for (const std::string& word : options) words.push_back(word.c_str());
+    return words;
+}
+
+int setOptions(CPP_Manager& manager, const std::vector<std::string>& options) {
+    std::vector<const char*> words = wordsOf(options);
+    words.insert(words.begin(), "cpp");
+    return manager.setOptions(static_cast<int>(words.size()), const_cast<char* const*>(words.data()));
 }
 
 std::string runLines(const CaseRun& run) {
     CPP_Manager manager;
-    std::vector<const char*> options{"cpp"};
-    for (const std::string& word : run.options) options.push_back(word.c_str());
-    manager.setOptions(static_cast<int>(options.size()), options.data());
+    setOptions(manager, run.options);
     if (!manager.open(run.mainFile.c_str(), 0)) return "can't open " + run.mainFile;
-    const std::vector<std::string> lines = outputOf(manager);
+    const Lines lines = outputOf(manager);
     const bool hasError =
         std::any_of(lines.begin(), lines.end(), [](const std::string& line) { return line.starts_with("# error "); });
     return difference(run.lines("expect"), lines) + (hasError == manager.hasError() ? "" : "hasError is wrong\n");
 }
 
-// Writes down messages where they come.
-class Recorder : public CPP_TokenStream {
-public:
-    Recorder(const std::string& file, const char* const* options) : CPP_TokenStream(file.c_str(), -1, options) {}
-
-    void cppError(const char* message) const override { events_.push_back(std::string("error: ") + message); }
-    void cppWarning(const char* message) const override { events_.push_back(std::string("warning: ") + message); }
-
-    std::vector<std::string> readAll() {
-        UT_String word;
-        while (getToken(word)) events_.push_back("word: " + std::string(word.view()) + "\n");
-        return events_;
+// A transcript: behind a line "> VERB REST" stand the lines that `step` gave for it.
+template <class Step>
+std::string runSteps(const CaseRun& run, Step step) {
+    Lines found;
+    for (const std::string& line : run.lines("steps")) {
+        if (!line.starts_with("> ")) continue;
+        const std::size_t end = line.size() - 1, blank = std::min(line.find(' ', 2), end);
+        const Lines given = step(line.substr(2, blank - 2), line.substr(blank, end - blank).substr(blank < end));
+        found.push_back(line);
+        found.insert(found.end(), given.begin(), given.end());
     }
+    return difference(run.lines("steps"), found);
+}
 
-private:
-    mutable std::vector<std::string> events_;
+Lines number(int value) {
+    return {std::to_string(value) + "\n"};
+}
+
+template <class T>
+Lines placeOf(const T& source) {
+    return {source.getFileName() + (":" + std::to_string(source.getLineNumber()) + "\n")};
+}
+
+// The objects of a transcript, and the one that its steps are about.
+template <class T>
+struct Objects {
+    std::vector<std::unique_ptr<T>> all;
+    T* current = nullptr;
+
+    void add(std::unique_ptr<T> object) { current = all.emplace_back(std::move(object)).get(); }
+    Lines step(const std::string& verb, const std::string& rest) {
+        if (verb == "copy") add(std::make_unique<T>(*current));
+        if (verb == "assign") *current = *all.at(std::stoul(rest));
+        if (verb == "use") current = all.at(std::stoul(rest)).get();
+        return {};
+    }
+};
+
+std::string runManager(const CaseRun& run) {
+    Objects<CPP_Manager> managers;
+    managers.add(std::make_unique<CPP_Manager>(-1, (run.directory + "/given").c_str()));
+    return runSteps(run, [&](const std::string& verb, const std::string& rest) {
+        CPP_Manager* const manager = managers.current;
+        const char* const text = rest.empty() ? nullptr : rest.c_str();
+        UT_String line;
+        if (verb == "line") return manager->getLine(line) ? Lines{line.buffer()} : number(0);
+        if (verb == "rest") return outputOf(*manager);
+        if (verb == "place") return placeOf(*manager);
+        if (verb == "open") return number(manager->open(text, 0));
+        if (verb == "search") return number(manager->open(text, 1));
+        if (verb == "close") return number(manager->close());
+        if (verb == "failed") return number(manager->hasError());
+        if (verb == "empty") return number(manager->define(text, nullptr));
+        if (verb == "undefine") return number(manager->undefine(text));
+        const std::size_t blank = std::min(rest.find(' '), rest.size());
+        const char* const value = rest.c_str() + std::min(blank + 1, rest.size());
+        if (verb == "define") return number(manager->define(rest.substr(0, blank).c_str(), value));
+        optind = 17;
+        if (verb == "options") return number(setOptions(*manager, splitWords(rest)) + (optind - 17));
+        if (verb == "include") manager->addIncludePath(text);
+        if (verb == "write") std::ofstream(rest) << "written\n";
+        if (verb == "new") managers.add(std::make_unique<CPP_Manager>());
+        return managers.step(verb, rest);
+    });
+}
+
+// Writes down words and messages where they come.
+struct Recorder : CPP_TokenStream {
+    using CPP_TokenStream::CPP_TokenStream;
+    void cppError(const char* message) const override { events.push_back(std::string("error: ") + message); }
+    void cppWarning(const char* message) const override { events.push_back(std::string("warning: ") + message); }
+    mutable Lines events;
 };
 
 std::string runTokens(const CaseRun& run) {
-    std::vector<const char*> options;
-    for (const std::string& word : run.options) options.push_back(word.c_str());
+    std::vector<const char*> options = wordsOf(run.options);
     options.push_back(nullptr);
-    Recorder words(run.mainFile, run.source.hasOptions ? options.data() : nullptr);
-    return difference(run.lines("tokens"), words.readAll());
+    Recorder words(run.mainFile.c_str(), -1, run.hasOptions ? options.data() : nullptr);
+    for (UT_String word; words.getToken(word);) words.events.push_back("word: " + std::string(word.view()) + "\n");
+    return difference(run.lines("tokens"), words.events);
 }
 
-struct Group {
-    const char* name;
-    std::string (*run)(const CaseRun&);
+// Leaves the writing of messages to the base.
+struct Marked : CPP_TokenStream {
+    using CPP_TokenStream::CPP_TokenStream;
+    void cppError(const char* message) const override {
+        CPP_TokenStream::cppError(("! " + std::string(message)).c_str());
+    }
 };
 
-class Cases : public testing::TestWithParam<Group> {};
+std::string runWords(const CaseRun& run) {
+    std::vector<std::unique_ptr<UT_IStream>> sources;
+    Objects<CPP_TokenStream> streams;
+    return runSteps(run, [&](const std::string& verb, const std::string& rest) {
+        const char* const text = rest.empty() ? nullptr : rest.c_str();
+        CPP_TokenStream* const words = streams.current;
+        UT_String word("left");
+        if (verb == "next" && words->getToken(word)) return Lines{word.buffer() + std::string("\n")};
+        if (verb == "next") return Lines{word.isNull() ? "(end)\n" : "not null\n"};
+        if (verb == "place") return placeOf(*words);
+        if (verb == "include") words->addIncludePath(text);
+        if (verb == "unget") words->ungetToken(UT_String(text));
+        if (verb == "open") streams.add(std::make_unique<Marked>(text, -1, nullptr));
+        if (verb == "read") {
+            sources.push_back(std::make_unique<UT_IStream>(UTmakeFileSource(text), UT_ISTREAM_BINARY));
+            streams.add(std::make_unique<Marked>(*sources.back(), "text", nullptr));
+        }
+        return streams.step(verb, rest);
+    });
+}
+
+class Cases : public testing::TestWithParam<std::string> {};
 
 TEST_P(Cases, GiveTheirOutput) {
-    const std::vector<Case> cases = readCases(GetParam().name);
+    const std::string& group = GetParam();
+    const std::vector<Case> cases = readCases(group);
     ASSERT_FALSE(cases.empty());
+    const auto run = group == "manager"  ? runManager
+                     : group == "tokens" ? runTokens
+                     : group == "words"  ? runWords
+                                         : runLines;
     for (const Case& c : cases) {
-        const std::string fault = runCase(c, GetParam().run);
+        const std::string fault = runCase(c, run);
         EXPECT_TRUE(fault.empty()) << c.title << "\n" << fault;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(, Cases,
-                         testing::Values(Group{"macros", runLines}, Group{"parameters", runLines},
-                                         Group{"calls", runLines}, Group{"lines", runLines},
-                                         Group{"directives", runLines}, Group{"conditionals", runLines},
-                                         Group{"includes", runLines}, Group{"markers", runLines},
-                                         Group{"hash", runLines}, Group{"options", runLines},
-                                         Group{"tokens", runTokens}),
-                         [](const auto& group) { return std::string(group.param.name); });
+                         testing::Values("macros", "parameters", "calls", "lines", "directives", "conditionals",
+                                         "includes", "markers", "hash", "options", "bounds", "tokens", "words",
+                                         "manager"),
+                         [](const auto& group) { return group.param; });
 
-// What the rows of the table in force when `row` is reached make of it, empty if that is right.
-std::string runCondition(CPP_Manager& manager, const CaseRun& run, const std::string& row) {
-    const std::string text = spelledOut(row, run.directory);
-    const std::size_t tab = text.find('\t');
-    const std::string kind = text.substr(0, tab);
-    if (tab == text.npos) {
-        const std::size_t name = text.find(' ') + 1;
-        const std::size_t end = text.find_first_of(" =", name);
-        const std::string value = end == text.npos ? "" : text.substr(end + 1);
-        if (text.starts_with("env ")) ::setenv(text.substr(name, end - name).c_str(), value.c_str(), 1);
-        if (text.starts_with("define ")) manager.define(text.substr(name, end - name).c_str(), value.c_str());
-        return "";
-    }
-    const std::string source = "#if " + text.substr(tab + 1) + "\nyes\n#endif\n";
+std::string valueOf(CPP_Manager& manager, const std::string& operand) {
+    const std::string source = "#if " + operand + "\nyes\n#endif\n";
     UT_IStream stream(source.data(), static_cast<int>(source.size()), UT_ISTREAM_BINARY);
-    manager.open(stream, run.mainFile.c_str());
-    const std::string error = "# error cpp error: \"" + run.mainFile + "\":1 #if syntax error";
-    std::vector<std::string> expected{"\n", kind == "true" ? "yes\n" : "\n", "\n"};
-    if (kind == "error") expected = {error, "\n", "yes\n", "\n"};
-    const std::string fault = difference(expected, outputOf(manager));
-    return fault.empty() ? "" : row + "\n" + fault;
+    manager.open(stream, "main");
+    const Lines lines = outputOf(manager);
+    if (lines == Lines{"\n", "yes\n", "\n"}) return "true";
+    if (lines == Lines{"\n", "\n", "\n"}) return "false";
+    const Lines error{"# error cpp error: \"main\":1 #if syntax error", "\n", "yes\n", "\n"};
+    return lines == error ? "error" : testing::PrintToString(lines);
 }
 
 TEST(Conditions, HaveTheirValues) {
     const std::vector<std::string> rows = readCaseLines("conditions.table");
     ASSERT_FALSE(rows.empty());
-    Case scene;
-    scene.files = {{"main.c", {}}, {"here.h", {}}};
+    const Case scene{"", {{"file", "here.h", {}}}, {}};
     const std::string faults = runCase(scene, [&](const CaseRun& run) {
         CPP_Manager manager;
-        const char* const options[] = {"cpp", "-P"};
-        manager.setOptions(2, options);
+        setOptions(manager, {"-P"});
         std::string all;
         for (const std::string& row : rows) {
-            if (!row.starts_with(";")) all += runCondition(manager, run, row);
+            const std::string text = spelledOut(row, run.directory);
+            const std::size_t tab = text.find('\t'), name = text.find(' ') + 1;
+            const std::size_t end = std::min(text.find_first_of(" =", name), text.size());
+            const std::string key = text.substr(name, end - name), value = text.substr(std::min(end + 1, text.size()));
+            if (text.starts_with("env ")) ::setenv(key.c_str(), value.c_str(), 1);
+            if (text.starts_with("define ")) manager.define(key.c_str(), value.c_str());
+            if (text.starts_with(';') || tab == text.npos) continue;
+            const std::string found = valueOf(manager, text.substr(tab + 1));
+            if (found != text.substr(0, tab)) all += row + " is " + found + "\n";
         }
         return all;
     });

@@ -1,6 +1,5 @@
 #pragma once
-// Sources for the preprocessor in memory, and the lines that come of them.
-#include <UT/UT_IStream.h>
+// Line sources made by functions, and managers that read them.
 #include <UT/UT_WorkBuffer.h>
 #include <preprocessor/CPP_Manager.h>
 #include <preprocessor/CPP_Stream.h>
@@ -38,19 +37,24 @@ inline MadeLines::Next listed(std::vector<std::string> lines) {
     };
 }
 
-// A manager whose files are all made by one function.
+inline void leaveMarkersOut(CPP_Manager& manager) {
+    const char* const options[] = {"cpp", "-P"};
+    manager.setOptions(2, options);
+}
+
+// A manager whose files are all made by one function. The first of them is open.
 class MadeManager : public CPP_Manager {
 public:
-    explicit MadeManager(MadeLines::Next next) : next_(std::move(next)) { options({"-P"}); }
-
-    CPP_Stream* allocStream() override { return new MadeLines(next_); }
-    int options(std::vector<const char*> words) {
-        words.insert(words.begin(), "cpp");
-        return setOptions(static_cast<int>(words.size()), words.data());
+    explicit MadeManager(MadeLines::Next next, bool isEncrypted = false)
+        : next_(std::move(next)), crypted_(isEncrypted) {
+        leaveMarkersOut(*this);
+        open("main", 0);
     }
+    CPP_Stream* allocStream() override { return new MadeLines(next_, crypted_); }
 
 private:
     MadeLines::Next next_;
+    bool crypted_;
 };
 
 // What is still to come, all lines in one.
@@ -58,16 +62,6 @@ inline std::string restOf(CPP_Manager& manager) {
     std::string all;
     for (std::string_view line; manager.getLine(line);) all += line;
     return all;
-}
-
-// What comes of `source`, read under the name "main", without markers.
-inline std::string outputOf(std::string_view source, std::vector<const char*> options = {}) {
-    CPP_Manager manager;
-    options.insert(options.begin(), {"cpp", "-P"});
-    manager.setOptions(static_cast<int>(options.size()), options.data());
-    UT_IStream stream(source.data(), static_cast<int>(source.size()), UT_ISTREAM_BINARY);
-    manager.open(stream, "main");
-    return restOf(manager);
 }
 
 inline std::string repeated(std::string_view text, std::size_t count) {
