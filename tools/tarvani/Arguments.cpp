@@ -9,7 +9,7 @@ namespace {
 constexpr int kNoLimit = 1 << 28;
 
 // To the parser "[a,b]" is a list of two, even as the name of a file. So what begins with a bracket goes through it
-// behind a mark, which is taken off afterwards.
+// behind a mark, which is taken off afterwards; and so does what stands behind "--".
 constexpr char kMark = '\1';
 
 // What stands behind this option belongs to another program, options of its own included.
@@ -17,10 +17,6 @@ constexpr std::string_view kRestOption = "--exec";
 
 bool needsMark(const char* text) {
     return *text == '[' || *text == kMark;
-}
-
-std::string unmarked(const std::string& text) {
-    return text.starts_with(kMark) ? text.substr(1) : text;
 }
 
 // The parser's own conversions give braces a meaning too; this takes the texts untouched.
@@ -51,11 +47,21 @@ void readNumber(const std::string& text, int least, int most, int& number) {
 
 }  // namespace
 
+std::string unmarked(const std::string& text) {
+    return text.starts_with(kMark) ? text.substr(1) : text;
+}
+
 std::vector<std::string> plainArguments(int argc, char** argv) {
     std::vector<std::string> arguments;
     bool isOthers = false;
+    bool isPlain = false;
     for (int i = 1; i < argc; ++i) {
-        arguments.push_back(std::string(isOthers || needsMark(argv[i]) ? 1 : 0, kMark) + argv[i]);
+        // The parser would end the subcommand here once it has all that it must have.
+        if (!isOthers && !isPlain && std::string_view(argv[i]) == "--") {
+            isPlain = true;
+            continue;
+        }
+        arguments.push_back(std::string(isOthers || isPlain || needsMark(argv[i]) ? 1 : 0, kMark) + argv[i]);
         isOthers = isOthers || (argv[i] == kRestOption && std::string_view(argv[1]) == "listen");
     }
     std::reverse(arguments.begin(), arguments.end());

@@ -14,8 +14,11 @@ class App;
 }
 
 // The arguments behind the program's name, for the parser, which wants the last first. Those behind the "--exec" of
-// "listen" are words of that option, whatever they look like.
+// "listen" are words of that option, whatever they look like, and those behind "--" are no options. Words may bear a
+// mark.
 std::vector<std::string> plainArguments(int argc, char** argv);
+// The word without it.
+std::string unmarked(const std::string& text);
 
 // A place for what an argument says, shared by the parser and the action.
 template <class T>
