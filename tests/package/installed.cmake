@@ -43,6 +43,13 @@ run("${prefix}/bin/tarvani" --version)
 if(NOT output MATCHES "${VERSION}")
     message(FATAL_ERROR "tarvani --version printed: ${output}")
 endif()
+# With its manual pages, and the completions where each shell looks for them.
+foreach(page man/man1/tarvani.1 man/man7/tarvani-path.7 bash-completion/completions/tarvani zsh/site-functions/_tarvani
+             fish/vendor_completions.d/tarvani.fish)
+    if(NOT EXISTS "${prefix}/share/${page}")
+        message(FATAL_ERROR "share/${page} was not installed")
+    endif()
+endforeach()
 build_consumers("${prefix}" shared)
 
 # Uninstalling takes away all that came and nothing else: what others have put there stays, with the directories that are theirs.

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -50,10 +51,18 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+std::string inBold(std::string_view text, StandardStream stream) {
+    const auto isSet = [](const char* name) { return std::getenv(name) != nullptr && *std::getenv(name) != '\0'; };
+    const bool isTerminal = ::isatty(stream == StandardStream::Output ? STDOUT_FILENO : STDERR_FILENO) == 1;
+    const bool isPlain =
+        !isTerminal || isSet("NO_COLOR") || !isSet("TERM") || std::getenv("TERM") == std::string_view("dumb");
+    return isPlain ? std::string(text) : "\033[1m" + std::string(text) + "\033[0m";
+}
+
 void complain(const Failure& failure) {
     // One write, so that lines of several processes don't mix.
     const std::string path = failure.path.empty() ? "\"\"" : printable(failure.path);
-    writeError("tarvani: " + path + ": " + printable(failure.reason) + "\n");
+    writeError(inBold("tarvani:", StandardStream::Error) + " " + path + ": " + printable(failure.reason) + "\n");
 }
 
 std::string errorWords(int error) {

@@ -17,6 +17,9 @@ struct ClosedPipe {};
 
 // Writes the line of a failure to standard error.
 void complain(const Failure& failure);
+// The text, bold if it goes to a terminal that shows it: not to a file, and not where NO_COLOR is set.
+enum class StandardStream { Output, Error };
+std::string inBold(std::string_view text, StandardStream stream);
 // A text for one line of a terminal: control characters as \n, \t or \x1b, a backslash doubled.
 std::string printable(std::string_view text);
 // The system's words for an errno value.

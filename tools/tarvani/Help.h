@@ -1,18 +1,11 @@
 #pragma once
-// How help looks.
-#include <memory>
+// The help of a subcommand, as a person reads it.
 #include <string>
 #include <string_view>
 
-namespace CLI {
-class App;
-class FormatterBase;
-}  // namespace CLI
+struct CommandInfo;
 
-// Lines of at most 80 characters; an argument that may be left out stands in brackets, one that may come again has
-// dots.
-std::shared_ptr<CLI::FormatterBase> makeHelpFormatter();
-// The examples, one a line, indented below a heading.
-std::string examplesText(std::string_view examples);
-// Prints the help of a subcommand. `line` is what stands in front of its name, such as "tarvani index".
-void printHelp(const CLI::App& app, const std::string& line);
+// Prints it: lines of at most 80 characters, headings bold on a terminal.
+void printHelp(const CommandInfo& command);
+// Breaks a text at blanks into lines of at most `width` characters; all but the first begin with `indent` blanks more.
+std::string wrapped(std::string_view text, std::size_t width, std::size_t indent = 0);

@@ -272,8 +272,8 @@ int create(const Request& request) {
 
 Action declareIndexCreate(CLI::App& app) {
     Request request;
-    request.description = addOptionalText(app, "-d TEXT", "the description of the container");
-    request.directory = addOptionalText(app, "-C DIR", "go to this directory for the files");
+    request.description = addOptionalText(app, "-d,--description TEXT", "the description of the container");
+    request.directory = addOptionalText(app, "-C,--directory DIR", "go to this directory for the files");
     request.list = addOptionalText(app, "--files-from LIST",
                                    "more files, one name a line, behind the others; \"-\" is standard input");
     request.file = addText(app, "FILE", "the container; one that is there is replaced");

@@ -188,13 +188,13 @@ Action declareListen(CLI::App& app) {
 }
 
 constexpr Subcommand kCommands[] = {
-    {"listen",
-     "Print the messages that come to a port, behind a line with the port itself, until a signal or the end of the "
-     "child",
+    {"listen", "Print the messages that come to a port",
      "tarvani listen 4000\n"
-     "tarvani listen 4000 --mask 192.168.1.+,10.0.0.7    refuse all others\n"
+     "tarvani listen 4000 --mask 192.168.1.+,10.0.0.7  # refuse all others\n"
      "tarvani listen 0 --echo --exec sh -c 'echo hello | nc -w 1 127.0.0.1 $TARVANI_PORT'",
-     declareListen},
+     declareListen,
+     "The first line is the number of the port. It listens until SIGINT or SIGTERM, or until CHILD ends.",
+     "0 ended by a signal, with --exec that of CHILD; 1 failed, 2 wrong usage"},
 };
 
 }  // namespace

@@ -156,7 +156,7 @@ int describe(const std::vector<std::string>& paths, bool asJson) {
 }
 
 Action declareLs(CLI::App& app) {
-    const auto isLong = addFlag(app, "-l", "size, a tab, modification time in seconds, a tab, before each name");
+    const auto isLong = addFlag(app, "-l,--long", "size, a tab, modification time in seconds, a tab, before each name");
     const auto asJson = addFlag(app, "--json", "one array: for each path an object with its entries");
     const auto paths =
         addTexts(app, "PATH", 0, "a directory, a container, or a section that is one; \".\" if not given");
@@ -173,15 +173,17 @@ Action declareStat(CLI::App& app) {
 }
 
 constexpr Subcommand kCommands[] = {
-    {"ls", "List a directory or a container, sorted; what has contents itself ends in \"/\"",
+    {"ls", "List a directory or a container",
      "tarvani ls scene.idx\n"
      "tarvani ls -l . 'scene.idx?objects'\n"
      "tarvani ls --json scene.idx",
-     declareLs},
-    {"stat", "Print what is known of each path: whether it exists, its kind, size, time, and what may be done with it",
+     declareLs, "Names are sorted by their bytes. One that has contents itself ends in \"/\"."},
+    {"stat", "Print what is known of a path",
      "tarvani stat 'scene.idx?geo'\n"
      "tarvani stat --json a.txt b.txt",
-     declareStat},
+     declareStat,
+     "That is whether it exists, whether it is a directory, its size, its time in seconds, and whether it may be read "
+     "and written. A path that isn't there is no failure."},
 };
 
 }  // namespace

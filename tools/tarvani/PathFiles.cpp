@@ -257,12 +257,13 @@ Action declarePathFile(CLI::App& app) {
 }
 
 constexpr Subcommand kCommands[] = {
-    {"pathfile", "Show the files of the same names along a known path: which count, why, and their lines as one text",
+    {"pathfile", "Show the files of the same names along a known path",
      "tarvani pathfile 'menu/*.txt'\n"
      "tarvani pathfile --all '*.txt' '^old*'\n"
      "tarvani pathfile --cat --origin ui.pref\n"
      "tarvani pathfile --save-place menu/file.txt --over-visible",
-     declarePathFile},
+     declarePathFile,
+     "Together they are one text: this shows which of them count and why, their lines, and where to save one."},
 };
 
 }  // namespace

@@ -197,12 +197,11 @@ Action declarePlugins(CLI::App& app) {
 }
 
 constexpr Subcommand kCommands[] = {
-    {"plugins",
-     "Try the plug-ins, in their order: state, a tab, version, a tab, path, and a tab and what is wrong if one isn't "
-     "loaded",
+    {"plugins", "Try the plug-ins, in the order of their loading",
      "tarvani plugins\n"
-     "tarvani plugins --function installMenus    which libraries have it",
-     declarePlugins},
+     "tarvani plugins --function installMenus  # which libraries have it",
+     declarePlugins,
+     "Prints for each its state, a tab, its version, a tab, its path, and if it isn't loaded a tab and what is wrong."},
 };
 
 }  // namespace

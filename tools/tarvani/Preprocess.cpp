@@ -25,7 +25,7 @@ constexpr Letter kLetters[] = {
     {"-C", "leave comments in"},
     {"-U NAME", "remove a macro"},
     {"-D TEXT", "define a macro: NAME or NAME=VALUE"},
-    {"-I DIRECTORY", "look for included files there, too, last of all"},
+    {"-I DIR", "look for included files there, too, last of all"},
     {"-r NUMBER", "expand macros nested up to one less than this, 128 if not given"},
     {"-n", "has no effect"},
     {"-h", "\"#\" begins a comment; a directive must begin its line"},
@@ -140,6 +140,15 @@ private:
     std::string first_ = "an error line went into the arguments of a macro";
 };
 
+// Makes a stream the preprocessor's standard input, for as long as this lives.
+class StandsForStdin {
+public:
+    explicit StandsForStdin(UT_IStream& source) { CPP_Stream::setStdin(source); }
+    ~StandsForStdin() { CPP_Stream::clearStdin(); }
+    StandsForStdin(const StandsForStdin&) = delete;
+    StandsForStdin& operator=(const StandsForStdin&) = delete;
+};
+
 int preprocess(const std::vector<std::string>& letters, const std::string& path,
                const std::vector<std::string>& outputPath) {
     const Input input(path);
@@ -149,7 +158,8 @@ int preprocess(const std::vector<std::string>& letters, const std::string& path,
     manager.setOptions(static_cast<int>(options.size()) - 1, options.data());
     UT_IStream source(input.file(), UT_ISTREAM_BINARY);
     // A source that includes "stdin" goes on where this one stands.
-    if (path == "-") CPP_Stream::setStdin(source);
+    std::optional<StandsForStdin> standsForStdin;
+    if (path == "-") standsForStdin.emplace(source);
     manager.open(source, input.nameInText());
     const bool typed = input.isTerminal();
     ErrorLines errors(manager);
@@ -207,7 +217,7 @@ constexpr const char* kFileHelp = "the source, opened as it stands; \"-\" is sta
 
 // The letter -h is the preprocessor's.
 void declareLongHelp(CLI::App& app) {
-    app.set_help_flag("--help", "Print this help and exit");
+    app.set_help_flag("--help", "print this help and exit");
 }
 
 Action declareCpp(CLI::App& app) {
@@ -225,13 +235,18 @@ Action declareTokens(CLI::App& app) {
     return [=] { return printWords(*letters, *file); };
 }
 
+constexpr const char* kStatus = "0 done, 1 failed or the text has an error, 2 wrong usage";
+
 constexpr Subcommand kCommands[] = {
-    {"cpp", "Preprocess a text file: macros, included files, conditionals",
+    {"cpp", "Preprocess a text file",
      "tarvani cpp -P -D DEBUG=1 -I include scene.rc\n"
      "make-it | tarvani cpp -P --output scene.txt -",
-     declareCpp},
-    {"tokens", "Print the words of a preprocessed text file, one on each line", "tarvani tokens -D QUALITY=2 scene.rc",
-     declareTokens},
+     declareCpp,
+     "That is to expand macros, to put in included files, and to choose by conditions. A letter means what it means to "
+     "the preprocessor, so help is --help alone.",
+     kStatus},
+    {"tokens", "Print the words of a preprocessed text file, by lines", "tarvani tokens -D QUALITY=2 scene.rc",
+     declareTokens, "", kStatus},
 };
 
 }  // namespace

@@ -166,11 +166,11 @@ int dirs(FS_FileHistoryType type, bool asJson) {
     return print(names, asJson);
 }
 
-int types() {
+int types(bool asJson) {
     std::vector<std::string> names;
     for (int type = 0; type < FS_FileHistoryManager::kTypes; ++type)
         names.emplace_back(FS_FileHistoryManager::getTypeName(static_cast<FS_FileHistoryType>(type)));
-    return print(names, false);
+    return print(names, asJson);
 }
 
 Given<std::string> addType(CLI::App& app) {
@@ -196,21 +196,21 @@ Action declareShow(CLI::App& app) {
     return [=] { return show(typeNamed(*type), *asJson); };
 }
 
-Action declareTypes(CLI::App&) {
-    return types;
+Action declareTypes(CLI::App& app) {
+    const auto asJson = addFlag(app, "--json", "one array of names");
+    return [=] { return types(*asJson); };
 }
 
 constexpr Subcommand kCommands[] = {
-    {"add", "Make files the most recent ones of a type, and their directories too", "tarvani recent add GEO /p/q/r.geo",
-     declareChange<add>},
-    {"remove", "Remove files from the recent ones of a type; directories stay", "tarvani recent remove GEO /p/q/r.geo",
-     declareChange<remove>},
-    {"list", "List the recent files of a type, the most recent first",
+    {"add", "Make files the most recent ones of a type", "tarvani recent add GEO /p/q/r.geo", declareChange<add>,
+     "Their directories become the most recent ones of the type, too."},
+    {"remove", "Remove files from the recent ones of a type", "tarvani recent remove GEO /p/q/r.geo",
+     declareChange<remove>, "All are removed or none. The list of directories stays as it is."},
+    {"list", "List the recent files of a type, the newest first",
      "tarvani recent list GEO\n"
      "tarvani recent list --json GEO",
      declareShow<list>},
-    {"dirs", "List the recent directories of a type, the most recent first", "tarvani recent dirs GEO",
-     declareShow<dirs>},
+    {"dirs", "List the recent directories of a type, newest first", "tarvani recent dirs GEO", declareShow<dirs>},
     {"types", "List the types", "tarvani recent types", declareTypes},
 };
 

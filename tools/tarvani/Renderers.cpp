@@ -92,13 +92,14 @@ Action declareRenderers(CLI::App& app) {
 }
 
 constexpr Subcommand kCommands[] = {
-    {"renderers",
-     "List the renderers that the file ROPfeatures along known path 0 defines: token, a tab, label, in order of the "
-     "tokens",
+    {"renderers", "List the renderers that a site has, or describe one",
      "tarvani renderers\n"
      "tarvani renderers --json prman\n"
-     "TARVANI_FEATURES_VERBOSE=1 tarvani renderers    tell what is wrong in the file",
-     declareRenderers},
+     "TARVANI_FEATURES_VERBOSE=1 tarvani renderers  # tell what is wrong in the file",
+     declareRenderers,
+     "They are what the file ROPfeatures along known path 0 defines. Prints for each its token, a tab, and its label, "
+     "in "
+     "order of the tokens."},
 };
 
 }  // namespace

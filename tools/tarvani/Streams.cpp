@@ -120,11 +120,14 @@ constexpr Subcommand kCommands[] = {
      "tarvani cat header.txt - < body.txt",
      declareCat},
     {"cp", "Copy a file or a section to a file or a section",
-     "tarvani cp new.geo 'scene.idx?geo'      put a file into a container, which is made if it isn't there\n"
-     "tarvani cp 'scene.idx?geo' geo.txt      take it out\n"
-     "make-it | tarvani cp - 'scene.idx?a?b'  sections nest",
-     declareCp},
-    {"rm", "Remove files or sections", "tarvani rm old.txt 'scene.idx?geo'", declareRm},
+     "tarvani cp new.geo 'scene.idx?geo'  # put a file into a container\n"
+     "tarvani cp 'scene.idx?geo' geo.txt  # take it out\n"
+     "make-it | tarvani cp - 'scene.idx?a?b'  # sections nest",
+     declareCp,
+     "A container that isn't there is made. The destination is opened only once the source was found readable, and a "
+     "section is replaced whole or not at all."},
+    {"rm", "Remove files or sections", "tarvani rm old.txt 'scene.idx?geo'", declareRm,
+     "Of a link the link goes, not the file behind it. Directories and write-protected files are refused."},
 };
 
 }  // namespace
