@@ -29,7 +29,7 @@ protected:
 TEST_F(Saving, WritesIntoTheFileThatIsThereAndOverNothingButContainers) {
     const Sections both = {{"1", "content"}, {"2", "content"}};
     dir.write("a", "content");
-    FS_IndexFile index;
+    FS_IndexFile index(static_cast<FS_Reader*>(nullptr));
     for (const auto& [name, bytes] : both) add(index, name.c_str(), bytes);
     ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
     const struct {
@@ -168,7 +168,10 @@ TEST_F(Saving, InOnePassFailsAsAWhole) {
         EXPECT_EQ(dir.read("x.idx"), old);
         EXPECT_THAT(dir.names(), ElementsAre("a", "huge", "tmp", "x.idx"));
     }
-    { EXPECT_TRUE(FS_IndexWriter(dir.path("new.idx").c_str()).addName("given up before the end")); }
+    {
+        FS_IndexWriter givenUp(dir.path("new.idx").c_str());
+        EXPECT_TRUE(givenUp.addName("a") && !givenUp.addFile(nullptr));
+    }
     EXPECT_FALSE(dir.exists("new.idx"));
 }
 

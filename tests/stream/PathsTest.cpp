@@ -13,7 +13,7 @@ std::string sample() {
         "a scene");
 }
 
-class Paths : public testing::Test {
+class FileAndSectionPaths : public testing::Test {
 protected:
     const ScratchDir scratch;
     const std::string container = scratch.write("x.idx", sample());
@@ -21,7 +21,7 @@ protected:
 };
 
 // Length and time are known also of what can't be opened. A "file:" in front goes once, and only for the file system.
-TEST_F(Paths, LeadToFilesAndSectionsWithTheirTimeAndSize) {
+TEST_F(FileAndSectionPaths, LeadToFilesAndSectionsWithTheirTimeAndSize) {
     constexpr const char *kClosed = "(closed)", *kUnread = "(unread)";
     for (const auto& [name, bytes] : Sections{{"x", "content"}, {"secret", "content"}, {"empty", ""}, {"sparse", ""}})
         scratch.setTime((scratch.write(name, bytes), name), 99);
@@ -81,9 +81,10 @@ TEST_F(Paths, LeadToFilesAndSectionsWithTheirTimeAndSize) {
     });
     for (const auto& [path, file] : {std::pair("file:x", "x"), {"none/x", "none/x"}, {"x.idx?inner?deep", "x.idx"}})
         EXPECT_EQ(fileNameOf(FS_Reader(path)), scratch.path(file));
+    EXPECT_FALSE(FS_Reader(".").isGood()) << "a directory";
 }
 
-TEST_F(Paths, NeverFallBackToAHelperOrAFile) {
+TEST_F(FileAndSectionPaths, NeverFallBackToAHelperOrAFile) {
     for (const char* name : {"x.idx?unknown", "y?z"}) scratch.write(name, "a plain file");
     const std::size_t tableEnd = sample().find("geometry");
     scratch.write("cut.idx", sample().substr(0, tableEnd - 1));
@@ -102,7 +103,7 @@ TEST_F(Paths, NeverFallBackToAHelperOrAFile) {
     EXPECT_EQ(bytesOf(cut.getStream()), "");
 }
 
-TEST_F(Paths, OpenTheOutermostContainerOnceWhateverTheDepth) {
+TEST_F(FileAndSectionPaths, OpenTheOutermostContainerOnceWhateverTheDepth) {
     std::string bytes = "core", path = scratch.path("deep.idx");
     for (int level = 0; level < 60; ++level) {
         bytes = packedContainer({{"other", "x", 1}, {"s", bytes, level}});
@@ -118,7 +119,7 @@ TEST_F(Paths, OpenTheOutermostContainerOnceWhateverTheDepth) {
 }
 
 // A stream without a file name gives none for its sections, but tells their time and length.
-TEST_F(Paths, OfAContainerInMemoryAreOnlyKnown) {
+TEST_F(FileAndSectionPaths, OfAContainerInMemoryAreOnlyKnown) {
     const TestHelper memory(
         [](const std::string& source) { return source.ends_with("/memory") ? memoryStream(sample(), 5) : nullptr; });
     FS_Reader section("memory?geo");

@@ -52,12 +52,6 @@ inline std::string finish(FS_Writer& writer) {
     return writer.finish(&reason) ? "done" : std::string(reason.view());
 }
 
-// Runs checks in a child process; as an ordinary user if `ordinary` says so.
-inline void checkInChild(bool ordinary, const std::function<void()>& checks) {
-    const auto passed = [&] { return checks(), !testing::Test::HasFailure(); };
-    EXPECT_EQ(inChild(passed, ordinary), 0);
-}
-
 inline FS_ReaderStream* memoryStream(const std::string& bytes, int time = 0) {
     return new FS_ReaderStream(bytes.data(), static_cast<int>(bytes.size()), time);
 }

@@ -1,5 +1,6 @@
 #pragma once
 // Runs something in a process of its own, so that limits, rights and signals end with it.
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,4 +17,10 @@ inline int inChild(const std::function<bool()>& work, bool ordinary = false) {
     }
     int status = -1;
     return child > 0 && ::waitpid(child, &status, 0) == child ? status : -1;
+}
+
+// Runs checks in a child, as an ordinary user if `ordinary` says so. A check that fails there fails the test.
+inline void checkInChild(bool ordinary, const std::function<void()>& checks) {
+    const auto passed = [&] { return checks(), !testing::Test::HasFailure(); };
+    EXPECT_EQ(inChild(passed, ordinary), 0);
 }
