@@ -1,69 +1,44 @@
 // The service: its port, the child that it watches, and what it may cost in descriptors.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
-#include "../../examples/event_host/PollHost.h"
-#include "../support/Child.h"
 #include "Host.h"
 
 using testing::ElementsAre;
 
-namespace {
-
-// A child that runs until it is told to end.
-class WatchedChild {
-public:
-    WatchedChild() : pid_(::fork()) {
-        if (pid_ == 0)
-            for (;;) ::pause();
-    }
-    ~WatchedChild() {
-        end();
-        ::waitpid(pid_, nullptr, 0);
-    }
-    // It stays for its parent to wait for.
-    void end() const {
-        ::kill(pid_, SIGKILL);
-        siginfo_t info;
-        ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
-    }
-    int pid() const { return pid_; }
-
-private:
-    pid_t pid_;
-};
-
-std::vector<bool> told;
-std::function<void(FS_ServerSocketListener&)> whenTold;
-
-void tell(FS_ServerSocketListener& listener, void* data, bool destroyed) {
-    EXPECT_EQ(data, &told);
-    EXPECT_EQ(listener.getPort() != -1, destroyed) << "the socket is open only when the listener goes first";
-    told.push_back(destroyed);
-    if (whenTold) whenTold(listener);
-}
-
-void echo(void*, const char* text, int length, UT_NetSocket& socket) {
-    socket.write(text, length, nullptr, 1000);
-}
-
-}  // namespace
-
 class Server : public Listeners {
 protected:
-    Server() {
-        told.clear();
-        whenTold = nullptr;
+    // A child that runs until it is told to end, and then stays for its parent to wait for.
+    class WatchedChild {
+    public:
+        WatchedChild() : pid_(::fork()) {
+            while (pid_ == 0) ::pause();
+        }
+        ~WatchedChild() {
+            end();
+            ::waitpid(pid_, nullptr, 0);
+        }
+        void end() const {
+            ::kill(pid_, SIGKILL);
+            siginfo_t info;
+            ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
+        }
+        int pid() const { return pid_; }
+
+    private:
+        pid_t pid_;
+    };
+
+    static void tell(FS_ServerSocketListener& listener, void* data, bool destroyed) {
+        auto& self = *static_cast<Server*>(data);
+        self.told += destroyed ? " goes" : " exited";
+        if (listener.getPort() != -1) self.told += " open";
+        if (self.whenTold && !destroyed) self.whenTold(listener);
     }
-    FS_ServerSocketListener* serveBeside(const WatchedChild& child, bool deleteListener) {
-        auto* const service = serve();
-        EXPECT_EQ(service->getPollTime(), -1);
-        service->closeSocketOnChildExit(child.pid(), deleteListener, tell, &told);
-        EXPECT_EQ(service->getPollTime(), 1000);
-        EXPECT_FALSE(service->areEventsWaiting());
-        EXPECT_EQ(service->processEvents(), 1);
-        return service;
-    }
+
+    std::string told;
+    std::function<void(FS_ServerSocketListener&)> whenTold;
 };
 
 TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
@@ -76,25 +51,24 @@ TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
     for (const int port : {service->getPort(), -1, 65536})
         EXPECT_EQ(FS_ServerSocketListener::createSocketListener(port, take, this, nullptr, false), nullptr) << port;
     // One of these is free, whoever else listens on this machine.
-    for (int port = 900; port < 1000; ++port)
-        if (auto* const mapped = FS_ServerSocketListener::createSocketListener(port, take, this, "1.+.+.+", true)) {
-            EXPECT_EQ(mapped->getRequestedPort(), port);
-            EXPECT_EQ(mapped->getPort(), port + 10000);
-            EXPECT_EQ(mapped->getIPMask().view(), "1.+.+.+");
-            return;
-        }
-    FAIL() << "no port was mapped";
+    FS_ServerSocketListener* mapped = nullptr;
+    int port = 900;
+    while (!mapped && port < 1000)
+        mapped = FS_ServerSocketListener::createSocketListener(port++, take, this, "1.+.+.+", true);
+    ASSERT_TRUE(mapped);
+    EXPECT_EQ(mapped->getRequestedPort(), port - 1);
+    EXPECT_EQ(mapped->getPort(), port - 1 + 10000);
+    EXPECT_EQ(mapped->getIPMask().view(), "1.+.+.+");
 }
 
 TEST_F(Server, TakesOneConnectionACallAndTheyOutliveIt) {
     auto* const service = serve();
     const Client first(service->getPort()), second(service->getPort());
-    ASSERT_TRUE(comes(service->getFileDescriptor()));
-    service->processEvents();
-    EXPECT_EQ(installed.size(), 2u);
-    ASSERT_TRUE(comes(service->getFileDescriptor()));
-    service->processEvents();
-    ASSERT_EQ(installed.size(), 3u);
+    for (const std::size_t count : {2u, 3u}) {
+        ASSERT_TRUE(comes(service->getFileDescriptor()));
+        EXPECT_EQ(service->processEvents(), 1);
+        ASSERT_EQ(installed.size(), count);
+    }
     EXPECT_FALSE(service->areEventsWaiting());
     EXPECT_EQ(service->processEvents(), 1);
     delete service;
@@ -104,63 +78,92 @@ TEST_F(Server, TakesOneConnectionACallAndTheyOutliveIt) {
 }
 
 TEST_F(Server, ClosesWhenItsChildHasExited) {
-    for (const bool deleteListener : {false, true}) {
+    using Listener = FS_ServerSocketListener;
+    const auto looks = [](Listener& listener) {  // a loop that the callback runs doesn't tell it again
+        EXPECT_FALSE(listener.areEventsWaiting());
+        EXPECT_EQ(listener.processEvents(), 1);
+    };
+    const auto changesItsMind = [](Listener& l) { l.closeSocketOnChildExit(-1, false, nullptr, nullptr); };
+    const struct {
+        bool deletes, tells;
+        std::function<void(Listener&)> whenTold;
+        const char* told;
+        bool stays;
+    } cases[] = {
+        {false, true, looks, " exited", true},
+        {true, true, looks, " exited", false},
+        {true, true, changesItsMind, " exited", true},
+        {true, true, [](Listener& listener) { delete &listener; }, " exited goes", false},
+        {true, false, nullptr, "", false},
+        {false, false, nullptr, "", true},
+    };
+    for (const auto& c : cases) {
         told.clear();
+        whenTold = c.whenTold;
         const WatchedChild child;
-        auto* const service = serveBeside(child, deleteListener);
-        child.end();
-        // While it is told, a loop that the callback runs doesn't tell it again.
-        whenTold = [](FS_ServerSocketListener& listener) {
-            EXPECT_FALSE(listener.areEventsWaiting());
-            EXPECT_EQ(listener.processEvents(), 1);
-        };
-        EXPECT_TRUE(service->areEventsWaiting());
-        EXPECT_EQ(service->processEvents(), 0);
-        EXPECT_THAT(told, ElementsAre(false));
-        EXPECT_EQ(isInstalled(service), !deleteListener);
-        if (deleteListener) continue;
-        EXPECT_EQ(service->getPort(), -1);
-        EXPECT_EQ(service->getFileDescriptor(), -1);
+        auto* const service = serve();
         EXPECT_EQ(service->getPollTime(), -1);
+        service->closeSocketOnChildExit(child.pid(), c.deletes, c.tells ? tell : nullptr, this);
+        EXPECT_EQ(service->getPollTime(), 1000);
         EXPECT_FALSE(service->areEventsWaiting());
         EXPECT_EQ(service->processEvents(), 1);
-        delete service;
-        EXPECT_THAT(told, ElementsAre(false));
+        child.end();
+        EXPECT_TRUE(service->areEventsWaiting());
+        EXPECT_EQ(service->processEvents(), 0);
+        ASSERT_EQ(isInstalled(service), c.stays);
+        if (c.stays) {
+            EXPECT_EQ(service->getPort(), -1);
+            EXPECT_EQ(service->getFileDescriptor(), -1);
+            EXPECT_EQ(service->getPollTime(), -1);
+            EXPECT_FALSE(service->areEventsWaiting());
+            EXPECT_EQ(service->processEvents(), 1);
+            delete service;
+        }
+        EXPECT_EQ(told, c.told);
     }
 }
 
 TEST_F(Server, TellsThatItGoesBeforeItsChild) {
     const WatchedChild child, ended;
     ended.end();
-    auto* service = serve();
-    service->closeSocketOnChildExit(ended.pid(), true, tell, &told);
-    service->closeSocketOnChildExit(child.pid(), true, tell, &told);  // replaced without a word
+    auto* const service = serve();
+    service->closeSocketOnChildExit(ended.pid(), true, tell, this);
+    service->closeSocketOnChildExit(child.pid(), true, tell, this);  // replaced without a word
     EXPECT_EQ(service->processEvents(), 1);
     delete service;
-    EXPECT_THAT(told, ElementsAre(true));
+    EXPECT_EQ(told, " goes open");
 }
 
-TEST_F(Server, TheCallbackDecidesWhetherItIsDeleted) {
+TEST_F(Server, ACopyBorrows) {
     const WatchedChild child;
-    auto* const service = serveBeside(child, true);
-    child.end();
-    whenTold = [](FS_ServerSocketListener& listener) { listener.closeSocketOnChildExit(-1, false, nullptr, nullptr); };
-    EXPECT_EQ(service->processEvents(), 0);
-    ASSERT_TRUE(isInstalled(service));
-
-    auto* const other = serve();
-    other->closeSocketOnChildExit(
-        child.pid(), true,
-        [](FS_ServerSocketListener& listener, void*, bool goes) { goes ? void() : delete &listener; }, nullptr);
-    EXPECT_EQ(other->processEvents(), 0);
-    EXPECT_FALSE(isInstalled(other));
+    auto* const service = serve();
+    auto* const assigned = FS_ServerSocketListener::createSocketListener(0, nullptr, nullptr, "1.+.+.+", false);
+    const int closed = assigned->getPort();
+    service->closeSocketOnChildExit(child.pid(), true, tell, this);
+    {
+        const FS_ServerSocketListener copy(*service);
+        *assigned = copy;
+    }
+    EXPECT_FALSE(Client(closed).isConnected()) << "assigning closes what it had";
+    EXPECT_EQ(assigned->getPollTime(), 1000);
+    const Client client(service->getPort());
+    ASSERT_TRUE(comes(assigned->getFileDescriptor()));
+    EXPECT_EQ(assigned->processEvents(), 1);
+    delete assigned;
+    ASSERT_EQ(installed.size(), 2u);
+    arrive(client, *installed[1], "text\n");
+    EXPECT_EQ(installed[1]->processEvents(), 1);
+    EXPECT_THAT(messages, ElementsAre("text\n"));
+    EXPECT_EQ(told, "");
+    EXPECT_NE(service->getPort(), -1);
+    service->closeSocketOnChildExit(-1, false, nullptr, nullptr);
 }
 
 TEST_F(Server, NeitherLeaksDescriptorsNorLeavesThemToPrograms) {
     const auto inherited = descriptors(true);
     auto* const service = serve();
     const auto before = descriptors();
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < 100; ++i) {
         Client client = connect(*service);
         ASSERT_EQ(installed.size(), 2u);
         ASSERT_TRUE(client.send(i % 2 ? "no end" : ""));
@@ -171,54 +174,30 @@ TEST_F(Server, NeitherLeaksDescriptorsNorLeavesThemToPrograms) {
     EXPECT_EQ(descriptors(), before);
     const Client client = connect(*service);
     EXPECT_EQ(descriptors(true), inherited);
-    delete service;
 }
 
-// With no descriptor left the peers that come are dropped at once, the old ones are served, and the loop doesn't spin.
-TEST(ServerWithoutDescriptors, DropsNewPeersAndKeepsTheOldOnes) {
-    constexpr int kLimit = 20, kClients = 40;
-    int report[2];
-    ASSERT_EQ(::pipe(report), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        PollHost host;
-        const auto* const service = FS_ServerSocketListener::createSocketListener(0, echo, nullptr, nullptr, false);
-        const int port = service ? service->getPort() : 0;
-        // Through a pipe by number, since the standard streams may be anything.
-        if (::write(report[1], &port, sizeof port) < 0) ::_exit(1);
-        const rlimit few = {kLimit, kLimit};
-        ::setrlimit(RLIMIT_NOFILE, &few);
-        for (int turns = 1;; ++turns) {
-            host.turn();
-            if (::write(report[1], &turns, sizeof turns) < 0) ::_exit(1);
-        }
+// With no descriptor left the peers that come are dropped, so that a host's loop doesn't spin, and the old ones served.
+TEST_F(Server, WithoutDescriptorsDropsNewPeersAndKeepsTheOldOnes) {
+    constexpr std::size_t kClients = 40, kDescriptors = 5;
+    auto* const service = serve();
+    std::vector<Client> clients;
+    for (std::size_t i = 0; i < kClients; ++i) clients.emplace_back(service->getPort());
+    rlimit all;
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &all), 0);
+    const int next = ::open("/dev/null", O_RDONLY);
+    ::close(next);
+    const rlimit few = {static_cast<rlim_t>(next) + kDescriptors, all.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::size_t turns = 0;
+    for (; service->areEventsWaiting() && turns < 10 * kClients; ++turns) service->processEvents();
+    EXPECT_EQ(turns, kClients);
+    const std::size_t taken = installed.size() - 1;
+    EXPECT_TRUE(0 < taken && taken <= kDescriptors) << taken;
+    for (std::size_t i = 0; i < taken; ++i) {
+        arrive(clients[i], *installed[1 + i], "x\n");
+        EXPECT_EQ(installed[1 + i]->processEvents(), 1);
     }
-    int port = 0, turns = 0;
-    ASSERT_EQ(::read(report[0], &port, sizeof port), static_cast<ssize_t>(sizeof port));
-    std::vector<Client> served;
-    int dropped = 0;
-    for (int i = 0; i < kClients; ++i) {
-        Client client(port);
-        ASSERT_TRUE(client.isConnected());
-        if (client.send("x\n") && client.receive(2) == "x\n")
-            served.push_back(std::move(client));
-        else
-            ++dropped;
-    }
-    EXPECT_GT(served.size(), 5u);
-    EXPECT_LT(served.size(), std::size_t{kLimit});
-    EXPECT_EQ(dropped, kClients - static_cast<int>(served.size()));
-    for (const Client& client : served) {
-        EXPECT_TRUE(client.send("again\n"));
-        EXPECT_EQ(client.receive(6), "again\n");
-    }
-    while (comes(report[0]) && ::read(report[0], &turns, sizeof turns) > 0) {
-        int waiting = 0;
-        if (::ioctl(report[0], FIONREAD, &waiting) != 0 || waiting == 0) break;
-    }
-    // One for each peer that came and for each message, and one a second; a loop that spins makes thousands.
-    EXPECT_LT(turns, 4 * kClients);
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    for (const int fd : report) ::close(fd);
+    EXPECT_EQ(messages, std::vector<std::string>(taken, "x\n"));
+    for (std::size_t i = taken; i < kClients; ++i) EXPECT_TRUE(clients[i].hasEnded());
+    ::setrlimit(RLIMIT_NOFILE, &all);
 }
