@@ -81,6 +81,9 @@ TEST_F(Paths, AreResolvedAsText) {
     expectRows(resolved, {" -> none", "file: -> none", "/ -> /", "//a///b/ -> /a/b/", "/a/./b/../c -> /a/c",
                           "/../../a -> /a", "/a/.. -> /", "/a/b/../ -> /a/", "/a/... -> /a/...", "x/../y -> HERE/y",
                           "file:/a/../b -> file:/b", "test:a/../b -> test:a/../b"});
+    UT_String null, out("old", 1);
+    EXPECT_TRUE(UTmakeAbsoluteFilePath(null, nullptr) && null.isNull());
+    EXPECT_FALSE(UT_PathSearch::resolveAbsolutePath(nullptr, out) || !out.isNull());
 }
 
 TEST_F(Paths, BeginInACurrentDirectoryThatFitsOrIsRefusedAndMayBeMissing) {
@@ -148,6 +151,8 @@ TEST_F(Paths, TellTheStatusOfFilesAndWhetherThereAreAny) {
     EXPECT_EQ(UT_FileUtil::getFileSize("file"), 5'000'000'000);
     EXPECT_LT(UTaccess("file", 1), 0) << "nobody may run it, not even the superuser";
     EXPECT_EQ(UTaccess("file", 4), 0);
+    EXPECT_EQ(UT_FileUtil::removeFile("file"), 0);
+    EXPECT_FALSE(dir.exists("file"));
     for (const char* missing : {"missing", kNull}) {
         EXPECT_LT(UTaccess(missing, 0), 0);
         EXPECT_EQ(UT_FileUtil::getFileSize(missing), 0);
@@ -159,7 +164,7 @@ TEST_F(Paths, TellTheStatusOfFilesAndWhetherThereAreAny) {
     }
 }
 
-TEST_F(Paths, AreMadeDirectoriesWithTheirParents) {
+TEST_F(Paths, BecomeDirectoriesWithTheirParents) {
     for (int i = 0; i < 2; ++i) EXPECT_EQ(TarvaniMakeDirectory("a/b//c/", 0777), 0) << "the second time it exists";
     dir.write("file", "");
     EXPECT_EQ(UTisValidDirectory("a/b/c") - UTisValidDirectory("file"), 1);

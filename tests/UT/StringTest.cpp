@@ -57,6 +57,9 @@ TEST(String, AdoptAndStealLeaveTheSourcePointingAtTheText) {
 
     char* const stolen = owner.steal();
     EXPECT_TRUE(owner.buffer() == stolen && owner.isReference());
+    owner.adopt(stolen);  // given back, and taken again
+    EXPECT_FALSE(owner.isReference());
+    EXPECT_EQ(owner.steal(), stolen);
     owner = "other";
     EXPECT_STREQ(stolen, "text");
     std::free(stolen);

@@ -76,7 +76,8 @@ TEST(SymbolTable, AgreesWithAListWhateverIsDone) {
 TEST(SymbolTable, KnowsNoNullNameAndEveryOtherOne) {
     constexpr const char* null = nullptr;
     UT_SymbolTable table;
-    EXPECT_EQ(table.findSymbol("a", nullptr) + table.deleteSymbol("a") + table.traverse(nullptr, nullptr), 0);
+    EXPECT_EQ(table.findSymbol("a", nullptr) + table.deleteSymbol("a"), 0);
+    EXPECT_EQ(table.traverse(nullptr, nullptr) + table.traverseConst(nullptr, nullptr), 0);
     EXPECT_EQ(table.begin(), table.end());
     table.addSymbol(null, UT_Thing(1));
     EXPECT_EQ(table.findSymbol(null, nullptr) + table.deleteSymbol(null) + static_cast<int>(table.entries()), 0);
