@@ -107,14 +107,14 @@ TEST_F(Files, OutputWritesAWholeBeginningAndRemembersTheFirstError) {
     EXPECT_FALSE(whole << 'y') << "closed";
     EXPECT_EQ(dir.read("whole"), all.replace(1, 4, "seek"));
 
-    for (int n = 0; n < 3; ++n) {
+    for (std::size_t n = 0; n < 3; ++n) {
         FileOutput out("cut");
-        FaultPlan plan(Call::Write, n, ENOSPC);
-        for (int i = 0; i < 3 * 65'536; ++i) out.put('g');
+        FaultPlan plan(Call::Write, static_cast<int>(n), ENOSPC);
+        for (const char c : all.substr(0, 3 * 65'536)) out.put(c);
         out.flush();
         ASSERT_TRUE(plan.lift());
         EXPECT_TRUE(!out.close() && out.error() == ENOSPC);
-        EXPECT_EQ(dir.read("cut"), std::string(static_cast<std::size_t>(n) * 65'536, 'g')) << "nothing behind a gap";
+        EXPECT_TRUE(dir.read("cut") == all.substr(0, n * 65'536)) << "something behind a gap";
     }
     FileOutput late("late");
     late << "h";
