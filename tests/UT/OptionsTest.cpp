@@ -138,18 +138,17 @@ TEST(OptionScan, FollowsThePosixRules) {
 // The environment.
 
 TEST(EnvControl, TakesWholeNumbersInTheirRange) {
-    const auto valueOf = [](UT_IntControl control, bool isSet) {
-        return [=](const std::string& text) {
-            const WithVariable variable(UT_EnvControl::getVariable(control), isSet ? text.c_str() : nullptr);
+    const auto valueOf = [](UT_IntControl control) {
+        return [control](const std::string& text) {
+            const WithVariable variable(UT_EnvControl::getVariable(control), text == "unset" ? nullptr : text.c_str());
             return std::to_string(UT_EnvControl::getInt(control));
         };
     };
-    expectRows(valueOf(UT_CONTROL_DSO_ERROR, true), {"0 -> 0", " -> 1", "0x -> 1"});
-    expectRows(valueOf(UT_CONTROL_FEATURES_VERBOSE, true), {"-3 -> -3"});
-    expectRows(valueOf(UT_CONTROL_HISTORY_LENGTH, true), {"0 -> 1", "-99999999999 -> 1", "99999999999 -> 10000"});
-    expectRows(valueOf(UT_CONTROL_HISTORY_LENGTH, false), {" -> 20"});
-    expectRows(valueOf(UT_CONTROL_DSO_ERROR, false), {" -> 1"});
-    expectRows(valueOf(UT_CONTROL_CPP_EXPAND_DIRECTIVES, false), {" -> 0"});
+    expectRows(valueOf(UT_CONTROL_DSO_ERROR), {"unset -> 1", "0 -> 0", " -> 1", "0x -> 1"});
+    expectRows(valueOf(UT_CONTROL_FEATURES_VERBOSE), {"-3 -> -3"});
+    expectRows(valueOf(UT_CONTROL_CPP_EXPAND_DIRECTIVES), {"unset -> 0"});
+    expectRows(valueOf(UT_CONTROL_HISTORY_LENGTH),
+               {"unset -> 20", "0 -> 1", "-99999999999 -> 1", "99999999999 -> 10000"});
     EXPECT_EQ(UT_EnvControl::getInt(static_cast<UT_IntControl>(0)), 0);
 }
 
