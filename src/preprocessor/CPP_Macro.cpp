@@ -173,7 +173,9 @@ CPP_Macro::CPP_Macro(const CPP_Macro& other) : type(other.type) {
 
 CPP_Macro& CPP_Macro::operator=(const CPP_Macro& other) {
     if (this == &other) return *this;
-    if (ownsTexts_) {
+    // A copy that comes back to its original brings the original's own texts.
+    const bool isReturned = ownsTexts_ && name == other.name;
+    if (ownsTexts_ && !isReturned) {
         std::free(name);
         std::free(definition);
     }
@@ -182,7 +184,7 @@ CPP_Macro& CPP_Macro::operator=(const CPP_Macro& other) {
     argCount = other.argCount;
     recursion = other.recursion;
     type = other.type;
-    ownsTexts_ = false;
+    ownsTexts_ = isReturned;
     definitionLength_ = other.definitionLength_;
     return *this;
 }

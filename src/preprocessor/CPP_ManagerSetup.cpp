@@ -55,8 +55,15 @@ CPP_Manager::CPP_Manager(const CPP_Manager& other) : isOwner_(false), work_(std:
 
 CPP_Manager& CPP_Manager::operator=(const CPP_Manager& other) {
     if (this == &other) return *this;
-    release();
+    // A copy that comes back to its original brings what is the original's own.
+    const bool isReturned = isOwner_ && macros == other.macros;
+    if (isReturned) {
+        close();
+    } else {
+        release();
+    }
     borrow(other);
+    isOwner_ = isReturned;
     return *this;
 }
 

@@ -63,8 +63,9 @@ TEST(Macro, StopsAtALimitOfText) {
 }
 
 TEST(Macro, CopiesBorrow) {
-    const CPP_Macro original("A 1", 0);
-    CPP_Macro copy(original), other("B 2", 0);
+    CPP_Macro original("A 1", 0), copy(original), other("B 2", 0);
+    original = copy;
+    EXPECT_STREQ(original.getDefinition(), "1");
     EXPECT_EQ(copy.getDefinition(), original.getDefinition());
     other = copy;
     other = *&other;
