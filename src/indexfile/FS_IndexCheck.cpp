@@ -34,7 +34,7 @@ struct FS_IndexCheck::Level {
     };
 
     std::string path;
-    std::int64_t begin = 0;  // in the stream
+    bool isEmpty = false;
     std::int64_t total = 0;  // bytes of the stream; -1 if unknown
     TableWalk walk;
     std::vector<Entry> entries;
@@ -75,7 +75,7 @@ FS_IndexCheck::FS_IndexCheck(UT_IStream& in, std::string path, bool nested) : ne
 }
 
 void FS_IndexCheck::check(UT_IStream& in, const std::string& path, int depth) {
-    Level level{path, in.tellg(), in.getSize(), {}, {}, {}};
+    Level level{path, in.buffered().empty(), in.getSize(), {}, {}, {}};
     level.walk = walkTable(in, [&level](const TableEntry& entry) {
         level.entries.push_back({level.names.size(), entry.name.size(), entry.offset, entry.size});
         level.names += entry.name;
@@ -103,8 +103,8 @@ bool FS_IndexCheck::checkHeader(const Level& level) {
         case TableWalk::End::Whole:
             return true;
         case TableWalk::End::NoMagic:
-            add(level.path, level.total == level.begin ? "not a container: it is empty"
-                                                       : "not a container: it doesn't begin with \"INDX\"");
+            add(level.path,
+                level.isEmpty ? "not a container: it is empty" : "not a container: it doesn't begin with \"INDX\"");
             return false;
         case TableWalk::End::NewerVersion:
             add(level.path, "container of a newer version (" + std::to_string(walk.version) +

@@ -90,7 +90,7 @@ TEST_F(ListenCommand, ASignalEndsItWhileThereIsAlwaysWork) {
 TEST_F(ListenCommand, SaysWhyItCannotListen) {
     const std::unique_ptr<UT_NetSocket> taken(UT_NetSocket::newSocket(0, true, false));
     const std::string port = std::to_string(taken->port);
-    EXPECT_EQ(failure({"listen", port}), "tarvani: port " + port + ": can't be listened at: in use, or not allowed");
+    expect({{"listen " + port, "", "port " + port + ": can't be listened at: in use, or not allowed"}});
     const Outcome missing = run({"listen", "0", "--exec", "./none"});
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.err, "tarvani: ./none: No such file or directory\n");

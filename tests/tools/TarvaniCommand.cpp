@@ -28,6 +28,21 @@ void redirect(const std::string& file, int mode, int to) {
 
 }  // namespace
 
+Words words(std::string_view line) {
+    Words words;
+    bool quoted = false, within = false;
+    for (const char c : line) {
+        const bool parts = c == ' ' && !quoted;
+        if (!parts && !within) words.emplace_back();
+        within = !parts;
+        if (c == '\'')
+            quoted = !quoted;
+        else if (!parts)
+            words.back() += c;
+    }
+    return words;
+}
+
 TarvaniCommand::TarvaniCommand() {
     // An ordinary user must be able to reach them.
     for (const ScratchDir* dir : {&dir_, &temporary_}) ::chmod(dir->path().c_str(), 0777);
@@ -43,7 +58,8 @@ pid_t TarvaniCommand::start(const Words& words, const Circumstances& circumstanc
     if (child != 0) return child;
     if (::chdir(dir_.path().c_str()) != 0) ::_exit(124);
     ::setenv("TMPDIR", temporary_.path().c_str(), 1);
-    redirect(captured_.path("in"), O_RDONLY, STDIN_FILENO);
+    redirect(circumstances.inputFile.empty() ? captured_.path("in") : circumstances.inputFile, O_RDONLY | O_NOCTTY,
+             STDIN_FILENO);
     redirect(circumstances.output.empty() ? captured_.path("out") : circumstances.output,
              O_WRONLY | O_CREAT | (circumstances.output.empty() ? O_TRUNC : O_APPEND), STDOUT_FILENO);
     redirect(captured_.path("err"), O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
@@ -67,20 +83,35 @@ Outcome TarvaniCommand::run(const Words& words, const Circumstances& circumstanc
     return finish(start(words, circumstances), circumstances);
 }
 
-std::string TarvaniCommand::printed(const Words& words, const Circumstances& circumstances) {
-    const Outcome outcome = run(words, circumstances);
-    EXPECT_EQ(outcome.status, 0) << testing::PrintToString(words);
-    EXPECT_EQ(outcome.err, "") << testing::PrintToString(words);
-    return outcome.out;
+void TarvaniCommand::expect(const std::vector<Call>& runs) {
+    constexpr std::string_view kFront = "tarvani: ";
+    for (const Call& each : runs) {
+        const Outcome outcome = run(each.line, each.circumstances);
+        std::string err = relative(outcome.err);
+        for (std::size_t at = 0; (at = err.find(kFront, at)) != err.npos; at = err.find('\n', at))
+            if (at == 0 || err[at - 1] == '\n') err.erase(at, kFront.size());
+        if (err.ends_with('\n')) err.pop_back();
+        EXPECT_THAT(relative(outcome.out), each.out) << each.line;
+        EXPECT_THAT(err, each.err) << each.line;
+        EXPECT_EQ(outcome.status, each.status != Call::kByError ? each.status : err.empty() ? 0 : 1) << each.line;
+    }
 }
 
-std::string TarvaniCommand::failure(const Words& words, const Circumstances& circumstances) {
-    const Outcome outcome = run(words, circumstances);
-    EXPECT_EQ(outcome.status, 1) << testing::PrintToString(words);
-    EXPECT_EQ(outcome.out, "") << testing::PrintToString(words);
-    const bool oneLine = !outcome.err.empty() && outcome.err.find('\n') == outcome.err.size() - 1;
-    EXPECT_TRUE(oneLine) << testing::PrintToString(words) << outcome.err;
-    return outcome.err.substr(0, outcome.err.find('\n'));
+std::string TarvaniCommand::printed(std::string_view line, const Circumstances& circumstances) {
+    const Outcome outcome = run(line, circumstances);
+    EXPECT_EQ(outcome.status, 0) << line;
+    EXPECT_EQ(outcome.err, "") << line;
+    return relative(outcome.out);
+}
+
+void TarvaniCommand::expectWrongUsage(const Words& lines) {
+    for (const std::string& line : lines) expect({{line, "", testing::MatchesRegex("wrong usage: [^\n]*"), {}, 2}});
+}
+
+std::string TarvaniCommand::relative(std::string text) const {
+    for (const ScratchDir* dir : {&dir_, &temporary_})
+        for (std::size_t at; (at = text.find(dir->path() + "/")) != text.npos;) text.erase(at, dir->path().size() + 1);
+    return text;
 }
 
 void TarvaniCommand::pack(const std::string& file, const Words& names) {
@@ -90,5 +121,5 @@ void TarvaniCommand::pack(const std::string& file, const Words& names) {
         dir_.setTime("packed/" + name, 1000);
         words.push_back(name);
     }
-    EXPECT_EQ(printed(words), "");
+    EXPECT_EQ(run(words).status, 0);
 }
