@@ -1,19 +1,20 @@
 #!/usr/bin/env python3
-"""help.py COMMAND PAGES PATH_PAGE: what the command tells of itself. The manual page and the completions of three shells, as the build made
-them into PAGES, know the subcommands and options of `help --json` and no others, and the parser takes these."""
-import json, os, pty, re, shlex, shutil, subprocess, sys, tempfile, unittest
+"""help.py COMMAND PAGES PATH_PAGE: what the command tells of itself. The manual page and the completions of three shells, as the
+build made them into PAGES, know the subcommands and options of `help --json` and no others, and the parser takes these."""
+import json, os, pathlib, pty, re, shlex, shutil, subprocess, sys, tempfile, unittest
 
 COMMAND, PAGES, PATH_PAGE = (os.path.abspath(argument) for argument in sys.argv[1:4])
 os.environ["PATH"] = os.path.dirname(COMMAND) + ":" + os.environ["PATH"]
 os.environ["TERM"] = "xterm"
 os.environ.pop("NO_COLOR", None)
+scratch = tempfile.TemporaryDirectory()
+os.chdir(scratch.name)
 
 def run(*words, **how):
     return subprocess.run(words, capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=60, **how)
 
 def page(name):
-    with open(os.path.join(PAGES, name), encoding="utf-8") as file:
-        return file.read()
+    return pathlib.Path(PAGES, name).read_text(encoding="utf-8")
 
 def told(command, taken):
     """Subcommands, "" for the command as a whole, each with its options and subcommands."""
@@ -30,29 +31,21 @@ def collected(text, head, **items):
     for line in text.splitlines():
         if found := re.search(head, line):
             words = found[1].replace("_", " ").strip()
-            taken.setdefault(words, set())
         for kind, item in items.items():
-            taken.setdefault(words, set()).update({"letter": "-", "long": "--"}.get(kind, "") + name for name in re.findall(item, line))
+            sign = {"letter": "-", "long": "--"}.get(kind, "")
+            taken.setdefault(words, set()).update(sign + name for name in re.findall(item, line))
     taken.pop(None, None)
     return taken
 
-def complete(*calls, scratch=None):
+def complete(*calls):
     """What bash offers for each list of words, the last of which is to be completed."""
-    script = f"source '{PAGES}/tarvani'\n" + "".join(
-        "COMP_WORDS=(tarvani %s); COMP_CWORD=%d; _tarvani; printf '%%s\\n' \"${COMPREPLY[@]}\" =; " % (" ".join(map(shlex.quote, words)), len(words))
-        for words in calls)
-    answer = run("bash", "-c", script, cwd=scratch)
+    call = "COMP_WORDS=(tarvani %s); COMP_CWORD=%d; _tarvani; printf '%%s\\n' \"${COMPREPLY[@]}\" =; "
+    script = f"source '{PAGES}/tarvani'\n" + "".join(call % (shlex.join(words), len(words)) for words in calls)
+    answer = run("bash", "-c", script)
     return [set(part.split("\n")) - {""} for part in ("\n" + answer.stdout).split("\n=")[:-1]], answer.stderr
 
 class Help(unittest.TestCase):
-    maxDiff = None
     taken = told(json.loads(run(COMMAND, "help", "--json").stdout), {})
-
-    def scratch(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        subprocess.run([COMMAND, "cp", "-", "scene.idx?geo"], stdin=subprocess.DEVNULL, cwd=directory.name, check=True)
-        return directory.name
 
     def test_the_manual_page_tells_of_the_same(self):
         text = page("tarvani.1").replace("\\-", "-")
@@ -63,20 +56,19 @@ class Help(unittest.TestCase):
 
     def test_the_completions_offer_the_same(self):
         groups = [words for words, names in self.taken.items() if any(not name.startswith("-") for name in names)]
-        bash, errors = complete(*((*words.split(), "-") for words in self.taken), *((*words.split(), "") for words in groups))
+        bash, errors = complete(*([*words.split(), "-"] for words in self.taken), *([*words.split(), ""] for words in groups))
         bash = [options | (bash[len(self.taken) + groups.index(words)] if words in groups else set())
                 for words, options in zip(self.taken, bash)]
         self.assertEqual((dict(zip(self.taken, bash)), errors), (self.taken, ""))
-        zsh = collected(page("_tarvani"), r"^_tarvani(|_[a-z_]+?)(?:_subcommands)?\(\)", 
+        zsh = collected(page("_tarvani"), r"^_tarvani(|_[a-z_]+?)(?:_subcommands)?\(\)",
                         option=r"^ +'(?:\([^)]*\))?(--?[\w-]+)\[", subcommand=r"^ +'([a-z]+):[A-Z]")
         self.assertEqual({words: names for words, names in zsh.items() if words in self.taken}, self.taken)
-        fish = collected(page("tarvani.fish"), r"__tarvani_at '(.*?)'", 
+        fish = collected(page("tarvani.fish"), r"__tarvani_at '(.*?)'",
                          letter=r" -s (\w)\b", long=r" -l ([\w-]+)", subcommand=r" 0\" -a (\w+) -d")
         self.assertEqual(fish, self.taken)
-
-        offered, errors = complete(["cat", "scene.idx?g"], ["cp", "sc"], ["index", "remove", "scene.idx", "?"], ["help", "--completion", "z"],
-                                   scratch=self.scratch())
-        self.assertEqual(offered, [{"scene.idx?geo"}, {"scene.idx"}, set(), {"zsh"}])
+        run(COMMAND, "cp", "-", "scene.idx?geo")
+        offered, errors = complete(["cat", "scene.idx?g"], ["cp", "sc"], ["index", "remove", "scene.idx", "g"], ["help", "--completion", "z"])
+        self.assertEqual(offered, [{"scene.idx?geo"}, {"scene.idx"}, {"geo"}, {"zsh"}])
 
     def test_the_files_are_right_for_who_reads_them(self):
         for program, *words in (["bash", "-n", "tarvani"], ["zsh", "-n", "_tarvani"], ["fish", "-n", "tarvani.fish"],
@@ -99,8 +91,9 @@ class Help(unittest.TestCase):
             answer = run(COMMAND, *line.split())
             self.assertEqual((answer.returncode, answer.stdout, answer.stderr.count("\n")), (2, "", 1), line)
             self.assertIn(reason, answer.stderr)
+        run(COMMAND, "cp", "-", "scene.idx?geo")
         for line in ("ls -- scene.idx", "ls scene.idx -- scene.idx", "index list -- scene.idx"):
-            self.assertEqual(run(COMMAND, *line.split(), cwd=self.scratch()).stderr, "", line)
+            self.assertEqual(run(COMMAND, *line.split()).stderr, "", line)
 
     def test_bold_words_are_for_terminals_alone(self):
         for colour, bold in (({}, True), ({"NO_COLOR": "1"}, False)):
