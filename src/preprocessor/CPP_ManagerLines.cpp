@@ -81,8 +81,9 @@ std::size_t nextStop(std::string_view text, std::size_t at) {
                                [](auto c) { return (c == '/') | (c == '"') | (c == '\'') | (c == '#') | (c == '\r'); });
 }
 
-void blankCarriageReturns(UT_WorkBuffer& line, std::size_t at) {
-    const std::string_view text = line.view();
+// Makes blanks of the carriage returns between `at` and `end`.
+void blankCarriageReturns(UT_WorkBuffer& line, std::size_t at, std::size_t end) {
+    const std::string_view text = line.view().substr(0, end);
     at = text.find('\r', at);
     for (; at != text.npos; at = text.find('\r', at + 1)) line.fill(at, 1, ' ');
 }
@@ -120,10 +121,7 @@ int CPP_Manager::getLine(std::string_view& line) {
 // Replaces a raw line by its output line.
 void CPP_Manager::expandLine(UT_WorkBuffer& line) {
     const std::size_t stop = flags & CPP_IN_COMMENT ? 0 : nextStop(line.view(), 0);
-    if (stop < line.view().size()) {
-        blankCarriageReturns(line, stop);
-        stripComments(line, stop);
-    }
+    if (stop < line.view().size()) stripComments(line, stop);
     const std::string_view text = line.view();
     const std::size_t first = cppwords::spaceEnd(text, 0);
     if (first == text.size()) return line.assign("\n");
@@ -152,29 +150,33 @@ void CPP_Manager::expandText(UT_WorkBuffer& line) {
     flags |= CPP_STOPPED;
 }
 
-// Takes the comments out of a line from `at` on, in front of which there are none. A block comment leaves blanks, so
-// that the columns behind it stay, and may go on in the next line. Text in quotes is passed over.
+// Takes the comments and the carriage returns out of a line from `at` on, in front of which there are none. A block
+// comment leaves blanks, so that the columns behind it stay, and may go on in the next line. Text in quotes keeps what
+// looks like a comment.
 void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
     const std::string_view text = line.view();
     const bool strips = (flags & CPP_STRIP_COMMENTS) != 0;
     const bool stripsC = strips && !(flags & CPP_NO_C_COMMENTS);
     const bool stripsHash = strips && (flags & CPP_HASH_COMMENTS) && !text.starts_with('#');
-    const bool mayHold =
-        (stripsHash && text.find('#', at) != text.npos) || (stripsC && text.find('/', at) != text.npos);
-    if (!mayHold && !(flags & CPP_IN_COMMENT)) return;
+    const bool mayHold = (stripsC && (text[at] == '/' || text.find('/', at) != text.npos)) ||
+                         (stripsHash && text.find('#', at) != text.npos);
+    if (!mayHold && !(flags & CPP_IN_COMMENT)) return blankCarriageReturns(line, at, text.size());
 
-    bool unclosed[2] = {};  // no further quote of this kind closes: a line of a thousand is searched once
-    while (at < text.size()) {
-        if (flags & CPP_IN_COMMENT) {
-            const std::size_t close = text.find("*/", at);
-            if (close == text.npos) return cut(line, at, "\n");
-            line.fill(at, close + 2 - at, ' ');
-            flags &= ~CPP_IN_COMMENT;
-            at = close + 2;
-            continue;
-        }
+    const auto passComment = [&] {
+        const std::size_t close = text.find("*/", at);
+        flags |= CPP_IN_COMMENT;
+        if (close == text.npos) return cut(line, at, "\n"), false;
+        line.fill(at, close + 2 - at, ' ');
+        flags &= ~CPP_IN_COMMENT;
+        at = close + 2;
+        return true;
+    };
+    if (flags & CPP_IN_COMMENT) {
+        if (!passComment()) return;
         at = nextStop(text, at);
-        if (at == text.size()) break;
+    }
+    bool unclosed[2] = {};  // no further quote of this kind closes: a line of a thousand is searched once
+    for (; at < text.size(); at = nextStop(text, at)) {
         const char c = text[at];
         const bool isC = stripsC && c == '/';
         if (cppwords::kindOf(c) == cppwords::Kind::Quote) {
@@ -182,15 +184,19 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
             const std::size_t close =
                 isUnclosed ? text.npos : textscan::closingQuote(text, at, textscan::QuoteRule::NotBehindBackslash);
             isUnclosed = close == text.npos;
-            at = isUnclosed ? at + 1 : close + 1;
+            const std::size_t end = isUnclosed ? at + 1 : close + 1;
+            blankCarriageReturns(line, at, end);
+            at = end;
+        } else if (c == '\r') {
+            line.fill(at++, 1, ' ');
         } else if (stripsHash && c == '#') {
             return cut(line, at, "");
         } else if (isC && text.substr(at + 1).starts_with('/')) {
             return cut(line, at, "\n");
         } else if (isC && text.substr(at + 1).starts_with('*')) {
             line.fill(at, 2, ' ');
-            flags |= CPP_IN_COMMENT;
             at += 2;
+            if (!passComment()) return;
         } else {
             ++at;
         }

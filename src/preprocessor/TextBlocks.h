@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace textblocks {
 
@@ -21,6 +24,22 @@ inline constexpr auto kPasses = [] {
     return passes;
 }();
 
+// How many of the bytes of a test's result, all ones or all zeros each, stand in front of the first that is not zero.
+inline std::size_t zerosInFront(const Block& passed) {
+#ifdef __SSE2__
+    const int bits = _mm_movemask_epi8(reinterpret_cast<const __m128i&>(passed));
+    return static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(bits) | 1U << sizeof(Block)));
+#else
+    std::uint64_t halves[2];
+    std::memcpy(halves, &passed, sizeof halves);
+    const bool isFirst = halves[0] != 0;
+    const std::uint64_t half = halves[isFirst ? 0 : 1];
+    const bool isLittle = std::endian::native == std::endian::little;
+    const int bits = isLittle ? std::countr_zero(half) : std::countl_zero(half);
+    return (isFirst ? 0 : sizeof half) + static_cast<std::size_t>(bits) / 8;
+#endif
+}
+
 // The first position from `at` on whose character passes `test`, the length of the text if there is none. The test
 // takes one character as well as a block of them, and is therefore written without && and ||.
 template <typename Test>
@@ -31,14 +50,8 @@ std::size_t firstOf(std::string_view text, std::size_t at, Test test) {
             Block block;
             std::memcpy(&block, text.data() + at, sizeof block);
             const auto passed = test(block);
-            std::uint64_t halves[2];
-            std::memcpy(halves, &passed, sizeof halves);
-            const std::uint64_t half = halves[0] ? halves[0] : halves[1];
-            if (half) {
-                const bool isLittle = std::endian::native == std::endian::little;
-                const int bits = isLittle ? std::countr_zero(half) : std::countl_zero(half);
-                return at + static_cast<std::size_t>(bits) / 8 + (halves[0] ? 0 : sizeof half);
-            }
+            const std::size_t zeros = zerosInFront(reinterpret_cast<const Block&>(passed));
+            if (zeros < sizeof block) return at + zeros;
             if (at == last) return text.size();
         }
     }
