@@ -18,8 +18,9 @@ namespace {
 TEST(String, ACopyIsIndependentOfWhatItCameFrom) {
     char source[] = "scene";
     const UT_String reference(source), copy(reference), hardened(source, 1), counted(source, 0, 2);
-    UT_String assigned;
+    UT_String assigned("a literal");
     assigned = source;
+    EXPECT_FALSE(assigned.isReference());
     source[0] = 'S';
     EXPECT_EQ(reference, "Scene");
     EXPECT_TRUE(copy == "scene" && assigned == "scene" && hardened == "scene");
