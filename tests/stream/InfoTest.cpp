@@ -114,7 +114,6 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
         {"a//b/", "------WDX"},
         {"../closed/new", "--------X"},
         {"free/below", "--------X"},
-        {"/no-such-file-here", "--------X"},
         // Sections.
         {"x.idx?geo", "erw-FRW-X"},
         {"x.idx?inner", "erwd-----"},
@@ -135,6 +134,7 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
     checkInChild(true, [&] {
         for (const auto& c : cases) EXPECT_EQ(answers(FS_Info(c.path)), c.expected) << (c.path ? c.path : "null");
     });
+    EXPECT_FALSE(FS_Info("/no-such-file-here").canWriteFile()) << "its directory has an empty name";
 }
 
 TEST_F(Info, CutsOneSlashAtTheVeryEnd) {
