@@ -128,13 +128,12 @@ TEST(HistoryList, ANameIsMadeAbsoluteOnlyWhereTheListSaysSo) {
             EXPECT_EQ(list.numFilesinMRU(), resolves ? 1 : 0) << "a removal doesn't make its name absolute";
         }
     }
-    const auto withoutCurrentDirectory = [&] {
+    checkInChild(false, [&] {
         std::filesystem::remove(dir.path("d"));
         FS_FileHistory list(1, "SCN", true);
         list.addFiletoMRU("a.scn");
-        return std::string(list.getFilenamefromMRU(0)) == "a.scn";
-    };
-    EXPECT_EQ(inChild(withoutCurrentDirectory), 0);
+        EXPECT_STREQ(list.getFilenamefromMRU(0), "a.scn") << "without a current directory";
+    });
 }
 
 TEST(HistoryList, AFormattedNameIsShort) {
@@ -340,6 +339,11 @@ TEST_F(HistoryFiles, AMissingHomeIsMadeAndWhatCannotBeReadLoadsAsNothing) {
     EXPECT_TRUE(history.saveDirHistoryList(nullptr));
     const WithVariable nowhere("TARVANI_HOME", "/proc/none/home");
     EXPECT_EQ(reported(save), kReport);
+    const WithVariable empty("HISTORY_TEST_EMPTY", ""), none("TARVANI_HOME", "$HISTORY_TEST_EMPTY");
+    checkInChild(true, [&] {
+        EXPECT_FALSE(history.saveFileHistoryList(&reason));
+        EXPECT_EQ(reason, "no home directory; set TARVANI_HOME to have one");
+    });
 }
 
 TEST_F(HistoryFiles, AFailedStepLeavesTheOldFile) {
