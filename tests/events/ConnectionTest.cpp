@@ -132,7 +132,8 @@ TEST_F(Connection, APeerIsJudgedByTheMask) {
 TEST_F(Connection, ACopyBorrows) {
     const std::unique_ptr<UT_NetSocket> listening(UT_NetSocket::newSocket(0, true, false));
     const Client first(listening->port), second(listening->port);
-    FS_ConnectedSocketListener original(*listening, take, this, nullptr), assigned(*listening, nullptr, this, nullptr);
+    FS_ConnectedSocketListener original(*listening, take, this, nullptr),
+        assigned(*listening, nullptr, nullptr, nullptr);
     {
         const FS_ConnectedSocketListener copy(original);
         assigned = copy;

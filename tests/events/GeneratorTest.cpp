@@ -24,7 +24,7 @@ TEST(EventGenerator, ReachesTheHostThroughItsFunctionsAndWantsNothingItself) {
     EXPECT_EQ(callAll(), "=0") << "as loaded";
     for (const bool hasHost : {false, true, false}) {
         FS_EventGenerator::setInstaller(!hasHost ? nullptr : +[](FS_EventGenerator* generator, int install) {
-            calls.append(generator->getClassName()).append(install ? "+" : "-");
+            calls.append(generator->getClassName()).append(install == 1 ? "+" : install == 0 ? "-" : "?");
             return 7;
         });
         FS_EventGenerator::setEventLoopPollCallback(!hasHost ? nullptr
