@@ -63,6 +63,7 @@ TEST_F(FileAndSectionPaths, LeadToFilesAndSectionsWithTheirTimeAndSize) {
         {"later?inner?deep", "deep bytes", 33, 10},
         {"f.idx?geo", "geometry", 11, 8},
         {"f.idx?inner?deep", "deep bytes", 33, 10},
+        {"f.idx?none", kClosed, 0, 0},
     };
     checkInChild(true, [&] {
         for (const auto& c : cases) {
@@ -72,6 +73,7 @@ TEST_F(FileAndSectionPaths, LeadToFilesAndSectionsWithTheirTimeAndSize) {
             EXPECT_EQ(reader.isGood(), c.bytes != kClosed);
             EXPECT_EQ(reader.getModTime(), c.time);
             EXPECT_EQ(reader.getLength(), static_cast<int>(std::min<std::int64_t>(c.size, INT32_MAX)));
+            EXPECT_EQ(FS_Info(c.path.c_str()).hasAccess(0), c.bytes != kClosed || c.size > 0);
             EXPECT_EQ(FS_Info(c.path.c_str()).getModTime(), c.time);
             EXPECT_EQ(FS_Info(c.path.c_str()).getFileDataSize(), c.size);
             if (c.bytes == kUnread || c.bytes == kClosed) continue;
