@@ -215,7 +215,9 @@ TEST_F(Info, ListsADirectory) {
     const std::vector<std::string> flat = list(d, false).value();
     EXPECT_EQ(flat.size(), 6u) << "sub-directories among the files";
     for (const std::string& record : flat) EXPECT_THAT(record, Not(HasSubstr("link")));
-    UT_StringArray names;
+    UT_StringArray names, files, dirs;
+    EXPECT_TRUE(FS_Info(d.c_str()).getContents(files, &dirs, nullptr, nullptr));
+    EXPECT_EQ(dirs.entries(), 2) << "without records too";
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(FS_Info(d.c_str()).getContents(names, nullptr, nullptr, nullptr));
     EXPECT_EQ(names.entries(), 12) << "added to what was there";
 }

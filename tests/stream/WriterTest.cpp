@@ -131,6 +131,7 @@ TEST_F(Writer, CopiesEndTogether) {
 }
 
 TEST_F(Writer, AsksTheNewestHelperFirstAndBeforeAnythingElse) {
+    { const UploadHelper gone("up:"); }
     UploadHelper old("up"), young("up:");
     const UploadHelper copy(young);  // not registered
     FS_Writer writer("up:x.idx?a");
