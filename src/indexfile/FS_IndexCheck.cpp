@@ -43,13 +43,16 @@ struct FS_IndexCheck::Level {
     std::string_view name(std::size_t i) const {
         return std::string_view(names).substr(entries[i].name, entries[i].nameLength);
     }
-    // '"geo" (3)', a long name shortened.
+    // The name, one that is longer shortened to `most`: a thousand faults may hold it.
+    std::string shown(std::size_t i, int most) const {
+        UT_String text(name(i));
+        text.truncateMiddle(most);
+        return std::string(text.view());
+    }
+    // '"geo" (3)'
     std::string told(std::size_t i) const {
-        constexpr int kLongestName = 40;
-        UT_String shown;
-        shown.harden(name(i));
-        shown.truncateMiddle(kLongestName);
-        return '"' + std::string(shown.view()) + "\" (" + std::to_string(i) + ")";
+        constexpr int kLongest = 40;
+        return '"' + shown(i, kLongest) + "\" (" + std::to_string(i) + ")";
     }
     // The entries for which `isWanted` gives true, in the order that `before` makes.
     template <class IsWanted, class Before>
@@ -66,7 +69,7 @@ FS_IndexCheck::FS_IndexCheck(const char* path, bool nested) : nested_(nested) {
     FS_Reader reader(path);
     if (reader.isGood())
         check(*reader.getStream(), path, 0);
-    else
+    else if (note())
         add(path != nullptr ? path : "", "can't be read");
 }
 
@@ -99,33 +102,36 @@ void FS_IndexCheck::check(UT_IStream& in, const std::string& path, int depth) {
 // False when nothing of the table can be known.
 bool FS_IndexCheck::checkHeader(const Level& level) {
     const TableWalk& walk = level.walk;
+    std::string fault;
     switch (walk.end) {
         case TableWalk::End::Whole:
             return true;
         case TableWalk::End::NoMagic:
-            add(level.path,
-                level.isEmpty ? "not a container: it is empty" : "not a container: it doesn't begin with \"INDX\"");
-            return false;
+            fault = level.isEmpty ? "not a container: it is empty" : "not a container: it doesn't begin with \"INDX\"";
+            break;
         case TableWalk::End::NewerVersion:
-            add(level.path, "container of a newer version (" + std::to_string(walk.version) +
-                                "); this library reads version " + std::to_string(kVersion));
-            return false;
+            fault = "container of a newer version (" + std::to_string(walk.version) + "); this library reads version " +
+                    std::to_string(kVersion);
+            break;
         case TableWalk::End::InHeader:
-            add(level.path, "ends in its header");
-            return false;
+            fault = "ends in its header";
+            break;
         case TableWalk::End::InTable:
+            fault = "the table ends behind " + std::to_string(walk.entries) + " of its " + std::to_string(walk.count) +
+                    " sections";
             break;
     }
-    add(level.path, "the table ends behind " + std::to_string(walk.entries) + " of its " + std::to_string(walk.count) +
-                        " sections");
-    return true;
+    if (note()) add(level.path, std::move(fault));
+    return walk.end == TableWalk::End::InTable;
 }
 
 void FS_IndexCheck::checkNumbers(const Level& level) {
     const bool knowsBase = level.walk.end == TableWalk::End::Whole;
     for (std::size_t i = 0; i < level.entries.size(); ++i) {
         const Level::Entry& entry = level.entries[i];
-        const auto tell = [&](const std::string& text) { add(level.path, "section " + level.told(i) + ": " + text); };
+        const auto tell = [&](const std::string& text) {
+            if (note()) add(level.path, "section " + level.told(i) + ": " + text);
+        };
         if (entry.offset < 0) tell("its offset is negative (" + std::to_string(entry.offset) + ")");
         if (entry.size < 0) tell("its size is negative (" + std::to_string(entry.size) + ")");
         if (!knowsBase || !entry.isPlace()) continue;
@@ -141,7 +147,7 @@ void FS_IndexCheck::checkNames(const Level& level) {
         level.sorted([](const Level::Entry&) { return true; },
                      [&level](std::uint32_t a, std::uint32_t b) { return level.name(a) < level.name(b); });
     for (std::size_t i = 1; i < order.size(); ++i)
-        if (level.name(order[i]) == level.name(order[i - 1]))
+        if (level.name(order[i]) == level.name(order[i - 1]) && note())
             add(level.path,
                 "section " + level.told(order[i]) + ": has the name of section " + std::to_string(order[i - 1]));
 }
@@ -157,8 +163,9 @@ bool FS_IndexCheck::checkOverlaps(const Level& level) {
         const Level::Entry& entry = level.entries[order[i]];
         if (i > 0 && entry.offset < level.entries[last].end()) {
             const std::int64_t shared = std::min(entry.end(), level.entries[last].end()) - entry.offset;
-            add(level.path,
-                "section " + level.told(order[i]) + ": shares " + bytes(shared) + " with section " + level.told(last));
+            if (note())
+                add(level.path, "section " + level.told(order[i]) + ": shares " + bytes(shared) + " with section " +
+                                    level.told(last));
             separate = false;
         }
         if (i == 0 || entry.end() > level.entries[last].end()) last = order[i];
@@ -172,15 +179,16 @@ void FS_IndexCheck::checkNested(const Level& level, UT_IStream& in, int depth) {
         if (!entry.isPlace() || entry.size == 0) continue;
         const std::unique_ptr<UT_IStream> inner(in.getSubStream(level.walk.base + entry.offset, entry.size));
         if (!inner->buffered().starts_with(kMagic)) continue;
-        const std::string path = level.path + '?' + std::string(level.name(i));
+        constexpr int kLongest = 255;
+        const std::string path = level.path + '?' + level.shown(i, kLongest);
         if (depth < kDeepest)
             check(*inner, path, depth + 1);
-        else
+        else if (note())
             add(path, "lies deeper than " + std::to_string(kDeepest) + " containers; it wasn't checked");
     }
 }
 
-void FS_IndexCheck::add(const std::string& path, std::string text) {
-    ++faultCount_;
-    if (faults_.size() < kMostFaults) faults_.push_back({path, std::move(text)});
+// Counts a fault. True while it is to be told in words, which take longer to make than to leave out.
+bool FS_IndexCheck::note() {
+    return ++faultCount_ <= static_cast<std::int64_t>(kMostFaults);
 }

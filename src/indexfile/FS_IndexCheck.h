@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class UT_IStream;
@@ -55,7 +56,8 @@ private:
     void checkNames(const Level& level);
     bool checkOverlaps(const Level& level);
     void checkNested(const Level& level, UT_IStream& in, int depth);
-    void add(const std::string& path, std::string text);
+    bool note();
+    void add(const std::string& path, std::string text) { faults_.push_back({path, std::move(text)}); }
 
     const bool nested_;
     std::vector<Fault> faults_;
