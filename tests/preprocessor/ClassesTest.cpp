@@ -45,6 +45,9 @@ TEST(Macro, IsCompiledAndExpanded) {
         macro.expandMacro(args, text);
         EXPECT_STREQ(text.buffer(), c.expansion) << c.text;
     }
+    UT_String text;
+    CPP_Macro(CPP_MACRO_DATE).expandMacro(nullptr, text);
+    EXPECT_STREQ(text.buffer(), "");
 }
 
 TEST(Macro, WithoutALegalNameHasANameOfItsOwn) {
