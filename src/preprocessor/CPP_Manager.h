@@ -60,9 +60,9 @@ public:
     void addIncludePath(const char* path);
 
     // Open a file, and give 1, else 0. It is read before those that are open, as an included one is. With `search` 0
-    // `name` is a path, otherwise it is looked for as by #include: plain, in double quotes or in <>. "stdin" is
-    // CPP_Stream::getStdin. The other forms read `source`, which stays the caller's and must outlive the reading, under
-    // the name `name`.
+    // `name` is a path, otherwise it is looked for as by #include. It may be plain, in double quotes or in <>. "stdin"
+    // is CPP_Stream::getStdin. The other forms read `source`, which stays the caller's and must outlive the reading,
+    // under the name `name`.
     int open(const char* name, int search);
     int open(UT_IStream& source, const char* name);
     int open(std::FILE* source, const char* name);
@@ -70,7 +70,7 @@ public:
     int close();
 
     // Puts the next output line into `line`, never null, and gives 1; 0 at the end of all input. A line ends in a
-    // newline, except for some errors, which a blank line then follows, text in front of a comment of the option -h,
+    // newline, except for some errors, which mostly a blank line follows, text in front of a comment of the option -h,
     // and lines of which CPP_File::getLine tells. One that ends in none can be empty.
     int getLine(UT_String& line);
     // The same without a copy. The view is valid until the next call on this object.
