@@ -35,7 +35,9 @@ CPP_File::CPP_File(const CPP_File& other) {
 
 CPP_File& CPP_File::operator=(const CPP_File& other) {
     if (this == &other) return *this;
-    close();
+    // A copy that comes back to its original brings the original's own stream.
+    const bool isReturned = ownsStream_ && stream == other.stream;
+    if (!isReturned) close();
     stream = other.stream;
     lastPath = other.lastPath;
     lineNumber = other.lineNumber;
@@ -44,7 +46,7 @@ CPP_File& CPP_File::operator=(const CPP_File& other) {
     continuedLines = other.continuedLines;
     crypted = other.crypted;
     refCount = other.refCount;
-    ownsStream_ = false;
+    ownsStream_ = isReturned;
     ungot_ = other.ungot_;
     return *this;
 }

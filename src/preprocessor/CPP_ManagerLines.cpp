@@ -163,8 +163,9 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
     if (!mayHold && !(flags & CPP_IN_COMMENT)) return blankCarriageReturns(line, at, text.size());
 
     const auto passComment = [&] {
-        const std::size_t close = text.find("*/", at);
         flags |= CPP_IN_COMMENT;
+        if (at == text.size()) return false;  // without a newline, and stays so
+        const std::size_t close = text.find("*/", at);
         if (close == text.npos) return cut(line, at, "\n"), false;
         line.fill(at, close + 2 - at, ' ');
         flags &= ~CPP_IN_COMMENT;

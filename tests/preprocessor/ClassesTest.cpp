@@ -113,12 +113,15 @@ TEST(File, OpensOnce) {
     CPP_File copy(file);
     EXPECT_EQ(copy.getLineNumber(), 1);
     copy.lineDirective("5 z");
+    file = copy;
+    EXPECT_STREQ(file.getName(), "z") << "what it takes over leaves it its stream";
+    EXPECT_EQ(file.getLine(line), 0);
     EXPECT_EQ(file.close(), 1);
     EXPECT_EQ(file.getLine(line), 0);
     EXPECT_EQ(file.open(file.getName(), new MadeLines(listed({"2"}))), 1) << "under its own name";
-    EXPECT_STREQ(file.getName(), "x");
+    EXPECT_STREQ(file.getName(), "z");
     EXPECT_EQ(file.getLine(line), 1);
-    EXPECT_EQ(file.getLineNumber(), 2);
+    EXPECT_EQ(file.getLineNumber(), 6);
 }
 
 TEST(File, StepsFromBranchToBranch) {
