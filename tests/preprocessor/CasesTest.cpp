@@ -87,12 +87,14 @@ struct Objects {
 
 std::string runManager(const CaseRun& run) {
     Objects<CPP_Manager> managers;
-    managers.add(std::make_unique<CPP_Manager>(-1, (run.directory + "/given").c_str()));
+    const std::string given = run.directory + "/given";
+    managers.add(std::make_unique<CPP_Manager>(-1, given.c_str()));
     return runSteps(run, [&](const std::string& verb, const std::string& rest) {
         CPP_Manager* const manager = managers.current;
         const char* const text = rest.empty() ? nullptr : rest.c_str();
-        UT_String line;
-        if (verb == "line") return manager->getLine(line) ? Lines{line.buffer()} : number(0);
+        UT_String line("left");
+        if (verb == "line" && manager->getLine(line)) return Lines{line.buffer()};
+        if (verb == "line") return line.isEmpty() && !line.isNull() ? number(0) : Lines{"not empty\n"};
         if (verb == "rest") return outputOf(*manager);
         if (verb == "place") return placeOf(*manager);
         if (verb == "open") return number(manager->open(text, 0));
@@ -108,7 +110,8 @@ std::string runManager(const CaseRun& run) {
         if (verb == "options") return number(setOptions(*manager, splitWords(rest)) + (optind - 17));
         if (verb == "include") manager->addIncludePath(text);
         if (verb == "write") std::ofstream(rest) << "written\n";
-        if (verb == "new") managers.add(std::make_unique<CPP_Manager>());
+        if (verb == "new" && rest.empty()) managers.add(std::make_unique<CPP_Manager>());
+        if (verb == "new" && !rest.empty()) managers.add(std::make_unique<CPP_Manager>(std::stoi(rest), given.c_str()));
         return managers.step(verb, rest);
     });
 }
@@ -150,6 +153,7 @@ std::string runWords(const CaseRun& run) {
         if (verb == "include") words->addIncludePath(text);
         if (verb == "unget") words->ungetToken(UT_String(text));
         if (verb == "open") streams.add(std::make_unique<Marked>(text, -1, nullptr));
+        if (verb == "known") streams.add(std::make_unique<Marked>(text + 2, text[0] - '0', nullptr));
         if (verb == "read") {
             sources.push_back(std::make_unique<UT_IStream>(UTmakeFileSource(text), UT_ISTREAM_BINARY));
             streams.add(std::make_unique<Marked>(*sources.back(), "text", nullptr));
