@@ -101,7 +101,8 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         const char *pattern, *steps, *answers;
         int knownPath = 0;
     } cases[] = {
-        {"*", "path? name? base? ext? index? hide? dir? disk?", "- - - - 0 0 - ''"},  // a new entry
+        {"*", "path? name? base? ext? index? hide? append? nosave? filtered? dir? disk?",
+         "- - - - 0 0 0 0 0 - ''"},  // a new entry
         // Its directory is the lowest below which a token fits, with one control suffix and no more.
         {"*", "path=hi/a apart? index?", "1 2"},
         {"*", "index=7 path=lo/sub/a apart? index? path=mid/sub/a index?", "0 7 7"},
@@ -147,7 +148,8 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         {"*", "path=lo/a.b.c name? path=/no/x base=k ext=.z name?", "a.b.c k.z"},
         {"*", "path=mid/a.b.c ext=- name? path?", "a.b mid/a.b"},
         // A path that was made gives the parts that a change needs; before it there are none.
-        {"*", "name=f.x index=1 base=g name? path?", "f.x -"},
+        {"*", "name=f.x index=1 computed? base=g name? path?", "mid/f.x f.x -"},
+        {"*", "name=f.x index=1 dir? base=g path?", "- mid/g.x"},
         {"*", "name=f.x index=1 ext? base=g name? path?", ".x g.x mid/g.x"},
         {"*", "name=f.x index=1 path? base=g path?", "mid/f.x mid/g.x"},
         {"*", "name=f.x index=1 path? ext=.y path?", "mid/f.x mid/f.y"},
@@ -168,7 +170,7 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
 
 TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
     write({"lo/a.x", "mid/b.y.hide"});
-    const Found list;
+    const Found list, others;
     const struct {
         UT_PF_CopyReason reason;
         const char *target, *source;
@@ -179,11 +181,12 @@ TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
         {UT_PF_COPY_ALL, "lo/a.x lo k k.x mid/k.x 1 1", "lo/a.x mid/k.x"},
     };
     for (const auto& c : cases) {
-        Info source(*list.getFileInfo(0, 0)), target(*list.getFileInfo(1, 0));
+        Info source(*list.getFileInfo(0, 0)), target(*others.getFileInfo(1, 0));
         lead(source, "base=k index=1 filtered=1");  // so that disk path and full path differ
         target.copy(&source, c.reason);
         EXPECT_EQ(lead(target, "disk? dir? base? name? path? index? filtered?"), c.target);
         EXPECT_EQ(lead(source, "disk? path?"), c.source);
+        EXPECT_EQ(target.getOwner(), &list);
     }
     Info self(*list.getFileInfo(0, 0));
     self.copy(nullptr, UT_PF_COPY_ALL);

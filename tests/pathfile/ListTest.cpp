@@ -65,6 +65,8 @@ TEST_F(PathFileList, DirectoriesThatAreGoneAddNothing) {
 TEST_F(PathFileList, IsComputedWhenItIsNeeded) {
     write({"lo/a"});
     UT_PathFile file;
+    EXPECT_STREQ(file.getSearchPattern(), "");
+    EXPECT_EQ(file.getDirCount(), 3) << "those of path 0";
     file.setSearchPath(-1, "*");
     const std::map<int, std::string> directories = {
         {-1, "-"}, {kLo, "lo"}, {kMid, "mid"}, {kHi, "$PATHFILE_TEST_ROOT/hi"}, {3, "-"}};
@@ -91,10 +93,12 @@ TEST_F(PathFileList, NewFilesGoToTheHomeDirectoryOfThePath) {
         {path("mid"), "a/x b/y", 0, kMid, "mid/a/x b"},  // followed by what the pattern has before its last slash
         {path("mi"), "*", 0, kMid, "mid"},
         {root().path(), "*", 0, kHi, "hi"},
+        {"$PATHFILE_TEST_NONE", "*", 0, kHi, "hi"},  // all lie in no home
         {"/nowhere", "*", 0, kLo, "lo"},
         {"/nowhere", "s/*", 2, 0, "/s"},
         {"/nowhere", "*", 2, 0, "-"},
     };
+    const WithVariable none("PATHFILE_TEST_NONE", "");
     for (const auto& c : cases) {
         const WithVariable home("TARVANI_HOME", c.home.c_str());
         const Found file(c.pattern, c.knownPath);
@@ -132,7 +136,8 @@ TEST_F(PathFileList, CallersAddAndRemoveEntries) {
     EXPECT_EQ(entries(file), Texts{"lo/b"}) << "with the entry every place that it had goes";
     const std::unique_ptr<UT_PathFileInfo> kept(file.getFileInfo(0, 0));
     file.clearFileInfoList();
-    EXPECT_EQ(file.getFileInfoCount(0), 0);
+    file.applyStandardFilter();
+    EXPECT_EQ(file.getFileInfoCount(0), 0) << "the list counts as computed";
     EXPECT_EQ(relative(kept->getFullPath()), "lo/b") << "the entries are the caller's now";
 }
 
@@ -144,6 +149,7 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
     };
     struct Counting : UT_PathFile {
         explicit Counting(int& count) : count_(count) {}
+        using UT_PathFile::addMatchingFiles;
         using UT_PathFile::midRead;
         using UT_PathFile::removeMatchingFiles;
         UT_PathFileInfo* createFileInfo() override { return new Counted(this, count_); }
@@ -160,6 +166,12 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
         file.appendFileInfo(file.getFileInfo(1, 0));  // twice in the list, deleted once
         file.removeMatchingFiles(path("mid/a").data(), 0);
         EXPECT_EQ(count, 2);
+        std::filesystem::remove(path("lo/a"));
+        file.removeMatchingFiles(path("lo/a").data(), 0);
+        EXPECT_EQ(count, 2) << "what is gone from disk stays in the list";
+        const InDirectory there(path("lo"));
+        file.addMatchingFiles(std::string("b*").data(), 0);
+        EXPECT_STREQ(file.getFileInfo(2, 0)->getFullPath(), "./b");
         file.appendFileInfo(file.getFileInfo(0, 0));
         file.midRead = true;
         testing::internal::CaptureStderr();

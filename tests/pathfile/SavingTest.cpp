@@ -50,6 +50,7 @@ TEST_F(PathFileSaving, ChoosesTheFirstPlaceThatIsFoundAndCanBeWritten) {
         {{"lo/a.txt"}, "", "a.txt", kMid, "v", "1 mid/a.txt"},
         {{"mid/a.txt.hide"}, "", "a.txt", kLo, "v", "0 lo/a.txt"},
         {{"lo/a.txt", "hi/b.txt"}, "", "a.txt", kLo, "v", "0 lo/a.txt"},
+        {{"lo/a", "lo/a-b", "hi/a.txt"}, "", "a.txt", kLo, "v", "0 lo/a.txt"},  // and no further than the other name
         // Above what hides.
         {{"lo/a.txt.hide"}, "", "a.txt", kLo, "h", "1 mid/a.txt"},
         {{"lo/a.txt.hide"}, "mid", "a.txt", kLo, "h", "2 hi/a.txt"},
@@ -84,6 +85,21 @@ TEST_F(PathFileSaving, ADirectoryThatIsntThereGivesNoPlaceAndChangesNothing) {
         for (const int start : {3, -1})
             EXPECT_EQ(answer(name, start, ""), "none: " + std::to_string(start) + " lo/" + name);
     EXPECT_EQ(UT_PathFileInfo(nullptr).prepareForSave(0, 0, 0), 0);
+}
+
+TEST_F(PathFileSaving, BeginsWithTheIndexAsItIsAndPassesOverGapsInTheList) {
+    write({"lo/a"});
+    Found file;
+    UT_PathFileInfo fresh(&file), nameless(&file);
+    fresh.setFullPath(path("mid/a").c_str());
+    EXPECT_EQ(fresh.prepareForSave(0, 0, 0), 1);
+    EXPECT_EQ(relative(fresh.getFullPath()), "lo/a") << "its path has not been taken apart yet";
+    file.appendFileInfo(static_cast<UT_PathFileInfo*>(nullptr));
+    file.appendFileInfo(path("mid/a").c_str());
+    file.appendFileInfo(new UT_PathFileInfo(&file));
+    EXPECT_EQ(fresh.prepareForSave(0, 0, 1), 1);
+    EXPECT_EQ(relative(fresh.getFullPath()), "mid/a");
+    EXPECT_EQ(nameless.prepareForSave(0, 0, 0), 1) << "related to nothing, so the disk isn't asked";
 }
 
 TEST_F(PathFileSaving, TheOldPlaceOnDiskStays) {
