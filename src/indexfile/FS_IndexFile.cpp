@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <new>
 
 #include "IndexParts.h"
 #include "ReadBytes.h"
@@ -201,6 +202,8 @@ FS_ReaderStream* FS_IndexFile::getSectionStream(const char* name) const {
     if (reader == nullptr) return nullptr;
     FS_ReaderStream* const stream =
         reader->shareDataAndGetSubstream(place.offset, place.sectionSize, place.dataSize, decryptionFilter);
+    // Null would mean a section that isn't there, and who copies the container would do without it.
+    if (stream == nullptr) throw std::bad_alloc();
     stream->setModTime(place.modTime);
     return stream;
 }
@@ -215,6 +218,7 @@ FS_ReaderStream* FS_IndexFile::getStreamCopy() const {
     if (reader == nullptr) return new FS_ReaderStream;
     const int length = reader->getLength();
     FS_ReaderStream* const stream = reader->shareDataAndGetSubstream(streamStart, length, length, nullptr);
+    if (stream == nullptr) throw std::bad_alloc();
     if (decryptionFilter != nullptr) stream->setSubStreamReadFilterFactory(decryptionFilter);
     if (encryptionFilter != nullptr) stream->setSubStreamWriteFilterFactory(encryptionFilter);
     return stream;

@@ -7,6 +7,7 @@
 #include <stream/OpenSection.h>
 #include <stream/PathForm.h>
 
+#include <new>
 #include <string>
 #include <utility>
 
@@ -48,9 +49,11 @@ UT_IStream* FS_Reader::getStream() const {
 }
 
 FS_ReaderStream* FS_Reader::shareDataAndGetSubstream(std::int64_t start, std::int64_t size, std::int64_t dataSize,
-                                                     const FS_IStreamFilterFactory* factory) const {
-    // Callers go on to set a time on the result, so there is one in every case.
+                                                     const FS_IStreamFilterFactory* factory) const try {
+    // Callers go on to set a time on the result, so there is one also without a stream.
     return stream() != nullptr ? new FS_ReaderStream(*stream(), start, size, dataSize, factory) : new FS_ReaderStream;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 int FS_Reader::getModTime() const {
@@ -88,7 +91,7 @@ HelperList<FS_ReaderHelper>& FS_Reader::getHelpers() {
     return *helpers;
 }
 
-void FS_Reader::createStreamFromSource(const char* source) {
+void FS_Reader::createStreamFromSource(const char* source) try {
     // A copy, for a helper may change what the caller's pointer leads to.
     const std::string path(source);
     std::unique_ptr<FS_ReaderStream> found;
@@ -100,6 +103,8 @@ void FS_Reader::createStreamFromSource(const char* source) {
         if (!found) found = std::make_unique<FS_ReaderStream>(stripFilePrefix(path).data());
     }
     if (found) shared_ = std::make_shared<Shared>(std::move(found));
+} catch (const std::bad_alloc&) {
+    // Without a stream, as for a section that isn't there.
 }
 
 std::unique_ptr<FS_ReaderStream> streamFromHelpers(const char* path) {

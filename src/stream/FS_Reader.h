@@ -31,7 +31,7 @@ public:
     // Opens `source`. A path with a "?" is the section behind the last "?" of the container before it, and nothing
     // else. Any other path goes to the helpers, the newest first, and the first that gives a stream serves it; then to
     // the local file system, with a "file:" in front taken off. Null leaves the reader without a stream; so does a
-    // section that isn't there.
+    // section that isn't there, and a lack of memory.
     explicit FS_Reader(const char* source);
     // Adopts `stream`, which may be null.
     explicit FS_Reader(FS_ReaderStream* stream);
@@ -48,7 +48,7 @@ public:
     UT_IStream* getStream() const;
     // A new stream, owned by the caller, over `size` stored bytes from position `start`, presented with the length
     // `dataSize`, through the filter of `factory` (borrowed) if that isn't null. Copies no bytes and may outlive the
-    // reader. Never null; never good if the reader has no stream or its stream no file name.
+    // reader. Never good if the reader has no stream or its stream no file name; null only if memory lacks.
     FS_ReaderStream* shareDataAndGetSubstream(std::int64_t start, std::int64_t size, std::int64_t dataSize,
                                               const FS_IStreamFilterFactory* factory) const;
     // Modification time in seconds since the epoch; 0 without a stream.

@@ -35,7 +35,7 @@ std::unique_ptr<FS_ReaderStream> enter(Container& container, std::string_view na
     if (!place) return nullptr;
     std::unique_ptr<FS_ReaderStream> section(
         container.reader.shareDataAndGetSubstream(place->offset, place->size, place->size, nullptr));
-    section->setModTime(place->modTime);
+    if (section) section->setModTime(place->modTime);
     return section;
 }
 

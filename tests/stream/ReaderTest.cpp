@@ -1,4 +1,6 @@
 // Readers, their streams and the helpers that serve paths.
+#include <indexfile/FS_IndexFile.h>
+
 #include "Streams.h"
 
 namespace {
@@ -40,6 +42,25 @@ TEST(Reader, CopiesShareOneStream) {
     last.reset();
     third = *&third;
     EXPECT_EQ(bytesOf(third.getStream()), "other") << "released by the last, not the first";
+}
+
+struct LacksMemory : KeyedReadFactory {
+    LacksMemory() : KeyedReadFactory("key") {}
+    UT_IStream* createFilteredStream(UT_IStream*) const override { throw std::bad_alloc(); }
+    FS_IStreamFilterFactory* clone() override { return new LacksMemory; }
+};
+
+TEST(Reader, HasNoStreamWhereMemoryLacks) {
+    const ScratchDir scratch;
+    const std::string path = scratch.write("x.idx", packedContainer({{"a", keyed("a")}}));
+    LacksMemory reads;
+    KeyedWriteFactory writes("key");
+    EXPECT_EQ(FS_Reader(path.c_str()).shareDataAndGetSubstream(0, 1, 1, &reads), nullptr);
+    FS_IndexFile index(path.c_str());
+    index.setFilters(&writes, &reads);
+    EXPECT_THROW(index.getSectionStream("a"), std::bad_alloc) << "it is no unknown section";
+    const TestHelper helper([](const std::string&) -> FS_ReaderStream* { throw std::bad_alloc(); });
+    EXPECT_EQ(FS_Reader(path.c_str()).getStream(), nullptr);
 }
 
 // What has been deleted, in order.
@@ -97,7 +118,10 @@ TEST(ReaderStream, OverMemoryCopiesTheBytesOrSharesThem) {
     std::fill_n(shared.get(), 7, '+');
     EXPECT_EQ(bytesOf(copied.getStream()), "content");
     EXPECT_EQ(bytesOf(borrowed.getStream()), "+++++++");
-    EXPECT_EQ(copied.getModTime(), 42);
+    for (const FS_ReaderStream* stream : {&copied, &borrowed}) {
+        EXPECT_EQ(stream->getModTime(), 42);
+        EXPECT_EQ(stream->getLength(), 7);
+    }
     EXPECT_EQ(bytesOf(FS_ReaderStream(nullptr, 0, 0).getStream()), "");
     FS_ReaderStream part(copied, 0, 3, 3, nullptr), partOfPart(part, 0, 3, 3, nullptr);
     EXPECT_FALSE(part.getStream() || partOfPart.isGood()) << "no file name, no sub-stream";
@@ -112,12 +136,13 @@ TEST(ReaderStream, SubStreamsShareTheOpenFileAndOutliveIt) {
     const KeyedReadFactory factory("key");
     {
         const FS_Reader reader(path.c_str());
-        for (int i = 0; i < 3; ++i) parts.emplace_back(reader.shareDataAndGetSubstream(i, 2, 2, nullptr));
+        for (int i = 0; i < 3; ++i) parts.emplace_back(reader.shareDataAndGetSubstream(i, 2, (1LL << 32) + 2, nullptr));
         parts.emplace_back(reader.shareDataAndGetSubstream(4, 12, 8, &factory));
         parts.emplace_back(reader.shareDataAndGetSubstream(16, 1000, 1000, nullptr));
     }
     EXPECT_EQ(openFiles(), before + 1);
-    for (const char* expected : {"01", "12", "23", "filtered", "rest"}) {
+    for (const auto& [expected, length] : {std::pair("01", 2), {"12", 2}, {"23", 2}, {"filtered", 8}, {"rest", 1000}}) {
+        EXPECT_EQ(parts.front()->getLength(), length) << "the low 32 bits of what it was told";
         EXPECT_EQ(parts.front()->getModTime(), 5);
         EXPECT_EQ(parts.front()->getSubStreamReadFilterFactory(), nullptr);
         EXPECT_EQ(fileNameOf(*parts.front()), path);
