@@ -172,6 +172,12 @@ TEST_F(Info, HelpersAnswerAlone) {
         EXPECT_EQ(FS_Info::getPrevSepChar("other"), '/');
         EXPECT_EQ(FS_Info::getNextSepChar(nullptr), '/');
         const OwnInfo copy(helper);
+        for (const char* nothing : {"", "?geo", static_cast<const char*>(nullptr)}) {
+            const FS_Info info(nothing);
+            EXPECT_FALSE(info.fileExists() || info.canReadFile() || info.canWriteFile() || info.canWriteDirectory() ||
+                         info.canDeleteFile());
+        }
+        EXPECT_NE(older.asked.back(), "") << "nobody is asked for a path of no length";
         FS_Info("x").hasAccess(0);
         EXPECT_EQ(older.asked.back(), "x");
         EXPECT_EQ(helper.asked.size(), copy.asked.size() + 1) << "a copy isn't registered";
@@ -200,6 +206,8 @@ TEST_F(Info, LooksAtOneNameBelowAnother) {
     sequence.updateSequenceStat(FS_Stat(-7, 1));
     sequence.updateSequenceStat(FS_Stat(5000000000L, 2));
     EXPECT_EQ(sequence, FS_Stat(2147483647, 13, true));
+    for (const FS_Stat& other : {FS_Stat(1), FS_Stat(0, 1), FS_Stat(0, 0, true), FS_Stat(0, 0, false, true)})
+        EXPECT_FALSE(other == FS_Stat());
 }
 
 TEST_F(Info, ListsADirectory) {
@@ -249,6 +257,14 @@ TEST_F(Info, ListsContainersSectionsAndWhatAHelperServes) {
     };
     const OwnInfo helper;
     for (const auto& c : cases) EXPECT_EQ(list(c.path, c.withDirs), c.names) << c.path;
+
+    // Records come for all names that the array holds, also for those of before.
+    UT_StringArray names;
+    UT_RefArray<FS_Stat> stats;
+    for (const char* served : {"own:dir", "own:x", "own:dir"})
+        FS_Info(served).getContents(names, nullptr, &stats, nullptr);
+    EXPECT_EQ(names.entries(), 6);
+    EXPECT_EQ(stats.entries(), 3 + 6);
 
     // One opening, whatever the number of sections.
     std::vector<PackedSection> sections;

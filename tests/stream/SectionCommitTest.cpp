@@ -2,8 +2,10 @@
 // the way fails.
 #include <UT/UT_Temporary.h>
 #include <signal.h>
+#include <stream/FS_Info.h>
 #include <sys/stat.h>
 
+#include <ctime>
 #include <optional>
 #include <ostream>
 
@@ -69,13 +71,16 @@ TEST_F(SectionCommit, PutsASectionInItsPlaceOrTakesItOut) {
         {outer, "f?empty?x", "new", "(a=1 in(x=1 y=2) empty(x=new))"},
         {outer, "f?a", nullptr, "(in(x=1 y=2) empty=)"},
         {outer, "f?in?x", nullptr, "(a=1 in(y=2) empty=)"},
+        {{}, "f?a", nullptr, "()"},
         {outer, "f?unknown", nullptr, "(a=1 in(x=1 y=2) empty=)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.destination << " gives " << c.after);
         std::filesystem::remove(dir.path("f"));
         if (c.before) dir.write("f", *c.before);
+        const std::time_t start = std::time(nullptr);
         EXPECT_EQ(c.bytes ? put(c.destination, c.bytes) : remove(c.destination), "done");
+        EXPECT_TRUE(!c.bytes || FS_Info(dir.path(c.destination).c_str()).getModTime() >= start - 1);
         EXPECT_EQ(tree("f"), c.after);
         EXPECT_EQ(dir.read("f").find(packed("text")) != std::string::npos, !c.before.value_or("").empty());
     }
@@ -164,12 +169,12 @@ TEST_F(SectionCommit, WritesIntoTheSameFileOrMakesOneWithTheModeOfTheMask) {
         EXPECT_EQ(tree("hard"), "(a=old a b= c=" + std::string(bytes) + ")");
     }
     const mode_t mask = ::umask(027);
-    EXPECT_EQ(put("to-there?a", "new"), "done");
+    for (const char* made : {"to-there?a", "plain"}) EXPECT_EQ(put(made, "new"), "done");
     ::umask(mask);
-    EXPECT_EQ(status("there").st_mode & 07777, 0640u);
+    for (const char* made : {"there", "plain"}) EXPECT_EQ(status(made).st_mode & 07777, 0640u);
     EXPECT_EQ(tree("there"), "(a=new)");
     for (const char* link : {"to-f", "to-there"}) EXPECT_TRUE(std::filesystem::is_symlink(dir.path(link)));
-    EXPECT_THAT(dir.names(), ElementsAre("f", "hard", "there", "tmp", "to-f", "to-there"));
+    EXPECT_THAT(dir.names(), ElementsAre("f", "hard", "plain", "there", "tmp", "to-f", "to-there"));
 }
 
 TEST_F(SectionCommit, TellsWhatIsForbidden) {

@@ -61,10 +61,13 @@ TEST_F(Writer, ReplacesAPlainFileFromTheMomentOfOpeningOrRemovesIt) {
         EXPECT_EQ(dir.read("f"), dest);
         EXPECT_EQ(writer.getStream(), nullptr);
     }
-    FS_Writer removed("f"), section("x.idx?a");
+    FS_Writer removed("f"), section("x.idx?a"), other("x.idx?b");
     const InDirectory elsewhere("/");
     *section.getStream() << "a";
-    EXPECT_EQ(finish(section), "done");
+    *other.getStream() << "b";
+    EXPECT_THAT(dir.names(), ElementsAre("f")) << "nothing of a section before its end";
+    for (FS_Writer* writer : {&section, &other}) EXPECT_EQ(finish(*writer), "done");
+    EXPECT_EQ(sectionsOf(dir.read("x.idx")), (Sections{{"a", "a"}, {"b", "b"}}));
     EXPECT_THAT(dir.names(), ElementsAre("f", "x.idx")) << "relative to where it was opened";
     *removed.getStream() << "dropped";
     EXPECT_TRUE(removed.removeFile());
