@@ -102,7 +102,7 @@ public:
 
     // Whether this helper serves `path`. Asked before each of the others.
     virtual bool canHandle(const char* path) = 0;
-    // As the questions of FS_Info with these names.
+    // As the questions of FS_Info with these names; getSize as getFileDataSize.
     virtual bool hasAccess(const char* path, int mode) = 0;
     virtual bool getIsDirectory(const char* path) = 0;
     virtual int getModTime(const char* path) = 0;

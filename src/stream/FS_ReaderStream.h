@@ -51,6 +51,7 @@ public:
     int getLength() const { return length; }
     // The absolute path of the file behind the stream, also for a section of it; empty for a stream over memory.
     void getFilename(UT_String& out) const;
+    // Replaces what getModTime gives.
     void setModTime(int seconds) { modTime = seconds; }
 
     // The filters that an index file opened on this stream takes for its sections. A clone of `factory` is stored,
