@@ -5,9 +5,11 @@
 #include <preprocessor/CPP_File.h>
 #include <preprocessor/CPP_Macro.h>
 
+#include <cstdlib>
 #include <ctime>
 #include <memory>
 
+#include "../support/Child.h"
 #include "../support/ScratchDir.h"
 #include "Sources.h"
 
@@ -51,9 +53,11 @@ TEST(Macro, IsCompiledAndExpanded) {
 }
 
 TEST(Macro, WithoutALegalNameHasANameOfItsOwn) {
-    const std::string first = CPP_Macro("3x 1", 0).getName(), second = CPP_Macro(nullptr, 1).getName();
-    EXPECT_TRUE(first.starts_with("#illegal") && second.starts_with("#illegal")) << first << second;
-    EXPECT_NE(first, second);
+    const CPP_Macro first("3x(a) 1", 0), second(nullptr, 1);
+    const std::string kFront = "#illegal", number = std::to_string(std::atoi(first.getName() + kFront.size()) + 1);
+    EXPECT_EQ(second.getName(), kFront + number + "#") << first.getName();
+    EXPECT_STREQ(first.getDefinition(), "");
+    EXPECT_EQ(first.getArgCount(), -1);
 }
 
 TEST(Macro, StopsAtALimitOfText) {
@@ -185,6 +189,40 @@ TEST(Stream, ReadsACFileThatStaysTheCallers) {
     EXPECT_EQ(manager.open(file, "text"), 1);
     EXPECT_EQ(restOf(manager), "# 1 \"text\"\none\ntwo\n");
     std::fclose(file);
+}
+
+TEST(Stream, ThatComesByItselfReadsWhatItWasGivenLast) {
+    const ScratchDir dir;
+    const std::string text = dir.write("text", "one\ntwo"), none = dir.path("none");
+    checkInChild(false, [&] {
+        ASSERT_TRUE(std::freopen(dir.write("typed", "typed\nmore").c_str(), "r", stdin));
+        const std::unique_ptr<CPP_Stream> stream(CPP_Manager().allocStream());
+        UT_WorkBuffer line;
+        const auto next = [&] { return stream->readLine(line) ? std::string(line.view()) : "(end)"; };
+        EXPECT_EQ(next(), "typed") << "what nobody attaches to anything reads standard input";
+        EXPECT_NE(stream->openPath(text.c_str()), 0);
+        EXPECT_EQ(next(), "one");
+        UT_IStream memory("m\nn", 3, UT_ISTREAM_BINARY);
+        stream->attachStream(&memory);
+        EXPECT_EQ(next(), "m");
+        std::FILE* const file = std::fopen(text.c_str(), "rb");
+        stream->attachFile(file);
+        EXPECT_EQ(next(), "one");
+        EXPECT_EQ(stream->openPath(none.c_str()), 0);
+        EXPECT_EQ(stream->isOpen(), 0);
+        EXPECT_EQ(next(), "(end)");
+        EXPECT_TRUE(UT_IStream(file, UT_ISTREAM_BINARY).getLine(line, '\n') && line.view() == "two");
+        std::fclose(file);
+        EXPECT_TRUE(memory.getLine(line, '\n') && line.view() == "n");
+
+        CPP_File unnamed, missing;
+        EXPECT_EQ(unnamed.open("", CPP_Manager().allocStream()), 1);
+        EXPECT_TRUE(unnamed.getLine(line) && line.view() == "more\n");
+        EXPECT_EQ(missing.open(none.c_str(), CPP_Manager().allocStream()), 0);
+        EXPECT_EQ(missing.open(text.c_str(), stream.get()), 0)
+            << "the stream that failed is the file's until it closes";
+        EXPECT_EQ(missing.getName(), none);
+    });
 }
 
 TEST(Manager, IsCryptedOnceALineWas) {
