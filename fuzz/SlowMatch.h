@@ -1,5 +1,7 @@
 #pragma once
 // What a pattern matches, by its rules alone: the set of all places in the text that its characters can lead to.
+#include "Limits.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -7,6 +9,7 @@
 #include <vector>
 
 inline bool slowMatch(std::string_view text, std::string_view pattern, bool caseSensitive = true) {
+    const Limits::Pause slow;
     const auto lower = [](char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; };
     std::vector<bool> reached(text.size() + 1);
     reached[0] = true;

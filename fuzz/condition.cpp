@@ -1,6 +1,7 @@
 // Conditions of #if and #elif. Each is true, false or a syntax error, the same whenever it is asked, and the same for
 // both directives.
 #include "Check.h"
+#include "Limits.h"
 
 #include <UT/UT_IStream.h>
 #include <preprocessor/CPP_Manager.h>
@@ -41,6 +42,7 @@ Value valueOf(const std::string& begin, const std::string& condition) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     std::string condition(reinterpret_cast<const char*>(data), size);
     condition.resize(std::min(condition.find_first_of(std::string_view("\n\0", 2)), size));
     const Value value = valueOf("#if ", condition);

@@ -3,6 +3,7 @@
 // callback close it, or lengthen the read with its last byte; all other bytes are the peer's.
 #include "../tests/support/ScriptedSocket.h"
 #include "Check.h"
+#include "Limits.h"
 
 #include <events/FS_ConnectedSocketListener.h>
 
@@ -112,6 +113,7 @@ void take(void* data, const char* text, int length, UT_NetSocket& socket) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     FS_EventGenerator::setInstaller(install);
     Script script = scriptOf(data, size);
     std::deque<ScriptedRead> reads = script.reads;

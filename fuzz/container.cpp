@@ -1,6 +1,7 @@
 // Container bytes: opened over memory and as a file, listed, read, edited, written and expanded. Whatever the bytes
 // say, what the object shows must agree with itself, and what it writes must read back as the same.
 #include "Check.h"
+#include "Limits.h"
 #include "Scratch.h"
 
 #include <UT/UT_IStream.h>
@@ -77,6 +78,7 @@ void edit(FS_IndexFile& index) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     static const Scratch scratch;
     const auto* bytes = reinterpret_cast<const char*>(data);
     FS_IndexFile memory(new FS_Reader(new FS_ReaderStream(bytes, static_cast<int>(size), 0)));

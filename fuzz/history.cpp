@@ -1,6 +1,7 @@
 // The files of history: any bytes as both of them. What they give must be short lists of names that differ and that
 // lines can hold, and must be saved so that loading gives the same lists and saving the same bytes.
 #include "Check.h"
+#include "Limits.h"
 #include "Scratch.h"
 
 #include <history/FS_FileHistoryManager.h>
@@ -56,6 +57,7 @@ std::string bytesOf(const std::string& path) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     static const Scratch scratch;
     ::setenv("TARVANI_HOME", scratch.path("").c_str(), 1);
     ::setenv("TARVANI_HISTORY_LENGTH", std::to_string(kLength).c_str(), 1);

@@ -1,6 +1,7 @@
 // Answers of web servers. One answer has one meaning however its bytes are cut; what passes on stays within the limits;
 // and where it redirects to can be asked for without a word of the server's own in the request.
 #include "Check.h"
+#include "Limits.h"
 
 #include <UT/HttpAddress.h>
 #include <UT/HttpDate.h>
@@ -66,6 +67,7 @@ void checkRedirect(std::string_view location) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     HttpResponse whole(kLimits), cut(kLimits);
     const Answer answer = read(bytes, false, whole);

@@ -1,6 +1,7 @@
 // Masks of addresses, against the set of numbers that each field admits. A first line is the address, the rest the
 // masks.
 #include "Check.h"
+#include "Limits.h"
 #include "SlowMatch.h"
 
 #include <UT/UT_NetPacket.h>
@@ -37,6 +38,7 @@ std::set<int> admitted(const std::string& field) {
 }
 
 bool slowMask(const std::string& masks, const std::string& address) {
+    const Limits::Pause slow;
     const auto numbers = fieldsOf(address);
     if (numbers.size() != 4) return false;
     for (const std::string& mask : wordsOf(masks, " \t,")) {
@@ -55,6 +57,7 @@ bool slowMask(const std::string& masks, const std::string& address) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     const std::string text(reinterpret_cast<const char*>(data), size);
     if (text.find('\0') != text.npos) return 0;
     const std::size_t line = std::min(text.find('\n'), text.size());

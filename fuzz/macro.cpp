@@ -1,6 +1,7 @@
 // A definition, and behind its line the texts that use it: what comes of them has bounds, in lines and in characters. A
 // macro by itself gives the same with any limit that its replacement text keeps.
 #include "Check.h"
+#include "Limits.h"
 
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
@@ -43,6 +44,7 @@ void checkMacro(const std::string& definition, const std::string& argument) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     const std::string text(reinterpret_cast<const char*>(data), size);
     const std::string definition = text.substr(0, std::min(text.find('\n'), text.find('\0')));
     const std::string uses = text.substr(std::min(text.find('\n'), size));

@@ -3,6 +3,7 @@
 // further line is a step: a letter and what it is given.
 #include "Check.h"
 #include "EntryModel.h"
+#include "Limits.h"
 #include "Scratch.h"
 #include "SlowMatch.h"
 
@@ -176,6 +177,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     std::string input(reinterpret_cast<const char*>(data), size);
     std::replace(input.begin(), input.end(), '\0', '?');
     std::istringstream lines(input);

@@ -1,6 +1,7 @@
 // Patterns with wildcards, against a slow matcher. A first line is the text, a second one the directories of a search
 // path, the rest a pattern: as one, as a list, and as what a path file looks for below its directories.
 #include "Check.h"
+#include "Limits.h"
 #include "SlowMatch.h"
 
 #include <UT/UT_PathSearch.h>
@@ -62,6 +63,7 @@ void checkDirectories(const std::string& path, const std::string& directories, c
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     ::setenv("D", "/d/e", 1);
     std::string_view rest(reinterpret_cast<const char*>(data), size);
     const std::string_view text = takeLine(rest), directories = takeLine(rest);

@@ -2,6 +2,7 @@
 // the end stays the end, and both forms of getLine give the same. It may write warnings of old includes: run it with
 // -close_fd_mask=2.
 #include "Check.h"
+#include "Limits.h"
 #include "Scratch.h"
 
 #include <UT/UT_IStream.h>
@@ -97,6 +98,7 @@ std::vector<std::string> linesOf(std::string_view source, std::uint8_t bits, Tak
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > kLongestInput) return 0;
+    const Limits limits(size);
     const std::string_view source(reinterpret_cast<const char*>(data) + 1, size - 1);
     const auto copied = linesOf(source, data[0], [](CPP_Manager& manager, std::string& line) {
         UT_String text;

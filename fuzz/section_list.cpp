@@ -1,6 +1,7 @@
 // The list file of the directory form: any text as Sections.list in a directory with a file and a directory. Collapsing
 // must not leave the directory, must not end up elsewhere, and what it takes in must be written out whole.
 #include "Check.h"
+#include "Limits.h"
 #include "Scratch.h"
 
 #include <indexfile/FS_IndexFile.h>
@@ -15,6 +16,7 @@ constexpr std::size_t kLongestInput = 16 * 1024;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     static const Scratch scratch;
     namespace fs = std::filesystem;
     fs::create_directories(scratch.path("d/inner"));

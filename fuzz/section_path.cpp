@@ -1,6 +1,7 @@
 // Section paths: any text behind the name of a container that holds containers. The reader, the information handle and
 // the writer's split must agree on what is there, and nothing outside the container may be opened.
 #include "Check.h"
+#include "Limits.h"
 #include "Scratch.h"
 
 #include <UT/UT_IStream.h>
@@ -32,6 +33,7 @@ std::string container(const std::string& name, const std::string& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     static const Scratch scratch;
     static const bool made = [] {
         const std::string bytes = container("a", container("b", container("c", "deep")));

@@ -1,6 +1,7 @@
 // Token streams and feature files. The words are those of the lines, the messages come in their places, and a word that
 // was given back comes again. As a feature file the same text gives definitions that have a token and a label.
 #include "Check.h"
+#include "Limits.h"
 
 #include <UT/UT_IStream.h>
 #include <UT/UT_OptionFile.h>
@@ -95,6 +96,7 @@ void checkFeatures(std::string_view source) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kLongestInput) return 0;
+    const Limits limits(size);
     const std::string_view source(reinterpret_cast<const char*>(data), size);
     check(heardInWords(source) == heardInLines(source), "the words are those of the lines");
     checkFeatures(source);
