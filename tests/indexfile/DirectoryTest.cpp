@@ -30,16 +30,20 @@ TEST_F(DirectoryForm, HoldsContainersAsDirectoriesOfTheirOwn) {
     const Sections deepest = {{"y", "deeper"}}, inner = {{"x", "deep"}, {"sub", containerBytes(deepest)}, {"y\ty", ""}};
     const std::string bytes =
         packedContainer({{"inner", containerBytes(inner, "inside"), 7000}, {"no sections", containerBytes({}), 8000}});
-    FS_IndexFile index(dir.write("source.idx", bytes).c_str()), back;
+    dir.setTime((dir.write("source.idx", bytes), "source.idx"), 6000);
+    FS_IndexFile index(dir.path("source.idx").c_str()), back;
     add(index, "memory", containerBytes({{"z", "in memory"}}), 8);
     ASSERT_TRUE(index.expandToDirectory("../form"));
     EXPECT_EQ(dir.read("form/inner/sub/y"), "deeper");
     EXPECT_EQ(dir.read("form/memory/z"), "in memory");
-    for (const auto& [name, time] : {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}})
+    for (const auto& [name, time] :
+         {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}, {"Sections.list", 6000}})
         EXPECT_EQ(dir.getTime(std::string("form/") + name), time);
 
     for (const char* name : {"before", "no sections"}) add(back, name, "kept or replaced", 1);
+    const int before = FS_IndexFile::getCurrentTime();
     ASSERT_TRUE(back.collapseFromDirectory(dir.path("form").c_str()));
+    EXPECT_GE(back.getSectionModTime("inner"), before) << "put together anew";
     EXPECT_THAT(namesOf(back), ElementsAre("before", "no sections", "inner", "memory"));
     EXPECT_EQ(contentOf(back, "no sections"), containerBytes({}));
     EXPECT_EQ(back.getSectionModTime("no sections"), 8000);

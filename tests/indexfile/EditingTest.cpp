@@ -20,6 +20,7 @@ TEST(AddingASection, CopiesWhatItIsGivenAndTakesTheTimeOfNowForMinusOneAlone) {
     const int before = FS_IndexFile::getCurrentTime();
     for (const int time : {-1, -2, 0}) add(index, std::to_string(time).c_str(), "x", time);
     EXPECT_GE(index.getSectionModTime("-1"), before);
+    EXPECT_GE(FS_IndexFile().getModTime(), before);
     EXPECT_LE(index.getSectionModTime("-1"), FS_IndexFile::getCurrentTime());
     EXPECT_EQ(index.getSectionModTime("-2"), -2);
     EXPECT_EQ(index.getSectionModTime("0"), 0);

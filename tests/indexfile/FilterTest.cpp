@@ -76,6 +76,7 @@ TEST_F(Filtered, ASizeThatIsNotKeptFailsTheWriting) {
         FS_IndexFile index;
         index.setFilters(&saying, &reader);
         add(index, "a", "plain");
+        EXPECT_EQ(index.guessStreamSize(), 8192 + (said < 0 ? 5 : said));
         EXPECT_EQ(!written(index).empty(), kept) << said;
     }
     const auto index = stored({{"a", keyed("plain")}});
@@ -84,6 +85,15 @@ TEST_F(Filtered, ASizeThatIsNotKeptFailsTheWriting) {
     EXPECT_EQ(sectionsIn(*index), (Sections{{"a", keyed("plain")}})) << "the present size is the stored one";
     dir.cutAt("x.idx", dir.read("x.idx").size() - 1);
     EXPECT_EQ(written(*index), "") << "the source is cut short";
+}
+
+// What is a container is seen through the pair; what isn't goes into a file as it would be stored.
+TEST_F(Filtered, ADirectoryHoldsStoredFormsAndPlainContainers) {
+    const auto index =
+        stored({{"a", keyed("plain")}, {"in", keyed(containerBytes({{"x", "deep"}}))}, {"none", keyed("")}});
+    ASSERT_TRUE(index->expandToDirectory(dir.path("form").c_str())) << index->getWriteFailure().buffer();
+    for (const auto& [file, bytes] : Sections{{"a", keyed("plain")}, {"in/x", "deep"}, {"none", ""}})
+        EXPECT_EQ(dir.read("form/" + file), bytes);
 }
 
 // Nobody could read what came out of it, and it might stand in the place of what can be read.
@@ -111,6 +121,9 @@ TEST_F(Filtered, NothingIsSavedThatCannotComeBack) {
     FS_IndexFile half(carrying(nullptr, &reader));
     EXPECT_EQ(contentOf(half, "a"), "plain");
     EXPECT_EQ(written(half), "");
+    FS_IndexFile odd(carrying(&writer, &otherKey)), outward(carrying(&writer, nullptr));
+    EXPECT_EQ(written(odd), "") << "halves of two pairs decode nothing";
+    EXPECT_EQ(sectionsIn(outward), (Sections{{"a", keyed(keyed("plain"))}, {"b", keyed(keyed("other"))}}));
 }
 
 }  // namespace

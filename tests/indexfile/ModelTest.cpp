@@ -85,6 +85,8 @@ private:
             add(*index_, name.c_str(), bytes, time);
         else
             index_->addSection(name.c_str(), stream, time);
+        stream << bytes;
+        EXPECT_EQ(stream.pcount(), 2 * bytes.size()) << "the stream stays usable";
         put(name, bytes, time);
     }
     void modifyOne() {

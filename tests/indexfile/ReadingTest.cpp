@@ -29,7 +29,8 @@ TEST_F(ReadingAContainer, GivesNamesSizesTimesAndContent) {
     dir.write("x.idx", packedContainer({{"geo", "points", 5}, {"mat", "", -7}}, "a scene"));
     dir.setTime("x.idx", 123456);
     const auto before = openFiles();
-    FS_IndexFile index(path.c_str());
+    const auto opened = (InDirectory(dir.path()), std::make_unique<FS_IndexFile>("x.idx"));
+    FS_IndexFile& index = *opened;
     EXPECT_THAT(namesOf(index), ElementsAre("geo", "mat"));
     EXPECT_EQ(written(index), dir.read("x.idx"));
     EXPECT_EQ(index.getModTime(), 123456);
@@ -66,7 +67,7 @@ TEST_F(ReadingAContainer, RefusesEachLieAsAWholeAndTakesWhatIsOnlyUnusual) {
     } cases[] = {
         {"nothing at all", kLie, ""},
         {"another magic", kLie, "INDY" + containerHead(0).substr(4)},
-        {"a newer version", kLie, containerHead(1, 1) + good + "x"},
+        {"a newer version", kLie, "INDX" + packed(1) + packed("a text") + packed(1) + good + "x"},
         {"a description that isn't there", kLie, "INDX" + packed(0) + packed(INT32_MAX)},
         {"a description of negative length", kLie, "INDX" + packed(0) + packed(-1) + packed(0)},
         {"a count without entries", kLie, containerHead(INT32_MAX)},
@@ -87,6 +88,7 @@ TEST_F(ReadingAContainer, RefusesEachLieAsAWholeAndTakesWhatIsOnlyUnusual) {
         SCOPED_TRACE(c.what);
         FS_IndexFile index(memoryReader(c.bytes));
         EXPECT_EQ(index.getNumSections(), std::max(c.sections, 0));
+        EXPECT_TRUE(index.getDescription().isEmpty());
         UT_IStream stream = streamOver(c.bytes), again = streamOver(c.bytes);
         EXPECT_EQ(findSection(stream, "a").has_value(), c.sections > 0);
         EXPECT_EQ(holdsContainer(again), c.sections != kLie);
@@ -139,8 +141,10 @@ TEST_F(ReadingAContainer, ReadsATableOfManyBlocks) {
 TEST_F(ReadingAContainer, GivesAStreamOfAllFromWhereItBegins) {
     auto* const reader = new FS_Reader(dir.write("x", "####" + containerBytes(kThree) + "behind").c_str());
     reader->getStream()->seekg(4, 0);
-    const std::unique_ptr<FS_ReaderStream> copy(FS_IndexFile(reader).getStreamCopy());
-    EXPECT_EQ(restOf(*copy->getStream()), containerBytes(kThree) + "behind");
+    FS_IndexFile index(reader);
+    index.modifySection("geo", "edited", 6, 1);
+    const std::unique_ptr<FS_ReaderStream> copy(index.getStreamCopy());
+    EXPECT_EQ(restOf(*copy->getStream()), containerBytes(kThree) + "behind") << "without the edits";
     const std::unique_ptr<FS_ReaderStream> ofMemory(FS_IndexFile().getStreamCopy());
     EXPECT_TRUE(ofMemory && !ofMemory->isGood());
 }
