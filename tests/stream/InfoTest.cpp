@@ -6,8 +6,8 @@
 
 #include "Streams.h"
 
+using testing::MatchesRegex;
 using testing::Not;
-using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -66,7 +66,7 @@ Names list(const std::string& path, bool withDirs = true) {
             all->push_back(std::string(names(i).view()) + behind);
             if (!(s == FS_Stat())) all->back() += " " + std::to_string(s.modTime) + " " + std::to_string(s.size);
             all->back() += s.isShortcut ? " link" : "";
-            EXPECT_TRUE(!s.isDirectory || *behind != '\0') << all->back();
+            all->back() += s.isDirectory ? " dir" : "";
         }
     };
     append(files, fileStats, "");
@@ -171,6 +171,11 @@ TEST_F(Info, HelpersAnswerAlone) {
         EXPECT_EQ(FS_Info::getPrevSepChar("own:x"), ':');
         EXPECT_EQ(FS_Info::getPrevSepChar("other"), '/');
         EXPECT_EQ(FS_Info::getNextSepChar(nullptr), '/');
+        // The way up goes by its separators.
+        EXPECT_FALSE(FS_Info("own:dir:none").canWriteFile() || FS_Info("own:dir:none").canWriteDirectory());
+        helper.claimed = "";
+        EXPECT_FALSE(FS_Info("/no-such-file-here").canWriteDirectory());
+        EXPECT_EQ(helper.asked.back(), "|") << "a root has its separator back";
         const OwnInfo copy(helper);
         for (const char* nothing : {"", "?geo", static_cast<const char*>(nullptr)}) {
             const FS_Info info(nothing);
@@ -197,6 +202,8 @@ TEST_F(Info, LooksAtOneNameBelowAnother) {
                  {d.c_str(), nullptr, false},   {d.c_str(), "none", false},    {"own:dir", "leaf", true}};
     for (const auto& c : cases) EXPECT_EQ(FS_Info::statFile(c.base, c.name, nullptr), c.there);
     EXPECT_EQ(helper.asked.back(), "own:dir|leaf");
+    EXPECT_TRUE(FS_Info::statFile("own:dir|", "leaf", nullptr));
+    EXPECT_EQ(helper.asked.back(), "own:dir|leaf");
     FS_Stat stat(0, 0, false, true);
     EXPECT_TRUE(FS_Info::statFile(d.c_str(), "file", &stat));
     EXPECT_EQ(stat, FS_Stat(1000000, 5, false, true)) << "the mark of a link stays as it was";
@@ -219,10 +226,10 @@ TEST_F(Info, ListsADirectory) {
     for (const std::string& name : scratch.names("d")) scratch.setTime("d/" + name, 1000);
     EXPECT_THAT(list("FILE:" + d + "/").value(),
                 UnorderedElementsAre("file 1000 5", ".hidden 1000 5", "to-file 1000 4 link", "dangling 1000 7 link",
-                                     "to-sub/ 1000 3 link", StartsWith("sub/ 1000 ")));
+                                     "to-sub/ 1000 3 link dir", MatchesRegex("sub/ 1000 [0-9]+ dir")));
     const std::vector<std::string> flat = list(d, false).value();
     EXPECT_EQ(flat.size(), 6u) << "sub-directories among the files";
-    for (const std::string& record : flat) EXPECT_THAT(record, Not(HasSubstr("link")));
+    for (const std::string& record : flat) EXPECT_THAT(record, Not(MatchesRegex(".* (link|dir)")));
     UT_StringArray names, files, dirs;
     EXPECT_TRUE(FS_Info(d.c_str()).getContents(files, &dirs, nullptr, nullptr));
     EXPECT_EQ(dirs.entries(), 2) << "without records too";

@@ -41,7 +41,7 @@ inline std::string bytesAt(const std::string& path) {
 // The name of the file behind a reader or its stream.
 template <class Reader>
 std::string fileNameOf(const Reader& reader) {
-    UT_String name;
+    UT_String name("of another");
     reader.getFilename(name);
     return std::string(name.view());
 }
