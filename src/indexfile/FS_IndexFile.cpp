@@ -4,8 +4,8 @@
 #include <UT/UT_Path.h>
 #include <indexfile/FS_IndexFile.h>
 #include <stream/FS_ReaderStream.h>
+#include <stream/FSloadCustomHelpers.h>
 #include <stream/FilterPair.h>
-#include <stream/InstallHelpers.h>
 
 #include <algorithm>
 #include <cstring>
@@ -25,7 +25,7 @@ FS_IndexFile::FS_IndexFile(FS_Reader* source) : reader(source ? source : new FS_
 
 FS_IndexFile::FS_IndexFile(const char* path) : sourceFile(path, 1, -1) {
     // It takes the helpers to know that a path such as "http://host/x.idx" is absolute.
-    installHelpers();
+    FSloadCustomHelpers();
     UTmakeAbsoluteFilePath(sourceFile, nullptr);
     readIndex();
 }

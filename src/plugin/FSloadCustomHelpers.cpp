@@ -1,8 +1,9 @@
-// Brings the helpers of plug-ins in. Declared in stream/, which knows nothing of plug-ins but this one function.
+// Brings all helpers in. Declared in stream/, which knows nothing of plug-ins but this one function.
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_StringArray.h>
 #include <plugin/UT_DSO.h>
 #include <stream/FSloadCustomHelpers.h>
+#include <stream/InstallHelpers.h>
 
 #include <string>
 
@@ -13,6 +14,7 @@ void FSloadCustomHelpers() {
     static bool installed = false;
     static int depth = 0;
     if (installed || depth == kDeepest) return;
+    installHttpHelpers();
     ++depth;
     UT_StringArray names;
     UT_PathSearch::getInstance(UT_PATH_DSO)->matchAllFilesInSubdirectory(".dll", "fs", false, names, false);

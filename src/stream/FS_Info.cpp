@@ -5,8 +5,8 @@
 #include <indexfile/FS_IndexFile.h>
 #include <platform/FileStatus.h>
 #include <stream/FS_Info.h>
+#include <stream/FSloadCustomHelpers.h>
 #include <stream/HelperList.h>
-#include <stream/InstallHelpers.h>
 #include <stream/OpenSection.h>
 #include <stream/PathForm.h>
 
@@ -57,7 +57,7 @@ Parent parentOf(std::string path) {
 }  // namespace
 
 FS_Info::FS_Info(const char* source) {
-    installHelpers();
+    FSloadCustomHelpers();
     if (source == nullptr) return;
     const SectionPath parts = takeApart(source);
     path = parts.container;

@@ -2,8 +2,8 @@
 #include <stream/AskHelpers.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
+#include <stream/FSloadCustomHelpers.h>
 #include <stream/HelperList.h>
-#include <stream/InstallHelpers.h>
 #include <stream/OpenSection.h>
 #include <stream/PathForm.h>
 
@@ -18,17 +18,17 @@ struct FS_Reader::Shared {
 };
 
 FS_Reader::FS_Reader() {
-    installHelpers();
+    FSloadCustomHelpers();
 }
 
 FS_Reader::FS_Reader(const char* source) {
-    installHelpers();
+    FSloadCustomHelpers();
     if (source != nullptr) createStreamFromSource(source);
 }
 
 FS_Reader::FS_Reader(FS_ReaderStream* adopted) {
     std::unique_ptr<FS_ReaderStream> owned(adopted);
-    installHelpers();
+    FSloadCustomHelpers();
     if (owned) shared_ = std::make_shared<Shared>(std::move(owned));
 }
 
@@ -108,7 +108,7 @@ void FS_Reader::createStreamFromSource(const char* source) try {
 }
 
 std::unique_ptr<FS_ReaderStream> streamFromHelpers(const char* path) {
-    installHelpers();
+    FSloadCustomHelpers();
     return std::unique_ptr<FS_ReaderStream>(
         FS_Reader::getHelpers().firstAnswer([=](FS_ReaderHelper* helper) { return helper->createStream(path); }));
 }

@@ -1,8 +1,8 @@
 #include <UT/UT_String.h>
 #include <stream/FS_Writer.h>
 #include <stream/FS_WriterStream.h>
+#include <stream/FSloadCustomHelpers.h>
 #include <stream/HelperList.h>
-#include <stream/InstallHelpers.h>
 #include <stream/PathForm.h>
 
 #include <string>
@@ -38,7 +38,7 @@ void FS_Writer::removeWriterHelper(FS_WriterHelper* helper) {
 }
 
 FS_Writer::FS_Writer(const char* dest) {
-    installHelpers();
+    FSloadCustomHelpers();
     if (dest == nullptr) return;
     shared_ = std::make_shared<Shared>();
     createStreamFromDest(dest);

@@ -2,6 +2,6 @@
 // The one thing that stream access knows of plug-ins.
 #include <UT/UT_Export.h>
 
-// Makes sure that the plug-ins which serve paths are loaded and have registered their helpers. Every handle calls it
-// before it looks at its path; only the first call in a process does anything.
+// Makes sure that the built-in helpers are there, and then that the plug-ins which serve paths are loaded and have
+// registered theirs. Every handle calls it before it looks at its path; only the first call in a process does anything.
 TARVANI_EXPORT void FSloadCustomHelpers();

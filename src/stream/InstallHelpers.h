@@ -1,13 +1,6 @@
 #pragma once
-// Private: brings the helpers of the library and of plug-ins in before a handle looks at its first path.
-#include <stream/FSloadCustomHelpers.h>
+// Private: what stream access gives FSloadCustomHelpers to do before any plug-in loads.
 
-// Makes the helpers that serve http addresses, once in a process.
+// Makes the helpers that serve http addresses, once in a process. Helpers that came last are asked first, so a
+// plug-in's go before these, whichever kind of handle, or call of an application's own, is the first of the process.
 void installHttpHelpers();
-
-// Helpers that came last are asked first. The built-in ones of every kind are made before any plug-in loads, whichever
-// kind of handle is the first of the process, so that a plug-in always goes before them.
-inline void installHelpers() {
-    installHttpHelpers();
-    FSloadCustomHelpers();
-}

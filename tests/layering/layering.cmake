@@ -20,13 +20,14 @@ set(knows_plugin UT pathfile)
 set(knows_features UT preprocessor)
 set(layers platform UT stream indexfile preprocessor history events pathfile plugin features)
 
-# The one way around: stream declares the function that brings in the plug-ins, and plugin defines it.
-set(circle "plugin/FSloadCustomHelpers.cpp includes stream/FSloadCustomHelpers.h")
+# The one way around: stream declares the function that brings in the plug-ins, and what it does before; plugin defines it.
+set(circle "plugin/FSloadCustomHelpers.cpp includes stream/FSloadCustomHelpers.h"
+           "plugin/FSloadCustomHelpers.cpp includes stream/InstallHelpers.h")
 
 set(breaches "")
 set(read 0)
 function(breach text)
-    if(NOT text STREQUAL circle)
+    if(NOT text IN_LIST circle)
         set(breaches "${breaches}    ${text}\n" PARENT_SCOPE)
     endif()
 endfunction()

@@ -5,6 +5,7 @@
 #include <UT/UT_String.h>
 #include <UT/UT_StringArray.h>
 #include <UT/UT_WorkBuffer.h>
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <plugin/UT_DSO.h>
@@ -55,6 +56,7 @@ public:
     // meets, with N for the code. Places are those in the scratch directory.
     //     run F, runUnchecked F, runReverse F     the function F of all libraries
     //     runFile FILE F [PATH], find FILE F, findUnchecked FILE F, load FILE, running
+    //     stays PLACE                             whether the library there is loaded
     //     read PATH, write PATH TEXT, ask PATH    through the helpers of plug-ins
     //     install                                 these helpers
     //     put PLUGIN PLACE, cd PLACE, set VARIABLE VALUE
@@ -80,6 +82,12 @@ Words* theNotes = nullptr;
 
 void noteBox(const char* title, const char* text) {
     theNotes->push_back(std::string(title) + ": (N" + std::string(std::strchr(text, ')')));
+}
+
+bool isLoaded(const std::string& file) {
+    void* const library = ::dlopen(file.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (library) ::dlclose(library);
+    return library != nullptr;
 }
 
 const char* answer(bool did) {
@@ -142,6 +150,7 @@ void PluginProcess::take(const std::string& step, Words& out) const {
     if (is("read")) out.push_back(contentOf(word(1)));
     if (is("write")) out.push_back(write(word(1), words.at(2)) ? "written" : "none");
     if (is("ask")) out.push_back(told(FS_Info(word(1))));
+    if (is("stays")) out.push_back(isLoaded(path(words.at(1))) ? "stays" : "gone");
     if (is("install")) FSloadCustomHelpers();
     if (is("put")) put(words.at(1), words.at(2));
     if (is("cd")) std::filesystem::current_path(path(words.at(1)));
@@ -209,6 +218,16 @@ TEST(Plugin, OfOneFileTheFirstCopyThatWorksIsUsed) {
          {"runFile y.dll record", "runFile x.dll other", "runFile x.dll record 2", "runFile x.dll record 17",
           "find y.dll record", "find x.dll strlen"},
          Words(6, "none")},
+        {{"recorder a/x.dll", "recorder b/x.dll", "recorder b/y.dll"},
+         "a|b",
+         {"runFile x.dll recordLoading", "runFile y.dll record 2", "find y.dll record"},
+         {"a/x.dll", "ran", "b/y.dll", "ran", "none"}},
+        // Only the one without the function is given up.
+        {{"recorder a/x.dll", "version_none a/y.dll"},
+         "a",
+         {"runFile x.dll other", "stays a/x.dll", "find x.dll record", "stays a/x.dll", "runFile y.dll record",
+          "stays a/y.dll"},
+         {"none", "gone", "a/x.dll", "stays", box("y.dll", kMissingVersion), "none", "stays"}},
         // Nothing loads by a relative path.
         {{"recorder a/x.dll"},
          "",
@@ -232,8 +251,8 @@ TEST(Plugin, OnlyTheWholeTextOfTheVersionPasses) {
     for (const auto& [plugin, detail] : cases) {
         const PluginProcess process({std::string(plugin) + " a/x.dll"}, "a");
         // At the third it is gone from the list, and not reported again.
-        EXPECT_EQ(process.notes({"runFile x.dll record", "run record", "run record"}),
-                  (Words{box("x.dll", detail), "none", box("a/x.dll", detail), "none", "none"}));
+        EXPECT_EQ(process.notes({"runFile x.dll record", "run record", "run record", "runUnchecked record"}),
+                  (Words{box("x.dll", detail), "none", box("a/x.dll", detail), "none", "none", "none"}));
         EXPECT_EQ(process.notes({"set TARVANI_DSO_ERROR 0", "runFile x.dll record", "run record"}), Words(2, "none"));
     }
 }
@@ -249,6 +268,10 @@ TEST(Plugin, AllLibrariesOfTheListAreWalked) {
          {"3a/z.dll", "3b/a.dll", "2/x.dll", "1a/n.dll", "1a/m.dll", "1b/k.dll", "2/x.dll", "ran", "nobody", "2/x.dll",
           "1b/k.dll", "1a/m.dll", "1a/n.dll", "2/x.dll", "3b/a.dll", "3a/z.dll"}},
         {{"recorder a/x.dll", "recorder a/y.dll"}, "a", {"runReverse record"}, {"a/x.dll", "a/y.dll"}},
+        {{"broken a/w.dll", "version_none a/x.dll", "recorder a/y.dll"},
+         "a",
+         {"runReverse other", "run record", "stays a/x.dll"},
+         {box("a/w.dll", kOtherVersion), box("a/x.dll", kMissingVersion), "a/y.dll", "ran", "stays"}},
         // A library is checked only when it is loaded.
         {{"version_none a/x.dll"}, "a", {"runUnchecked record", "run record"}, {"a/x.dll", "ran", "a/x.dll", "ran"}},
         {{"directory a"}, "a", {"run record", "put recorder a/x.dll", "run record"}, {"none", "none"}},
@@ -271,9 +294,10 @@ TEST(Plugin, HelpersServeTheFirstHandleOfAnyKind) {
     expectNotes({
         {kept,
          "a",
-         {"read kept:who", "read http://kept/"},
+         {"read kept:who", "read http://kept/x"},
          {"a/fs/kept.dll", "an address"}},  // before the built-in ones
-        {kept, "a", {"ask kept:who", "ask kept:"}, {"file", "directory http://kept/ kept:who"}},
+        {kept, "a", {"ask kept:who", "ask kept:"}, {"file", "directory http://kept/x kept:who"}},
+        {kept, "a", {"install", "ask http://kept/x"}, {"file"}},  // also where the program begins with the plug-ins
         {kept, "a", {"write kept:new text", "read kept:new"}, {"written", "text"}},
         // A name loads once, from its first copy. By names and not by directories the last one is asked first.
         {{"kept a/fs/b.dll", "broken b/fs/b.dll"}, "a b", {"read kept:who"}, {"a/fs/b.dll"}},
@@ -317,6 +341,17 @@ TEST(Plugin, ALibraryByItselfIsLoadedAskedAndGivenUp) {
     EXPECT_THAT(notes, testing::ElementsAre("", "nobody", "absent", "absent", "absent",
                                             HasSubstr("undefined symbol: TarvaniDSOVersion"), "closed", "refused",
                                             HasSubstr("a/bad.dll")));
+}
+
+TEST(Plugin, ALibraryThatIsGivenUpTwiceIsAFailure) {
+    const PluginProcess process({"recorder a/x.dll"}, "");
+    const Words notes = process.notes([&](Words& out) {
+        // Held by what needs it, so that its handle is good.
+        if (!UT_DSO::loadDSO(TARVANI_TEST_PLUGINS "/leaning.dll", false)) return;
+        UT_DSOHandle* const library = UT_DSO::loadDSO(TARVANI_TEST_PLUGINS "/recorder.dll", false);
+        for (int i = 0; library && i < 2; ++i) out.push_back(std::to_string(UT_DSO::closeDSO(*library)));
+    });
+    EXPECT_EQ(notes, (Words{"0", "1"}));
 }
 
 TEST(Plugin, NullArgumentsDoNothing) {

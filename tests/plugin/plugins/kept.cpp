@@ -1,4 +1,4 @@
-// Serves kept:NAME for reading, writing and questions, from memory, and the address http://kept/. What is read from
+// Serves kept:NAME for reading, writing and questions, from memory, and the address http://kept/x. What is read from
 // kept:who is the library that answers.
 #include <UT/UT_StringArray.h>
 #include <plugin/UT_DSO.h>
@@ -55,7 +55,7 @@ class Writer : public FS_WriterHelper {
 };
 
 class Info : public FS_InfoHelper {
-    bool canHandle(const char* path) override { return std::string_view(path).starts_with("kept:"); }
+    bool canHandle(const char* path) override { return find(path) || std::string_view(path).starts_with("kept:"); }
     bool hasAccess(const char* path, int) override { return find(path) != nullptr; }
     bool getIsDirectory(const char* path) override { return std::string_view(path) == "kept:"; }
     int getModTime(const char*) override { return kTime; }
@@ -77,7 +77,7 @@ void installFSHelpers(void* data) {
     static Writer writer;
     static Info info;
     texts()["kept:who"] = data ? "data" : UT_DSO::getRunningFile();
-    texts()["http://kept/"] = "an address";
+    texts()["http://kept/x"] = "an address";
 #ifdef PLUGIN_OPENS_A_PATH
     texts()["kept:opened"] += FS_Reader("kept:who").isGood() ? "y" : "n";
 #endif
