@@ -25,7 +25,7 @@ bool FS_HttpInfoHelper::canHandle(const char* path) {
 
 bool FS_HttpInfoHelper::hasAccess(const char* path, int mode) {
     // Fetched also where the mode alone decides: what a first question costs shouldn't depend on it.
-    return httpPage(path) != nullptr && (mode & kWriteOrExecute) == 0;
+    return statusOf(path).kind != platform::FileKind::None && (mode & kWriteOrExecute) == 0;
 }
 
 bool FS_HttpInfoHelper::getIsDirectory(const char*) {

@@ -15,7 +15,8 @@ public:
 
     // True for an http address with a host. Asks no server.
     bool canHandle(const char* path) override;
-    // True if the page can be fetched and `mode` asks neither for writing nor for execution.
+    // True if the page can be had, its local copy being in place, and `mode` asks neither for writing nor for
+    // execution.
     bool hasAccess(const char* path, int mode) override;
     // Always false, without a fetch.
     bool getIsDirectory(const char* path) override;

@@ -81,6 +81,12 @@ TEST_F(HttpHelpers, APageIsFetchedOnceAndAnsweredFromItsCopy) {
     EXPECT_FALSE(FS_HttpInfoHelper(*std::make_unique<FS_HttpInfoHelper>()).getContents(url.c_str(), names, nullptr));
     EXPECT_EQ(server.requests().size(), 0u) << "no question yet that takes the page";
 
+    EXPECT_FALSE(info.hasAccess(7));
+    EXPECT_EQ(server.requests().size(), 1u) << "fetched whatever is asked";
+    struct stat status {};
+    ASSERT_EQ(pages_.names().size(), 1u);
+    ASSERT_EQ(::stat(pages_.path(pages_.names()[0]).c_str(), &status), 0);
+    EXPECT_EQ(status.st_atime, kTime);
     for (int mode = 0; mode < 8; ++mode) EXPECT_EQ(info.hasAccess(mode), mode < 2) << mode;
     EXPECT_TRUE(info.fileExists());
     EXPECT_EQ(info.getFileDataSize(), 8);
@@ -91,7 +97,6 @@ TEST_F(HttpHelpers, APageIsFetchedOnceAndAnsweredFromItsCopy) {
     EXPECT_EQ(reader.getLength(), 8);
     const std::string file = fileNameOf(reader);
     EXPECT_TRUE(file.starts_with(pages_.path("tarvani-")) && file.ends_with("-x_20y.idx")) << file;
-    struct stat status {};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777u, 0600u);
     EXPECT_EQ(status.st_mtime, kTime);
@@ -105,7 +110,7 @@ TEST_F(HttpHelpers, AFetchThatFailsLeavesNothingAndIsTriedAgain) {
     ScriptedServer server([&](const Peer& peer, const std::string&) {
         const char* const answers[] = {"HTTP/1.1 503 Not Now\r\n\r\n",
                                        "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf"};
-        peer.say(round < 6 ? answers[round++ % 2] : ok("at last"));
+        peer.say(round < 9 ? answers[round++ % 2] : ok("at last"));
     });
     const std::string url = server.url(page());
     const FS_Info info(url.c_str());
@@ -122,8 +127,16 @@ TEST_F(HttpHelpers, AFetchThatFailsLeavesNothingAndIsTriedAgain) {
     FS_Reader missing(url.c_str());
     EXPECT_FALSE(missing.isGood());
     EXPECT_EQ(fileNameOf(missing), url);
+    {
+        // A plain file of that name is there for a reader alone.
+        const ScratchDir local;
+        const InDirectory inside(local.path());
+        local.write(url, "a file");
+        EXPECT_EQ(bytesAt(url), "a file");
+        EXPECT_FALSE(info.hasAccess(0));
+    }
     EXPECT_THAT(pages_.names(), IsEmpty());
-    EXPECT_EQ(round, 6) << "two helpers were asked for the last one";
+    EXPECT_EQ(round, 9) << "two helpers were asked for each reader";
     EXPECT_EQ(bytesAt(url), "at last");
     EXPECT_EQ(errorText(), "");
 }
@@ -178,6 +191,7 @@ TEST_F(HttpHelpers, WhatTookThePlaceOfACopyIsNotRead) {
         if (failed != 0 && ::geteuid() != 0) continue;  // only the superuser gives files away
         ASSERT_EQ(failed, 0) << what;
         EXPECT_EQ(bytesAt(url), "not good") << what;
+        EXPECT_FALSE(FS_Info(url.c_str()).hasAccess(0)) << what;
         EXPECT_EQ(FS_Info(url.c_str()).getModTime(), 0) << what;
         EXPECT_EQ(FS_Info(url.c_str()).getFileDataSize(), 0) << what;
     }
