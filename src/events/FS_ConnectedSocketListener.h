@@ -38,8 +38,8 @@ protected:
     int getFileDescriptor() override;
     // False while the callback runs, so that a loop that the callback runs leaves this listener alone.
     bool areEventsWaiting() override;
-    // Reads what is there and hands over the message that it completes. Gives 1, or 0 where the listener has deleted
-    // itself.
+    // Reads what is there and hands over the message that it completes. Gives 0 when the peer has gone and the listener
+    // has deleted itself, else 1, also when it has done so because the callback closed the socket.
     int processEvents() override;
 
 private:

@@ -47,7 +47,7 @@ public:
     int getPort() const;
     // The port as it was asked for.
     int getRequestedPort() const { return requestedPort; }
-    // The mask as it was given; null where everybody may come.
+    // The mask as it was given; "+.+.+.+" for null.
     const UT_String& getIPMask() const { return ipMask; }
 
     // Closes the socket, and with `deleteListener` deletes the listener, when the process has exited. An earlier watch

@@ -84,6 +84,18 @@ TEST_F(SocketPair, WaitsForPeersAndBytesAsLongAsItMay) {
     for (const char* expected : {"done ef", "gone "}) EXPECT_EQ(read(-1), expected);
 }
 
+TEST_F(SocketPair, APortIsOpenOnAllAddressesAndFreeAgainAtOnce) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ASSERT_EQ(::getsockname(server_->getSocket(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+    EXPECT_EQ(address.sin_addr.s_addr, htonl(INADDR_ANY));
+    const int port = server_->port;
+    server_.reset();
+    server_.reset(UT_NetSocket::newSocket(port, true, false));
+    ASSERT_TRUE(server_) << "a connection is left of the one before";
+    EXPECT_EQ(server_->port, port);
+}
+
 TEST_F(SocketPair, AClosedSocketAnswersAtOnce) {
     int status = 0, count = 9;
     for (UT_NetSocket* socket : {server_.get(), peer_.get()}) {

@@ -77,6 +77,25 @@ TEST_F(Server, TakesOneConnectionACallAndTheyOutliveIt) {
     EXPECT_THAT(messages, ElementsAre("still\n"));
 }
 
+TEST_F(Server, ASubclassMakesItsOwnConnections) {
+    struct Own : FS_ServerSocketListener {
+        Own(UT_NetSocket* socket, const char* mask) : FS_ServerSocketListener(socket, 9, nullptr, nullptr, mask) {}
+        void createConnectedSocketListener() override { peer.reset(getServerSocket()->accept(0, nullptr)); }
+        std::unique_ptr<UT_NetSocket> peer;
+    };
+    std::string mask = "1.+.+.+";
+    Own service(UT_NetSocket::newSocket(0, true, false), mask.c_str());
+    mask.replace(0, 1, "2");
+    EXPECT_EQ(service.getIPMask().view(), "1.+.+.+");
+    EXPECT_EQ(service.getRequestedPort(), 9);
+    EXPECT_FALSE(isInstalled(&service));
+    const Client client(service.getPort());
+    ASSERT_TRUE(comes(service.getFileDescriptor()));
+    EXPECT_EQ(service.processEvents(), 1);
+    EXPECT_TRUE(service.peer);
+    EXPECT_TRUE(installed.empty());
+}
+
 TEST_F(Server, ClosesWhenItsChildHasExited) {
     using Listener = FS_ServerSocketListener;
     const auto looks = [](Listener& listener) {  // a loop that the callback runs doesn't tell it again
