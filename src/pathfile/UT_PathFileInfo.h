@@ -90,8 +90,10 @@ public:
 
     // Chooses the directory in which this entry may be saved: the first from its present index upwards where its path
     // can be written. 1 with the index set, so that getFullPath gives the place; else 0, with the index as it was.
-    // Nothing on disk changes. Entries with the same base name are related, and entries without a related one in the
-    // list take their present directory, unseen.
+    // Nothing on disk changes. The present index is the one that is stored: a path that nobody has asked about yet
+    // isn't taken apart for it. Entries with the same base name are related, and entries without a related one in the
+    // list take their present directory, unseen. Of related ones the last two arguments see the first unbroken run in
+    // the list: "a-b" between "a" and "a.txt" ends it.
     //   mustBeNew    no file may be there yet
     //   aboveHidden  start above each related entry at or above this one that hides the name
     //   overVisible  start at or above each related entry at or above this one that doesn't hide
