@@ -4,18 +4,68 @@
 #include "Limits.h"
 #include "Scratch.h"
 
+#include <UT/UT_ByteSource.h>
 #include <UT/UT_IStream.h>
+#include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
+#include <indexfile/SectionTable.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr std::size_t kLongestInput = 64 * 1024;  // longer tables reach no new code
+
+// Gives bytes in blocks so small that nearly every entry of a table lies across some.
+class SmallBlocks : public UT_ByteSource {
+public:
+    explicit SmallBlocks(std::string_view bytes) : bytes_(bytes) {}
+    std::int64_t size() const override { return static_cast<std::int64_t>(bytes_.size()); }
+    std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
+        return static_cast<std::int64_t>(from(position).copy(out, count));
+    }
+    UT_ByteBlock block(std::int64_t position) override {
+        const auto copy = std::make_shared<char[]>(kBlock);
+        return {.bytes = copy, .start = position, .length = from(position).copy(copy.get(), kBlock)};
+    }
+
+private:
+    static constexpr std::size_t kBlock = 24;
+    std::string_view from(std::int64_t position) const {
+        return bytes_.substr(std::min(static_cast<std::size_t>(position), bytes_.size()));
+    }
+    std::string_view bytes_;
+};
+
+// The table alone: all that read it agree, in whatever blocks it comes.
+void checkTable(std::string_view bytes) {
+    UT_IStream whole(bytes.data(), static_cast<int>(bytes.size()), UT_ISTREAM_BINARY);
+    UT_IStream cut(std::make_shared<SmallBlocks>(bytes), UT_ISTREAM_BINARY);
+    const bool holds = holdsContainer(whole);
+    check(holdsContainer(cut) == holds, "a table in small blocks is as good");
+    const auto fromStart = [&]() -> UT_IStream& { return check(cut.seekg(0, 0), "a stream goes back"), cut; };
+    UT_String description;
+    const auto table = SectionTable::read(fromStart(), description);
+    check(holds || !table, "a table that can be used is whole");
+    int count = 0;
+    const TableWalk walk = walkTable(fromStart(), [&](const TableEntry&) { ++count; });
+    check(count == walk.entries && count <= walk.count, "each entry is shown once");
+    if (!holds) return;
+    check(walk.end == TableWalk::End::Whole && count == walk.count, "of a whole table all entries are shown");
+    check((table ? table->entries() : 0) == count, "there are as many entries however they are counted");
+    for (int i = 0; i < std::min(count, 64); ++i) {
+        const SectionPlace place = table->place(table->find(table->name(i)));
+        const auto found = findSection(fromStart(), table->name(i));
+        check(found && found->offset == place.offset && found->size == place.size && found->modTime == place.modTime,
+              "a section is found at the same place");
+    }
+}
 
 // The content of a section as a stream of its own gives it; nothing if that isn't as long as promised.
 std::string content(const FS_IndexFile& index, const char* name) {
@@ -83,6 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto* bytes = reinterpret_cast<const char*>(data);
     FS_IndexFile memory(new FS_Reader(new FS_ReaderStream(bytes, static_cast<int>(size), 0)));
     checkAgreement(memory, size);
+    checkTable({bytes, size});
 
     scratch.write("x.idx", data, size);
     FS_IndexFile file(scratch.path("x.idx").c_str());

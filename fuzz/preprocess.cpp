@@ -10,6 +10,7 @@
 #include <preprocessor/CPP_Manager.h>
 #include <preprocessor/CPP_Stream.h>
 
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,7 +53,8 @@ const Scratch& includedFiles() {
     return scratch;
 }
 
-// The options of a byte: a letter for each of its bits. The nesting is limited, as doubling macros can take seconds.
+// The options of a byte: a letter for each of its bits, of which the last has macros in directives, too. The nesting is
+// limited, as doubling macros can take seconds.
 std::vector<std::string> optionsOf(std::uint8_t bits) {
     std::vector<std::string> options = {"cpp", "-r", (bits & 1) != 0 ? "2" : "8", "-I", includedFiles().path("")};
     constexpr const char* kOptions[] = {"-P", "-C", "-h", "-H", "-c", "-DX=1", "-UWIN32"};
@@ -99,6 +101,7 @@ std::vector<std::string> linesOf(std::string_view source, std::uint8_t bits, Tak
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > kLongestInput) return 0;
     const Limits limits(size);
+    ::setenv("TARVANI_CPP_EXPAND_DIRECTIVES", data[0] & 0x80 ? "1" : "0", 1);
     const std::string_view source(reinterpret_cast<const char*>(data) + 1, size - 1);
     const auto copied = linesOf(source, data[0], [](CPP_Manager& manager, std::string& line) {
         UT_String text;
