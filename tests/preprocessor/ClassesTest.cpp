@@ -34,8 +34,8 @@ TEST(Macro, IsCompiledAndExpanded) {
         {"f(a,b)##b \"b\\\"b\" 'b'", 0, "f", 2, "#1# \"b\\\"b\" '#1#'", "1 \"b\\\"b\" '1'"},
         {"f(a,a)a", 0, "f", 2, "#0#", "#0#\""},
         {"f(a,b,c)[c|b]", 0, "f", 3, "[#2#|#1#]", "[|1]"},
-        {"f(a,b)#1##1##01##2##x# #99999999999999999999#.", 0, "f", 2, "#1##1##01##2##x# #99999999999999999999#.",
-         "111#2##x# #99999999999999999999#."},
+        {"f(a,b)#1##1##01##2##x# #18446744073709551616#.", 0, "f", 2, "#1##1##01##2##x# #18446744073709551616#.",
+         "111#2##x# #18446744073709551616#."},  // 0 in 64 bits
     };
     for (const auto& c : cases) {
         const CPP_Macro macro(c.text, c.commandLine);
@@ -79,6 +79,7 @@ TEST(Macro, CopiesBorrow) {
     EXPECT_STREQ(other.getName(), "A");
     EXPECT_EQ(other.bumpRecursion(2), 2);
     EXPECT_EQ(other.bumpRecursion(-3), -1);
+    EXPECT_EQ(CPP_Macro(other).bumpRecursion(0), -1);
     EXPECT_EQ(copy.bumpRecursion(0), 0);
 }
 
@@ -126,6 +127,21 @@ TEST(File, OpensOnce) {
     EXPECT_STREQ(file.getName(), "z");
     EXPECT_EQ(file.getLine(line), 1);
     EXPECT_EQ(file.getLineNumber(), 6);
+}
+
+TEST(File, CopiesGoOnWhereTheOriginalStands) {
+    CPP_File file;
+    UT_WorkBuffer line;
+    EXPECT_EQ(file.open("d/x", new MadeLines(listed({"a\\", {"b\0\\", 3}, "c"}), true)), 1);
+    EXPECT_EQ(file.getLine(line), 1);
+    EXPECT_EQ(line.view(), "ab\n") << "a NUL ends its line";
+    CPP_File copy(file);
+    EXPECT_STREQ(copy.getLastPath(), "d");
+    EXPECT_NE(copy.isCrypted(), 0);
+    EXPECT_EQ(copy.getLine(line) + copy.getLineNumber(), 3);
+    EXPECT_EQ(line.view(), "\n");
+    EXPECT_EQ(copy.getLine(line) + copy.getLineNumber(), 4);
+    EXPECT_EQ(line.view(), "c\n");
 }
 
 TEST(File, StepsFromBranchToBranch) {
@@ -223,6 +239,27 @@ TEST(Stream, ThatComesByItselfReadsWhatItWasGivenLast) {
             << "the stream that failed is the file's until it closes";
         EXPECT_EQ(missing.getName(), none);
     });
+}
+
+TEST(Manager, TakesNothingFromASourceThatRefuses) {
+    struct PathsOnly : MadeLines {
+        using MadeLines::MadeLines;
+        int openPath(const char*) override { return isOpen_ = 1; }
+        int isOpen() override { return isOpen_; }
+        int isOpen_ = 0;
+    };
+    struct PathsManager : CPP_Manager {
+        using CPP_Manager::CPP_Manager;
+        CPP_Stream* allocStream() override { return new PathsOnly(listed({"line"})); }
+    };
+    const ScratchDir dir;
+    const std::string found = dir.write("stdin", "");
+    PathsManager manager(-1, dir.path().c_str());
+    UT_IStream source("a", 1, UT_ISTREAM_BINARY);
+    EXPECT_EQ(manager.open(source, "a") + manager.open(stdin, "a") + manager.open("stdin", 0), 0);
+    EXPECT_EQ(restOf(manager), "");
+    EXPECT_EQ(manager.open("stdin", 1), 1) << "a file of that name is as good";
+    EXPECT_EQ(restOf(manager), "# 1 \"" + found + "\"\nline\n");
 }
 
 TEST(Manager, IsCryptedOnceALineWas) {
