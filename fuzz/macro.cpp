@@ -2,6 +2,7 @@
 // macro by itself gives the same with any limit that its replacement text keeps.
 #include "Check.h"
 #include "Limits.h"
+#include "Replacement.h"
 
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
@@ -15,9 +16,6 @@
 #include <vector>
 
 namespace {
-
-constexpr std::size_t kLongestInput = 1024;                // at a nesting of 8 enough for megabytes
-constexpr std::size_t kMostOutput = std::size_t{1} << 29;  // of one line: 2^28 characters of replacement, and its own
 
 void checkMacro(const std::string& definition, const std::string& argument) {
     const CPP_Macro macro(definition.c_str(), 0);
@@ -43,8 +41,9 @@ void checkMacro(const std::string& definition, const std::string& argument) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > kLongestInput) return 0;
-    const Limits limits(size);
+    if (size > Replacement::kLongestInput) return 0;
+    const Replacement replacement("#define");
+    const Limits limits(size, replacement.bytes, replacement.time);
     const std::string text(reinterpret_cast<const char*>(data), size);
     const std::string definition = text.substr(0, std::min(text.find('\n'), text.find('\0')));
     const std::string uses = text.substr(std::min(text.find('\n'), size));
@@ -52,14 +51,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const std::string source = "#define " + definition + uses;
     UT_IStream stream(source.data(), static_cast<int>(source.size()), UT_ISTREAM_BINARY);
-    const char* const options[] = {"cpp", "-P", "-r", "8"};
+    const char* const options[] = {"cpp", "-P", "-r", Replacement::kLevels};
     CPP_Manager manager;
     manager.setOptions(static_cast<int>(std::size(options)), options);
     check(manager.open(stream, "macro"), "a stream can be opened");
     // Each line of input gives one, a backslash at its end too, and an error in it a blank one.
     const auto mostLines = 2 * (std::count(source.begin(), source.end(), '\n') + 2);
     std::ptrdiff_t lines = 0;
-    for (std::string_view line; manager.getLine(line); ++lines) check(line.size() <= kMostOutput, "a line is bounded");
+    for (std::string_view line; manager.getLine(line); ++lines)
+        check(line.size() <= Replacement::kLongestLine, "a line is bounded");
     check(lines <= mostLines, "the number of lines is bounded");
     return 0;
 }

@@ -3,6 +3,7 @@
 // -close_fd_mask=2.
 #include "Check.h"
 #include "Limits.h"
+#include "Replacement.h"
 #include "Scratch.h"
 
 #include <UT/UT_IStream.h>
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr std::size_t kLongestInput = 4 * 1024;
 constexpr std::size_t kMostOutput = 256 * 1024;  // a file that includes itself twice never ends
 constexpr rlim_t kMostFiles = 100;               // open at a time, so that one that includes itself once does so soon
 
@@ -53,10 +53,10 @@ const Scratch& includedFiles() {
     return scratch;
 }
 
-// The options of a byte: a letter for each of its bits, of which the last has macros in directives, too. The nesting is
-// limited, as doubling macros can take seconds.
+// The options of a byte: a letter for each of its bits, of which the last has macros in directives, too.
 std::vector<std::string> optionsOf(std::uint8_t bits) {
-    std::vector<std::string> options = {"cpp", "-r", (bits & 1) != 0 ? "2" : "8", "-I", includedFiles().path("")};
+    std::vector<std::string> options = {"cpp", "-r", (bits & 1) != 0 ? "2" : Replacement::kLevels, "-I",
+                                        includedFiles().path("")};
     constexpr const char* kOptions[] = {"-P", "-C", "-h", "-H", "-c", "-DX=1", "-UWIN32"};
     for (unsigned i = 0; i < std::size(kOptions); ++i) {
         if ((bits >> (i + 1) & 1) != 0) options.emplace_back(kOptions[i]);
@@ -99,20 +99,21 @@ std::vector<std::string> linesOf(std::string_view source, std::uint8_t bits, Tak
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0 || size > kLongestInput) return 0;
-    const Limits limits(size);
+    if (size == 0 || size > Replacement::kLongestInput) return 0;
     ::setenv("TARVANI_CPP_EXPAND_DIRECTIVES", data[0] & 0x80 ? "1" : "0", 1);
     const std::string_view source(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const Replacement replacement(source);
+    const Limits limits(size, replacement.bytes, replacement.time);
     const auto copied = linesOf(source, data[0], [](CPP_Manager& manager, std::string& line) {
         UT_String text;
         const int given = manager.getLine(text);
-        line = text.view();
+        line = text.view().substr(0, kMostOutput);
         return given != 0;
     });
     const auto viewed = linesOf(source, data[0], [](CPP_Manager& manager, std::string& line) {
         std::string_view text;
         const int given = manager.getLine(text);
-        line = text.substr(0, text.find('\0'));
+        line = text.substr(0, text.find('\0')).substr(0, kMostOutput);
         return given != 0;
     });
     check(copied == viewed, "both forms of getLine give the same lines");

@@ -2,6 +2,7 @@
 // was given back comes again. As a feature file the same text gives definitions that have a token and a label.
 #include "Check.h"
 #include "Limits.h"
+#include "Replacement.h"
 
 #include <UT/UT_IStream.h>
 #include <UT/UT_OptionFile.h>
@@ -18,10 +19,9 @@
 
 namespace {
 
-constexpr std::size_t kLongestInput = 4 * 1024;
 constexpr const char* kName = "tokens";
-// The standard options, and a nesting in which doubling macros don't take seconds.
-constexpr const char* kOptions[] = {"cpp", "-P", "-x", "-r", "8", nullptr};
+// The standard options, and a level less than a line may have, as each word of it becomes a text here.
+constexpr const char* kOptions[] = {"cpp", "-P", "-x", "-r", "3", nullptr};
 
 // Words and messages in the order in which they came.
 using Heard = std::vector<std::string>;
@@ -95,9 +95,10 @@ void checkFeatures(std::string_view source) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > kLongestInput) return 0;
-    const Limits limits(size);
+    if (size > Replacement::kLongestInput) return 0;
     const std::string_view source(reinterpret_cast<const char*>(data), size);
+    const Replacement replacement(source);
+    const Limits limits(size, replacement.bytes, replacement.time);
     check(heardInWords(source) == heardInLines(source), "the words are those of the lines");
     checkFeatures(source);
     return 0;
