@@ -22,11 +22,6 @@ LineEnd takeLineEnd(UT_WorkBuffer& line) {
     return line.last() == '\\' ? LineEnd::Backslash : LineEnd::Joins;
 }
 
-// A NUL ends the text of a line, whoever made it.
-void cutAtNul(UT_WorkBuffer& line) {
-    line.truncate(static_cast<int>(std::strlen(line.buffer())));
-}
-
 }  // namespace
 
 CPP_File::CPP_File(const CPP_File& other) {
@@ -92,6 +87,14 @@ int CPP_File::close() {
     return 1;
 }
 
+// The next line as it stands in the source. A NUL ends its text, whoever made it.
+bool CPP_File::readSource(UT_WorkBuffer& line) {
+    if (!stream->readLine(line)) return false;
+    line.truncate(static_cast<int>(std::strlen(line.buffer())));
+    if (stream->isCrypted()) crypted = 1;
+    return true;
+}
+
 int CPP_File::getLine(UT_WorkBuffer& line) {
     if (!stream) return 0;
     if (!ungot_.isEmpty()) {
@@ -106,12 +109,10 @@ int CPP_File::getLine(UT_WorkBuffer& line) {
         return 1;
     }
     // The first line is read in place: most lines are not joined.
-    if (!stream->readLine(line)) {
+    if (!readSource(line)) {
         line.clear();
         return 0;
     }
-    cutAtNul(line);
-    if (stream->isCrypted()) crypted = 1;
     const LineEnd end = takeLineEnd(line);
     if (end == LineEnd::Newline) line.append('\n');
     if (end == LineEnd::Joins && !joinFurtherLines(line)) return 0;
@@ -125,9 +126,7 @@ bool CPP_File::joinFurtherLines(UT_WorkBuffer& line) {
     LineEnd end = LineEnd::Joins;
     while (end == LineEnd::Joins) {
         raise(continuedLines);
-        if (!stream->readLine(further)) return !line.isEmpty();
-        cutAtNul(further);
-        if (stream->isCrypted()) crypted = 1;
+        if (!readSource(further)) return !line.isEmpty();
         end = takeLineEnd(further);
         line.append(further.view());
     }

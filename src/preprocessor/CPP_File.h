@@ -84,6 +84,7 @@ private:
     // Gives the line that getLine gave last back: it comes again, under the same number. An empty one doesn't.
     void ungetLine(std::string_view line) { ungot_ = line; }
     bool adopt(CPP_Stream* source, const char* fileName);
+    bool readSource(UT_WorkBuffer& line);
     bool joinFurtherLines(UT_WorkBuffer& line);
     void setPath();
 

@@ -48,7 +48,6 @@ std::vector<std::string_view> takeParameters(std::string_view& text) {
     while (!text.empty() && text[0] != ')' && parameters.size() <= CPP_Macro::kMostParameters) {
         const std::string_view word = takeWord(text, ",)");
         if (!word.empty()) parameters.push_back(word);
-        text = skipSpace(text);
         if (text.starts_with(',')) text.remove_prefix(1);
     }
     if (!text.empty()) text.remove_prefix(1);
