@@ -116,6 +116,12 @@ std::string runManager(const CaseRun& run) {
     });
 }
 
+std::vector<const char*> tokenOptionsOf(const CaseRun& run) {
+    std::vector<const char*> options = wordsOf(run.options);
+    options.push_back(nullptr);
+    return options;
+}
+
 // Writes down words and messages where they come.
 struct Recorder : CPP_TokenStream {
     using CPP_TokenStream::CPP_TokenStream;
@@ -125,8 +131,7 @@ struct Recorder : CPP_TokenStream {
 };
 
 std::string runTokens(const CaseRun& run) {
-    std::vector<const char*> options = wordsOf(run.options);
-    options.push_back(nullptr);
+    const std::vector<const char*> options = tokenOptionsOf(run);
     Recorder words(run.mainFile.c_str(), -1, run.hasOptions ? options.data() : nullptr);
     for (UT_String word; words.getToken(word);) words.events.push_back("word: " + std::string(word.view()) + "\n");
     return difference(run.lines("tokens"), words.events);
@@ -141,22 +146,24 @@ struct Marked : CPP_TokenStream {
 };
 
 std::string runWords(const CaseRun& run) {
+    const std::vector<const char*> words = tokenOptionsOf(run);
+    const char* const* const options = run.hasOptions ? words.data() : nullptr;
     std::vector<std::unique_ptr<UT_IStream>> sources;
     Objects<CPP_TokenStream> streams;
     return runSteps(run, [&](const std::string& verb, const std::string& rest) {
         const char* const text = rest.empty() ? nullptr : rest.c_str();
-        CPP_TokenStream* const words = streams.current;
+        CPP_TokenStream* const current = streams.current;
         UT_String word("left");
-        if (verb == "next" && words->getToken(word)) return Lines{word.buffer() + std::string("\n")};
+        if (verb == "next" && current->getToken(word)) return Lines{word.buffer() + std::string("\n")};
         if (verb == "next") return Lines{word.isNull() ? "(end)\n" : "not null\n"};
-        if (verb == "place") return placeOf(*words);
-        if (verb == "include") words->addIncludePath(text);
-        if (verb == "unget") words->ungetToken(UT_String(text));
-        if (verb == "open") streams.add(std::make_unique<Marked>(text, -1, nullptr));
-        if (verb == "known") streams.add(std::make_unique<Marked>(text + 2, text[0] - '0', nullptr));
+        if (verb == "place") return placeOf(*current);
+        if (verb == "include") current->addIncludePath(text);
+        if (verb == "unget") current->ungetToken(UT_String(text));
+        if (verb == "open") streams.add(std::make_unique<Marked>(text, -1, options));
+        if (verb == "known") streams.add(std::make_unique<Marked>(text + 2, text[0] - '0', options));
         if (verb == "read") {
             sources.push_back(std::make_unique<UT_IStream>(UTmakeFileSource(text), UT_ISTREAM_BINARY));
-            streams.add(std::make_unique<Marked>(*sources.back(), "text", nullptr));
+            streams.add(std::make_unique<Marked>(*sources.back(), "text", options));
         }
         return streams.step(verb, rest);
     });
