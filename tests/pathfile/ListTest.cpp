@@ -38,6 +38,9 @@ TEST_F(PathFileList, HoldsWhatThePatternFindsInTheOrderOfReading) {
         // In order of the numbers in names, then of directories.
         {{"lo/f10", "hi/f9", "mid/f9.hide", "mid/f9", "lo/F1", "hi/f9.append"},
          {{"*", {"lo/F1", "mid/f9", "mid/f9.hide", "hi/f9", "hi/f9.append", "lo/f10"}}}},
+        // Of several suffixes ".hide" decides, then ".nosave".
+        {{"lo/a", "lo/a.hide.nosave", "lo/a.append.nosave"},
+         {{"*", {"lo/a.append.nosave", "lo/a", "lo/a.hide.nosave"}}}},
         // Names may hold any byte, and what was found is no pattern again.
         {{"lo/\\ \n[?]^.txt", "lo/\x01\xff.txt"}, {{"*.txt", {"lo/\x01\xff.txt", "lo/\\ \n[?]^.txt"}}}},
         {{"lo/c*/x", "lo/cc/x"}, {{"c*/x", {"lo/c*/x", "lo/cc/x"}}, {"c*/x ^c*/x", {}}}},
