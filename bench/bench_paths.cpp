@@ -1,4 +1,4 @@
-// Matching of patterns, and path files of many entries.
+// Matching of patterns and of names in a directory, and path files of many entries.
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_String.h>
 #include <UT/UT_WorkBuffer.h>
@@ -98,5 +98,21 @@ void readLines(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kLines);
 }
 BENCHMARK(readLines)->ArgName("entries")->RangeMultiplier(100)->Range(1, 100'000)->Unit(benchmark::kMillisecond);
+
+// All names of a directory, each against a pattern that half of them match.
+void matchNames(benchmark::State& state) {
+    const std::string name = "names" + std::to_string(state.range(0));
+    std::filesystem::create_directory(directory().path(name));
+    for (std::int64_t i = 0; i < state.range(0); ++i)
+        directory().write(name + "/part" + std::to_string(i) + (i % 2 ? ".pic" : ".geo"), "");
+    for (auto _ : state) {
+        UT_PathFile files;
+        files.setSearchPath(UT_PATH_DEFAULT, (name + "/*.geo").c_str());
+        files.applyStandardFilter();
+        if (files.getFileInfoCount(1) != state.range(0) / 2) return state.SkipWithError("entries lost");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(matchNames)->ArgName("names")->Arg(1000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
