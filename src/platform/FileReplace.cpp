@@ -95,6 +95,14 @@ int writeBehind(int fd, off_t end, off_t length) {
     return ::lseek(fd, 0, SEEK_SET) < 0 ? errno : 0;
 }
 
+// Cuts or lengthens. 0 or errno.
+int setLength(int fd, off_t length) {
+    int error = 0;
+    do error = ::ftruncate(fd, length) == 0 ? 0 : errno;
+    while (error == EINTR);
+    return error;
+}
+
 // Room for `length` bytes, holes filled, so that the copy can't run out of it. When there is none the file is as it
 // was. 0 or errno.
 int reserve(int fd, off_t oldLength, off_t length) {
@@ -103,8 +111,9 @@ int reserve(int fd, off_t oldLength, off_t length) {
     do error = ::fallocate(fd, 0, 0, length) == 0 ? 0 : errno;
     while (error == EINTR);
     if (error == EOPNOTSUPP || error == ENOSYS) error = writeBehind(fd, oldLength, length);
-    if (error != 0 && length > oldLength && ::ftruncate(fd, oldLength) != 0) return errno;
-    return error;
+    if (error == 0 || length <= oldLength) return error;
+    const int cutError = setLength(fd, oldLength);
+    return cutError != 0 ? cutError : error;
 }
 
 // `touched` tells after a failure whether the old bytes have begun to change.
@@ -117,7 +126,7 @@ int copyOver(int from, off_t length, int to, bool& touched) {
         if (const int error = reserve(to, old.st_size, length)) return error;
     touched = true;
     if (const int error = copyBytes(from, length, to)) return error;
-    return regular && ::ftruncate(to, length) != 0 ? errno : 0;
+    return regular ? setLength(to, length) : 0;
 }
 
 // The path that a new file will bear: a symbolic link to nothing is followed, as opening it would.

@@ -46,9 +46,10 @@ TempFileEntry* enlist(const std::string& path) {
         entry->taken = false;
         break;
     }
-    auto* entry = new TempFileEntry;
-    entry->room = path.size() + 1;
-    entry->path = std::make_unique<char[]>(entry->room);
+    auto made = std::make_unique<TempFileEntry>();
+    made->room = path.size() + 1;
+    made->path = std::make_unique<char[]>(made->room);
+    TempFileEntry* const entry = made.release();
     fill(*entry, path);
     entry->next = theEntries;
     while (!theEntries.compare_exchange_weak(entry->next, entry)) continue;
@@ -86,8 +87,8 @@ TempFile TempFile::make(std::string_view ending) {
     TempFile made;
     made.fd_.reset(::mkostemps(path.data(), static_cast<int>(ending.size()), O_CLOEXEC));
     if (made.fd_) {
-        made.entry_ = enlist(path);
         made.path_ = std::move(path);
+        made.entry_ = enlist(made.path_);
     } else {
         made.error_ = errno;
     }
@@ -108,8 +109,8 @@ TempFile TempFile::makeIn(const std::string& directory) {
     }
     if (!made.fd_) return made;
     made.error_ = 0;
-    made.entry_ = enlist(path);
     made.path_ = std::move(path);
+    made.entry_ = enlist(made.path_);
     return made;
 }
 

@@ -69,7 +69,8 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
     const std::int64_t begin = stream.tellg();
     if (!holdsContainer(stream)) return untouched(level.container, "not a container");
     if (!stream.seekg(begin, 0)) return untouched(level.container, "cannot be read from the beginning");
-    level.index = std::make_unique<FS_IndexFile>(reader.release());
+    // Memory is taken before the reader lets go, unlike with make_unique.
+    level.index.reset(new FS_IndexFile(reader.release()));
     if (!canUndo(level.index->getEncryptionFilter(), level.index->getDecryptionFilter()))
         return untouched(level.container, "its filters are no pair");
     return platform::success();
@@ -85,7 +86,7 @@ Outcome openFile(Level& level) {
         if (!holdsContainer(stored)) return untouched(path, "not a container as it is stored");
     }
     if (!served) served = std::make_unique<FS_ReaderStream>(file.c_str());
-    auto reader = std::make_unique<FS_Reader>(served.release());
+    std::unique_ptr<FS_Reader> reader(new FS_Reader(served.release()));
     if (reader->isGood()) return openContainer(level, std::move(reader));
     if (const std::string why = whyUnreadable(file); !why.empty()) return untouched(path, why);
     level.index = std::make_unique<FS_IndexFile>();
