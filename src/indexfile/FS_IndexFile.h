@@ -113,10 +113,10 @@ public:
     // Why the last writeFile or expandToDirectory failed, in words; null if it didn't, and where the reason is the
     // stream's. Files are named as from the directory: "geo: No space left on device; the file is incomplete".
     const UT_String& getWriteFailure() const { return writeFailure_; }
-    // Writes each section to a file in the directory `path`, which is made when missing, and "Sections.list" beside
-    // them; a section that is a container with sections becomes a directory of the same form, to 64 levels. False when
-    // there are no sections (nothing is written) and at the first step that fails: what has been written stays. Works
-    // in the process's current directory and puts it back.
+    // Writes each section, as it would be stored, to a file in the directory `path`, which is made when missing, and
+    // "Sections.list" beside them; a section that is a container with sections becomes a directory of the same form, to
+    // 64 levels. False when there are no sections (nothing is written) and at the first step that fails: what has been
+    // written stays. Works in the process's current directory and puts it back.
     virtual bool expandToDirectory(const char* path);
     // Adds the sections of the directory form at `path`, replacing those of the same name, and takes over its
     // description. False at the first step that fails; what was added so far stays. A list whose last entry is broken

@@ -37,8 +37,11 @@ TEST_F(DirectoryForm, HoldsContainersAsDirectoriesOfTheirOwn) {
     EXPECT_EQ(dir.read("form/inner/sub/y"), "deeper");
     EXPECT_EQ(dir.read("form/memory/z"), "in memory");
     for (const auto& [name, time] :
-         {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}, {"Sections.list", 6000}})
-        EXPECT_EQ(dir.getTime(std::string("form/") + name), time);
+         {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}, {"Sections.list", 6000}}) {
+        struct stat status {};
+        EXPECT_EQ(::stat(dir.path(std::string("form/") + name).c_str(), &status), 0);
+        EXPECT_EQ(std::pair(status.st_atime, status.st_mtime), (std::pair<time_t, time_t>(time, time))) << name;
+    }
 
     for (const char* name : {"before", "no sections"}) add(back, name, "kept or replaced", 1);
     const int before = FS_IndexFile::getCurrentTime();
