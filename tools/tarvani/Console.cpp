@@ -65,6 +65,10 @@ void complain(const Failure& failure) {
     writeError(inBold("tarvani:", StandardStream::Error) + " " + path + ": " + printable(failure.reason) + "\n");
 }
 
+void complainOfMemory() {
+    writeError("tarvani: memory: there is not enough of it for this work\n");
+}
+
 std::string errorWords(int error) {
     return error ? std::strerror(error) : "failed";
 }

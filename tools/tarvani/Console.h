@@ -17,6 +17,8 @@ struct ClosedPipe {};
 
 // Writes the line of a failure to standard error.
 void complain(const Failure& failure);
+// The same for want of memory, which takes none.
+void complainOfMemory();
 // The text, bold if it goes to a terminal that shows it: not to a file, and not where NO_COLOR is set.
 enum class StandardStream { Output, Error };
 std::string inBold(std::string_view text, StandardStream stream);

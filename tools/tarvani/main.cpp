@@ -22,15 +22,12 @@ void occupyStandardStreams() {
         if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    occupyStandardStreams();
-    handleInterrupts();
-    int status = kFailed;
+// The exit status. What it throws is only the memory that is missing, also for the words of another failure.
+int work(int argc, char** argv) {
     try {
-        status = runCommand(plainArguments(argc, argv));
+        const int status = runCommand(plainArguments(argc, argv));
         standardOutput().flush();
+        return status;
     } catch (const Failure& failure) {
         try {
             standardOutput().flush();
@@ -38,15 +35,24 @@ int main(int argc, char** argv) {
             // One line is enough: the failure that ended the work.
         }
         complain(failure);
-        status = kFailed;
     } catch (const ClosedPipe&) {
-        status = kFailed;
     } catch (const std::bad_alloc&) {
-        complain({"memory", "there is not enough of it for this work"});
-        status = kFailed;
+        throw;
     } catch (const std::exception& failure) {
         complain({"internal failure", failure.what()});
-        status = kFailed;
     }
-    return status;
+    return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardStreams();
+    handleInterrupts();
+    try {
+        return work(argc, argv);
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        return kFailed;
+    }
 }
