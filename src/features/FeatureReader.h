@@ -73,8 +73,7 @@ private:
     void add(const UT_String& token, std::unique_ptr<UT_OptionFile> options) {
         if (UT_OptionFile* const old = find(token)) {
             report("Overwriting existing definition for %s", token.buffer());
-            renderers_.deleteSymbol(token.view());
-            delete old;
+            delete old;  // and addSymbol takes its place
         }
         report("Adding defintion for renderer %s", token.buffer());
         renderers_.addSymbol(token.view(), UT_Thing(options.get()));
