@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "IndexParts.h"
@@ -19,11 +20,16 @@
 
 FS_IndexFile::FS_IndexFile() : modTime(getCurrentTime()) {}
 
-FS_IndexFile::FS_IndexFile(FS_Reader* source) : reader(source ? source : new FS_Reader) {
+// Whole before anything is read, so that all goes back when memory ends in the middle.
+FS_IndexFile::FS_IndexFile(FS_Reader* source) : FS_IndexFile() {
+    modTime = 0;
+    reader = source ? source : new FS_Reader;
     readIndex();
 }
 
-FS_IndexFile::FS_IndexFile(const char* path) : sourceFile(path, 1, -1) {
+FS_IndexFile::FS_IndexFile(const char* path) : FS_IndexFile() {
+    modTime = 0;
+    sourceFile = UT_String(path, 1, -1);
     // It takes the helpers to know that a path such as "http://host/x.idx" is absolute.
     FSloadCustomHelpers();
     UTmakeAbsoluteFilePath(sourceFile, nullptr);
@@ -209,8 +215,8 @@ FS_ReaderStream* FS_IndexFile::getSectionStream(const char* name) const {
 }
 
 FS_Reader* FS_IndexFile::getSectionReader(const char* name) const {
-    FS_ReaderStream* const stream = getSectionStream(name);
-    return stream ? new FS_Reader(stream) : nullptr;
+    std::unique_ptr<FS_ReaderStream> stream(getSectionStream(name));
+    return stream ? new FS_Reader(stream.release()) : nullptr;
 }
 
 FS_ReaderStream* FS_IndexFile::getStreamCopy() const {

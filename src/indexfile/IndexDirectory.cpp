@@ -7,11 +7,13 @@
 #include <platform/FileStatus.h>
 #include <platform/Outcome.h>
 #include <platform/WorkingDirectory.h>
+#include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/FS_Writer.h>
 
 #include <cerrno>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -203,15 +205,16 @@ bool FS_IndexFile::collapseEntry(const UT_String& file, const UT_String& name, i
     const FileStatus status = platform::linkStatus(path.c_str());
     if (!status) return false;
     if (status.kind == FileKind::File) {
-        addSection(name.buffer(), path.c_str());
-        return true;
+        // One that can't be read whole would be missing from the container.
+        FS_Reader source(path.c_str());
+        return addFrom(source, name.buffer(), nullptr);
     }
     if (status.kind != FileKind::Directory) return false;
     FS_IndexFile inner;
     if (!inner.collapseLevel(path.c_str(), level + 1)) return false;
     UT_OStrStream container(inner.guessStreamSize());
     inner.writeFile(container);
-    if (!container.good()) return false;
+    if (!container.good() || container.pcount() > std::numeric_limits<int>::max()) return false;
     addSection(name.buffer(), container, kCurrentTime);
     return true;
 }

@@ -79,7 +79,7 @@ int collapse(const std::string& directory, const std::string& path) {
     if (::stat(directory.c_str(), &status) != 0) throw Failure{directory, errorWords(errno)};
     if (!S_ISDIR(status.st_mode)) throw Failure{directory, errorWords(ENOTDIR)};
     if (const std::string fault = whyUnwritable(path); !fault.empty()) throw Failure{path, fault};
-    // Also what the library passes over, such as a file that can't be read, would be missing from the container.
+    // Looked at before, since the library doesn't tell the reason.
     checkDirectory(directory, 1);
     FS_IndexFile index;
     if (!index.collapseFromDirectory(directory.c_str())) throw Failure{directory, "can't be read whole"};
