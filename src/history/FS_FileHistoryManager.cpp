@@ -8,11 +8,14 @@
 #include <history/FS_FileHistoryManager.h>
 #include <platform/Directory.h>
 #include <platform/FileReplace.h>
+#include <platform/FileStatus.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -34,6 +37,13 @@ std::string homeDirectory() {
     return std::string(home.view());
 }
 
+// The files that were there when they were to be loaded but could not be read to their end: saved over, what they hold
+// would be lost.
+std::set<std::string>& unreadFiles() {
+    static std::set<std::string> files;
+    return files;
+}
+
 void writeLists(std::ostream& out, const Lists& lists) {
     for (const FS_FileHistory* list : lists) {
         if (list->numFilesinMRU() == 0) continue;
@@ -49,7 +59,9 @@ platform::Outcome saveLists(const char* fileName, const Lists& lists) {
     const std::string home = homeDirectory();
     if (home.empty()) return platform::failure("no home directory; set TARVANI_HOME to have one");
     if (const int error = platform::makeDirectories(home.c_str(), 0777)) return platform::failure(home, error);
-    platform::ReplacementFile file(home + "/" + fileName, platform::ReplaceBy::Rename);
+    const std::string path = home + "/" + fileName;
+    if (unreadFiles().count(path) > 0) return platform::failure(path + ": could not be read; nothing was written");
+    platform::ReplacementFile file(path, platform::ReplaceBy::Rename);
     writeLists(file.stream(), lists);
     return file.commit();
 }
@@ -106,10 +118,16 @@ const char* FS_FileHistoryManager::getTypeName(FS_FileHistoryType type) {
 
 FS_FileHistoryManager::FS_FileHistoryManager() : fileLists(kTypes), dirLists(kTypes) {
     const int length = UT_EnvControl::getInt(UT_CONTROL_HISTORY_LENGTH);
-    for (int type = 0; type < kTypes; ++type) {
-        // Scenes are found again from any directory; other files are as often named from that of the scene.
-        append(fileLists, std::make_unique<FS_FileHistory>(length, kTypeNames[type], type == FS_HISTORY_SCN));
-        append(dirLists, std::make_unique<FS_FileHistory>(length, kTypeNames[type], true));
+    try {
+        for (int type = 0; type < kTypes; ++type) {
+            // Scenes are found again from any directory; other files are as often named from that of the scene.
+            append(fileLists, std::make_unique<FS_FileHistory>(length, kTypeNames[type], type == FS_HISTORY_SCN));
+            append(dirLists, std::make_unique<FS_FileHistory>(length, kTypeNames[type], true));
+        }
+    } catch (...) {  // no memory: without an object no destructor runs
+        deleteLists(fileLists);
+        deleteLists(dirLists);
+        throw;
     }
 }
 
@@ -199,13 +217,21 @@ void FS_FileHistoryManager::saveHistoryList(const char* fileName, bool files) {
 void FS_FileHistoryManager::loadHistoryList(const char* fileName, bool files) {
     const std::string home = homeDirectory();
     if (home.empty() || !fileName) return;
-    UT_IFStream in((home + "/" + fileName).c_str(), UT_ISTREAM_BINARY);
+    const std::string path = home + "/" + fileName;
+    UT_IFStream in(path.c_str(), UT_ISTREAM_BINARY);
+    // Only what could be opened isn't at its end before it is read.
+    const bool isOpened = !in.isEof();
     UT_WorkBuffer line;
     while (in.getLine(line, '\n')) {
         const UT_String text(line.buffer());
         if (FS_FileHistory* list = listNamed(text.findNonSpace(), files ? fileLists : dirLists))
             list->loadFilesfromMRU(in);
     }
+    const platform::FileStatus status = platform::fileStatus(path.c_str());
+    if ((isOpened && !in.hasFailed()) || status.error == ENOENT || status.isDirectory())
+        unreadFiles().erase(path);
+    else
+        unreadFiles().insert(path);
 }
 
 FS_FileHistory* FS_FileHistoryManager::getHistoryList(FS_FileHistoryType type) const {

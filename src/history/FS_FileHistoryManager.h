@@ -84,7 +84,7 @@ public:
     bool saveFileHistoryList(UT_String* reason);
     bool saveDirHistoryList(UT_String* reason);
     // Replaces each list that its file names. Other lists, and all of them if the file can't be read, keep what they
-    // have.
+    // have; a file that is there and could not be read to its end isn't saved over until it could be.
     void loadFileHistoryList();
     void loadDirHistoryList();
 

@@ -1,10 +1,12 @@
 // pathfile: the files of the same names along a known path, as a list, explained, as one text, and where to save one.
+#include <UT/UT_IStream.h>
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_String.h>
 #include <UT/UT_WorkBuffer.h>
 #include <pathfile/UT_PathFile.h>
 #include <pathfile/UT_PathFileInfo.h>
 #include <stream/FS_Info.h>
+#include <stream/FS_Reader.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -117,39 +119,41 @@ void printList(const UT_PathFile& file, bool all, bool asJson) {
     if (asJson) writeJson(json);
 }
 
-// The library passes over what it can't open; a person should know. A directory is no text that could be missed.
-int complainOfUnreadable(const UT_PathFile& file) {
-    int status = 0;
-    for (int i = 0; i < file.getFileInfoCount(1); ++i) {
-        const std::string path = textOf(file.getFileInfo(i, 1)->getFullPath());
-        const FS_Info info(path.c_str());
-        if (info.canReadFile() || info.getIsDirectory()) continue;
-        complain({path, whyUnreadable(path)});
-        status = 1;
-    }
-    return status;
+// The lines of one file; `print` gets each with its number. False, said aloud, if it can't be read to its end: the
+// library passes over such a file, but a person should know. A directory is no text that could be missed.
+template <class Print>
+bool readLines(const std::string& path, const Print& print) {
+    if (FS_Info(path.c_str()).getIsDirectory()) return true;
+    FS_Reader reader(path.c_str());
+    UT_IStream* const stream = reader.isGood() ? reader.getStream() : nullptr;
+    UT_WorkBuffer line;
+    for (int number = 1; stream && stream->getLine(line, '\n'); ++number) print(number, line.view());
+    if (stream && !stream->hasFailed()) return true;
+    complain({path, whyUnreadable(path)});
+    return false;
 }
 
 int printLines(UT_PathFile& file, bool withOrigin, bool asJson) {
-    const int status = complainOfUnreadable(file);
+    int status = 0;
     auto json = Json::array();
     StandardOutput& out = standardOutput();
-    UT_WorkBuffer line;
-    while (file.getLine(line)) {
-        if (asJson) {
-            json.push_back({{"file", textOf(file.getCurrentFileName())},
-                            {"line", file.getCurrentLineNumber()},
-                            {"text", std::string(line.view())}});
-            continue;
-        }
-        if (withOrigin) {
-            out.writeName(textOf(file.getCurrentFileName()));
-            out.write(":");
-            out.writeNumber(file.getCurrentLineNumber());
-            out.write(":");
-        }
-        out.write(line.view());
-        out.write("\n");
+    for (int i = 0; i < file.getFileInfoCount(1); ++i) {
+        const std::string path = textOf(file.getFileInfo(i, 1)->getFullPath());
+        const bool isRead = readLines(path, [&](int number, std::string_view line) {
+            if (asJson) {
+                json.push_back({{"file", path}, {"line", number}, {"text", std::string(line)}});
+                return;
+            }
+            if (withOrigin) {
+                out.writeName(path);
+                out.write(":");
+                out.writeNumber(number);
+                out.write(":");
+            }
+            out.write(line);
+            out.write("\n");
+        });
+        if (!isRead) status = 1;
     }
     if (asJson) writeJson(json);
     return status;
