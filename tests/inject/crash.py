@@ -137,4 +137,5 @@ def main(program):
     sys.exit(total["lost"] > 0)
 
 
-main(os.path.abspath(sys.argv[1]))
+if __name__ == "__main__":
+    main(os.path.abspath(sys.argv[1]))
