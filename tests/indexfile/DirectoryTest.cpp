@@ -161,6 +161,7 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         {"nothing", "", false, {}},
         {"an inner directory that isn't one", "\"\"\na\tone\nsub\ttwo\nb\tthree\n", false, {"one"}},
         {"a missing file", "\"\"\na\tone\nc\tthree\nb\ttwo\n", false, {"one"}},
+        {"a file larger than a section can be", "\"\"\na\tone\nlarge\tthree\nb\ttwo\n", false, {"one"}},
         {"a path", "\"\"\n../outside\tone\n", false, {}},
         {"a section path", "\"\"\nx.idx?s\tone\n", false, {}},
         {"this directory", "\"\"\n.\tone\n", false, {}},
@@ -174,6 +175,8 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         {"outside", "secret"}, {"form/a", "1"}, {"form/b", "2"}, {"form/x.idx", containerBytes({{"s", "3"}})}};
     for (const auto& [name, bytes] : files) dir.write(name, bytes);
     dir.write("form/sub/Sections.list", "");
+    dir.write("form/large", "");
+    fs::resize_file(dir.path("form/large"), std::uintmax_t{1} << 31);
     fs::create_symlink(dir.path("outside"), dir.path("form/link"));
     fs::create_symlink(".", dir.path("form/loop"));
     ASSERT_EQ(::mkfifo(dir.path("form/pipe").c_str(), 0600), 0);
