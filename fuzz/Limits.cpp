@@ -1,5 +1,6 @@
 // The sanitizers tell of each allocation, and of what lives at a time; without them, malloc and its family are this
-// file's own, which count and pass on to glibc's. With another C library the memory isn't limited.
+// file's own, which count and pass on to glibc's. With another C library the memory isn't limited. ThreadSanitizer
+// holds signals back, so that under it a loop without any call is only stopped by the time limit of the test.
 #include "Limits.h"
 
 #include <atomic>
