@@ -138,7 +138,7 @@ std::string followLinks(std::string path) {
         if (n <= 0) break;
         const std::string_view link(buffer, static_cast<std::size_t>(n));
         const std::size_t directory = link.front() == '/' ? 0 : path.rfind('/') + 1;
-        path = path.substr(0, directory).append(link);
+        path.replace(directory, path.npos, link);
     }
     return path;
 }

@@ -37,10 +37,10 @@ public:
     // Opens through `stream`, and gives 1 if there is something to read, else 0. The file adopts `stream` whatever the
     // result, unless the file is open already: then nothing happens, and the result is 0. The first form opens the
     // file `name`; "stdin" reads CPP_Stream::getStdin, and an empty or null name what the stream reads by itself. The
-    // others read `source`, which stays the caller's, under the name `name`.
+    // others read `input`, which stays the caller's, under the name `name`.
     int open(const char* name, CPP_Stream* stream);
-    int open(UT_IStream& source, CPP_Stream* stream, const char* name);
-    int open(std::FILE* source, CPP_Stream* stream, const char* name);
+    int open(UT_IStream& input, CPP_Stream* stream, const char* name);
+    int open(std::FILE* input, CPP_Stream* stream, const char* name);
     // Drops the line source. Line number and conditionals stay. Gives 1.
     int close();
 

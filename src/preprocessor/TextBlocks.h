@@ -18,11 +18,11 @@ using Block = unsigned char __attribute__((vector_size(16)));
 
 // What the test says of each character, since looking that up is faster than asking.
 template <typename Test>
-inline constexpr auto kPasses = [] {
+constexpr std::array<bool, 256> tableOf() {
     std::array<bool, 256> passes{};
     for (unsigned c = 0; c < passes.size(); ++c) passes[c] = Test()(static_cast<unsigned char>(c));
     return passes;
-}();
+}
 
 // How many of the bytes of a test's result, all ones or all zeros each, stand in front of the first that is not zero.
 inline std::size_t zerosInFront(const Block& passed) {
@@ -55,7 +55,8 @@ std::size_t firstOf(std::string_view text, std::size_t at, Test test) {
             if (at == last) return text.size();
         }
     }
-    while (at < text.size() && !kPasses<Test>[static_cast<unsigned char>(text[at])]) ++at;
+    static constexpr std::array<bool, 256> kPasses = tableOf<Test>();
+    while (at < text.size() && !kPasses[static_cast<unsigned char>(text[at])]) ++at;
     return at;
 }
 

@@ -49,11 +49,14 @@ UT_IStream* FS_Reader::getStream() const {
 }
 
 FS_ReaderStream* FS_Reader::shareDataAndGetSubstream(std::int64_t start, std::int64_t size, std::int64_t dataSize,
-                                                     const FS_IStreamFilterFactory* factory) const try {
-    // Callers go on to set a time on the result, so there is one also without a stream.
-    return stream() != nullptr ? new FS_ReaderStream(*stream(), start, size, dataSize, factory) : new FS_ReaderStream;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+                                                     const FS_IStreamFilterFactory* factory) const {
+    try {
+        // Callers go on to set a time on the result, so there is one also without a stream.
+        return stream() != nullptr ? new FS_ReaderStream(*stream(), start, size, dataSize, factory)
+                                   : new FS_ReaderStream;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 int FS_Reader::getModTime() const {
