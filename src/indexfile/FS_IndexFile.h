@@ -111,7 +111,8 @@ public:
     // Changes nothing in the object.
     virtual void writeFile(std::ostream& out);
     // Why the last writeFile or expandToDirectory failed, in words; null if it didn't, and where the reason is the
-    // stream's. Files are named as from the directory: "geo: No space left on device; the file is incomplete".
+    // stream's. Files are named as from the directory: "geo: No space left on device; the file is incomplete". Behind a
+    // collapseFromDirectory, also a true one: the first listed file that had to be left out.
     const UT_String& getWriteFailure() const { return writeFailure_; }
     // Writes each section, as it would be stored, to a file in the directory `path`, which is made when missing, and
     // "Sections.list" beside them; a section that is a container with sections becomes a directory of the same form, to
@@ -119,8 +120,10 @@ public:
     // written stays. Works in the process's current directory and puts it back.
     virtual bool expandToDirectory(const char* path);
     // Adds the sections of the directory form at `path`, replacing those of the same name, and takes over its
-    // description. False at the first step that fails; what was added so far stays. A list whose last entry is broken
-    // off gives what stands before it. Works in the process's current directory and puts it back.
+    // description. False at the first step that fails; what was added so far stays. A file that can't be read whole
+    // adds nothing and is no failure: getWriteFailure tells of it, so look there before anything is written over. A
+    // list whose last entry is broken off gives what stands before it. Works in the process's current directory and
+    // puts it back.
     virtual bool collapseFromDirectory(const char* path);
 
     // Writes the container to the file `path`, so that it stands there whole or the old file stays as it was; see
@@ -253,6 +256,7 @@ private:
     bool collapseLevel(const char* path, int level);
     bool collapseList(int level);
     bool collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen);
+    void noteMissing(const std::string& words);
 
     mutable FS_Reader* reader = nullptr;
     UT_PtrArray<FS_Section*> sections;  // empty while table_ stands for it

@@ -169,6 +169,7 @@ bool FS_IndexFile::expandToFile(int index, const std::string& path, UT_String& r
 }
 
 bool FS_IndexFile::collapseFromDirectory(const char* path) {
+    writeFailure_.clear();
     return path != nullptr && collapseLevel(path, 1);
 }
 
@@ -198,6 +199,11 @@ bool FS_IndexFile::collapseList(int level) {
     return !in.hasFailed();
 }
 
+// The first file that a collapse had to leave out.
+void FS_IndexFile::noteMissing(const std::string& words) {
+    if (writeFailure_.isNull()) writeFailure_ = words;
+}
+
 bool FS_IndexFile::collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen) {
     // No expansion names a file twice. A list that did so at every level could make any amount of content from nothing.
     if (!isEntryName(file.view()) || !seen.emplace(file.view()).second) return false;
@@ -205,13 +211,15 @@ bool FS_IndexFile::collapseEntry(const UT_String& file, const UT_String& name, i
     const FileStatus status = platform::linkStatus(path.c_str());
     if (!status) return false;
     if (status.kind == FileKind::File) {
-        // One that can't be read whole would be missing from the container.
         FS_Reader source(path.c_str());
-        return addFrom(source, name.buffer(), nullptr);
+        if (!addFrom(source, name.buffer(), nullptr)) noteMissing(std::string(file.view()) + ": can't be read whole");
+        return true;
     }
     if (status.kind != FileKind::Directory) return false;
     FS_IndexFile inner;
     if (!inner.collapseLevel(path.c_str(), level + 1)) return false;
+    if (!inner.writeFailure_.isNull())
+        noteMissing(std::string(file.view()) + "/" + std::string(inner.writeFailure_.view()));
     UT_OStrStream container(inner.guessStreamSize());
     inner.writeFile(container);
     if (!container.good() || container.pcount() > std::numeric_limits<int>::max()) return false;

@@ -151,6 +151,7 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         const char *what, *list;
         bool done;
         std::vector<std::string> names;
+        std::string_view missing = {};
     } cases[] = {
         {"a lone file name at the end", "\"\"\na\tone\nb", true, {"one"}},
         {"no line end at the end", "text\na\tone", true, {"one"}},
@@ -161,7 +162,12 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         {"nothing", "", false, {}},
         {"an inner directory that isn't one", "\"\"\na\tone\nsub\ttwo\nb\tthree\n", false, {"one"}},
         {"a missing file", "\"\"\na\tone\nc\tthree\nb\ttwo\n", false, {"one"}},
-        {"a file larger than a section can be", "\"\"\na\tone\nlarge\tthree\nb\ttwo\n", false, {"one"}},
+        {"a file larger than a section can be",
+         "\"\"\nlarge\tone\nin\ttwo\nb\tthree\n",
+         true,
+         {"two", "three"},
+         "large: can't be read whole"},
+        {"one in a directory", "\"\"\nin\tone\n", true, {"one"}, "in/large: can't be read whole"},
         {"a path", "\"\"\n../outside\tone\n", false, {}},
         {"a section path", "\"\"\nx.idx?s\tone\n", false, {}},
         {"this directory", "\"\"\n.\tone\n", false, {}},
@@ -175,8 +181,11 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         {"outside", "secret"}, {"form/a", "1"}, {"form/b", "2"}, {"form/x.idx", containerBytes({{"s", "3"}})}};
     for (const auto& [name, bytes] : files) dir.write(name, bytes);
     dir.write("form/sub/Sections.list", "");
-    dir.write("form/large", "");
-    fs::resize_file(dir.path("form/large"), std::uintmax_t{1} << 31);
+    dir.write("form/in/Sections.list", "\"\"\nlarge\tone\n");
+    for (const char* large : {"form/large", "form/in/large"}) {
+        dir.write(large, "");
+        fs::resize_file(dir.path(large), std::uintmax_t{1} << 31);
+    }
     fs::create_symlink(dir.path("outside"), dir.path("form/link"));
     fs::create_symlink(".", dir.path("form/loop"));
     ASSERT_EQ(::mkfifo(dir.path("form/pipe").c_str(), 0600), 0);
@@ -184,6 +193,7 @@ TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
         FS_IndexFile index;
         EXPECT_EQ(collapse(index, "form", c.list), c.done) << c.what;
         EXPECT_EQ(namesOf(index), c.names) << c.what;
+        EXPECT_EQ(index.getWriteFailure().view(), c.missing) << c.what;
     }
 }
 

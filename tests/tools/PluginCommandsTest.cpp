@@ -66,7 +66,7 @@ TEST_F(PluginCommands, AFunctionIsLookedForInEach) {
 TEST_F(PluginCommands, WhatAPluginServesIsAPathLikeOthers) {
     put({"kept a/fs/kept.dll"});
     expect({{"cat kept:who", "a/fs/kept.dll"},
-            {"ls kept:", "http://kept/\nkept:who\n"},
+            {"ls kept:", "http://kept/x\nkept:who\n"},
             {"stat kept:who", HasSubstr("modified: 1000\n")},
             {"cp - kept:new", "", "", {.input = "x"}},
             {"cp kept:who copy"},

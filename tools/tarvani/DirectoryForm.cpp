@@ -83,6 +83,8 @@ int collapse(const std::string& directory, const std::string& path) {
     checkDirectory(directory, 1);
     FS_IndexFile index;
     if (!index.collapseFromDirectory(directory.c_str())) throw Failure{directory, "can't be read whole"};
+    // What is left out would be missing from the container.
+    if (!index.getWriteFailure().isNull()) throw Failure{directory, std::string(index.getWriteFailure().view())};
     saveContainer(index, path);
     return 0;
 }
