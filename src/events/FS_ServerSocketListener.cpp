@@ -30,7 +30,12 @@ FS_ServerSocketListener::FS_ServerSocketListener(UT_NetSocket* socket, int port,
 
 FS_ServerSocketListener::~FS_ServerSocketListener() {
     if (deleted) *deleted = true;
-    if (childExitCallback && !borrows) childExitCallback(*this, childExitData, true);
+    if (childExitCallback && !borrows) {
+        bool going = true;  // a loop that the callback runs doesn't find the exit any more
+        deleted = &going;
+        childExitCallback(*this, childExitData, true);
+        deleted = nullptr;
+    }
     childExitCallback = nullptr;
     deleteOnChildExit = false;
     closeServerSocket();

@@ -89,6 +89,7 @@ TEST_F(Connection, EndsWhenThePeerGoesOrTheCallbackClosesTheSocketOrDeletesTheLi
 
 TEST_F(Connection, IsNotServedAgainWhileItsCallbackRuns) {
     accept();
+    EXPECT_STREQ(peer->getClassName(), "FS_ConnectedSocketListener");
     answer = [&](UT_NetSocket& socket, const char*) {
         answer = nullptr;
         arrive(*client, *peer, "second\n");

@@ -34,11 +34,11 @@ protected:
         auto& self = *static_cast<Server*>(data);
         self.told += destroyed ? " goes" : " exited";
         if (listener.getPort() != -1) self.told += " open";
-        if (self.whenTold && !destroyed) self.whenTold(listener);
+        if (auto& then = destroyed ? self.whenGoing : self.whenTold) then(listener);
     }
 
     std::string told;
-    std::function<void(FS_ServerSocketListener&)> whenTold;
+    std::function<void(FS_ServerSocketListener&)> whenTold, whenGoing;
 };
 
 TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
@@ -150,6 +150,17 @@ TEST_F(Server, TellsThatItGoesBeforeItsChild) {
     service->closeSocketOnChildExit(child.pid(), true, tell, this);  // replaced without a word
     EXPECT_EQ(service->processEvents(), 1);
     delete service;
+    EXPECT_EQ(told, " goes open");
+
+    // A loop that this callback runs doesn't find the exit any more.
+    told.clear();
+    whenGoing = [](FS_ServerSocketListener& listener) {
+        EXPECT_FALSE(listener.areEventsWaiting());
+        EXPECT_EQ(listener.processEvents(), 1);
+    };
+    auto* const late = serve();
+    late->closeSocketOnChildExit(ended.pid(), true, tell, this);
+    delete late;
     EXPECT_EQ(told, " goes open");
 }
 
