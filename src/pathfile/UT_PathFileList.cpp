@@ -100,10 +100,11 @@ void UT_PathFile::computeFileList() {
 void UT_PathFile::addMatchingFiles(char* path, int) {
     if (!path) return;
     forEachMatch(path, [this](const std::string& file) {
-        UT_PathFileInfo* const info = createFileInfo();
+        std::unique_ptr<UT_PathFileInfo> info(createFileInfo());
         if (!info) return;
         info->placeOnDisk(file);
-        fileInfos.append(info);
+        fileInfos.append(info.get());
+        static_cast<void>(info.release());
     });
     listChanged();
 }
@@ -115,23 +116,24 @@ void UT_PathFile::removeMatchingFiles(char* path, int) {
     forEachMatch(path, [&](const std::string& file) { ++removals[file]; });
     if (removals.empty()) return;
     std::vector<UT_PathFileInfo*> kept;  // the last first
-    std::unordered_set<UT_PathFileInfo*> deleted;
+    std::unordered_set<UT_PathFileInfo*> removed;
     for (int i = fileInfos.entries() - 1; i >= 0; --i) {
         UT_PathFileInfo* const info = fileInfos(i);
-        if (deleted.contains(info)) continue;
+        if (removed.contains(info)) continue;
         const char* const fullPath = info ? info->getFullPath() : nullptr;
         const auto removal = fullPath ? removals.find(fullPath) : removals.end();
         if (removal == removals.end() || removal->second == 0) {
             kept.push_back(info);
         } else {
             --removal->second;
-            deleted.insert(info);
-            delete info;
+            removed.insert(info);
         }
     }
+    // From here on nothing takes memory, so no entry is deleted that is still in the list.
     fileInfos.clear();
     for (auto info = kept.rbegin(); info != kept.rend(); ++info) fileInfos.append(*info);
     listChanged();
+    for (UT_PathFileInfo* const info : removed) delete info;
 }
 
 UT_PathFileInfo* UT_PathFile::createFileInfo() {
@@ -186,10 +188,10 @@ void UT_PathFile::appendFileInfo(UT_PathFileInfo* info) {
 }
 
 UT_PathFileInfo* UT_PathFile::appendFileInfo(const char* path, int) {
-    UT_PathFileInfo* const info = createFileInfo();
+    std::unique_ptr<UT_PathFileInfo> info(createFileInfo());
     if (info) info->setFullPath(path);
-    appendFileInfo(info);
-    return info;
+    appendFileInfo(info.get());
+    return info.release();
 }
 
 void UT_PathFile::removeFileInfo(int index) {

@@ -131,6 +131,7 @@ TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
         {"*", "name=f.x index=2 computed? path? base? ext?", "hi/f.x hi/f.x f .x"},  // its variable expanded
         {"s/t/*", "name=f index=0 path?", "lo/s/t/f"},
         {"a/x* b/y", "name=f index=0 path?", "lo/a/x* b/f"},
+        {"/x", "name=f index=0 path?", "lo//f"},
         {"*", "base=f ext=.x name? path? index=1 path?", "f.x lo/f.x mid/f.x"},
         {"*", "name=- index=0 path?", "lo/"},
         {"*", "name=f index=3 path? computed? index=-1 path?", "- untouched -"},

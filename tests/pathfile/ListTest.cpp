@@ -95,6 +95,7 @@ TEST_F(PathFileList, NewFilesGoToTheHomeDirectoryOfThePath) {
         {path("mid"), "", 0, kMid, "mid"},
         {path("mid"), "a/x b/y", 0, kMid, "mid/a/x b"},  // followed by what the pattern has before its last slash
         {path("mi"), "*", 0, kMid, "mid"},
+        {path("mid"), "/x", 0, kMid, "mid"},
         {root().path(), "*", 0, kHi, "hi"},
         {"$PATHFILE_TEST_NONE", "*", 0, kHi, "hi"},  // all lie in no home
         {"/nowhere", "*", 0, kLo, "lo"},
