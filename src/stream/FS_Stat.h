@@ -12,9 +12,9 @@ struct FS_Stat {
     constexpr FS_Stat(long modTimeSeconds = 0, std::int64_t bytes = 0, bool directory = false, bool shortcut = false)
         : modTime(static_cast<std::int32_t>(std::clamp<long>(modTimeSeconds, std::numeric_limits<std::int32_t>::min(),
                                                              std::numeric_limits<std::int32_t>::max()))),
+          size(bytes),
           isDirectory(directory),
-          isShortcut(shortcut),
-          size(bytes) {}
+          isShortcut(shortcut) {}
 
     // True if all four fields are the same.
     constexpr bool operator==(const FS_Stat& other) const {
@@ -29,7 +29,7 @@ struct FS_Stat {
     }
 
     std::int32_t modTime;  // seconds since the epoch
+    std::int64_t size;     // bytes
     bool isDirectory : 1;  // a directory, or what its helper calls one
     bool isShortcut : 1;   // a symbolic link; a listing has it under what it leads to
-    std::int64_t size;     // bytes
 };

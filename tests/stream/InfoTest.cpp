@@ -93,10 +93,11 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
     writeWithMode("open/locked", 0444, "bytes");
     writeWithMode("open/secret", 0, "bytes");
     writeWithMode("closed/free", 0666, "bytes");
-    scratch.makeDirectory("blind");
+    for (const char* name : {"blind", "shut"}) scratch.makeDirectory(name);
     writeWithMode("open/x.idx", 0666, bytes);
     writeWithMode("open/locked.idx", 0444, bytes);
-    for (const auto& [name, mode] : {std::pair("open", 0777u), {"closed", 0755u}, {"blind", 0333u}, {"", 0755u}})
+    for (const auto& [name, mode] :
+         {std::pair("open", 0777u), {"closed", 0755u}, {"blind", 0333u}, {"shut", 0222u}, {"", 0755u}})
         std::filesystem::permissions(scratch.path(name), static_cast<std::filesystem::perms>(mode));
     const struct {
         const char *path, *expected;
@@ -115,6 +116,8 @@ TEST_F(Info, AnswersForFilesDirectoriesAndSectionsAsAUser) {
         {"a//b/", "------WDX"},
         {"../closed/new", "--------X"},
         {"../blind/new", "------WDX"},
+        {"../shut", "e-wd-----"},  // into which nobody gets
+        {"../shut/new", "--------X"},
         {"free/below", "--------X"},
         // Sections.
         {"x.idx?geo", "erw-FRW-X"},
