@@ -186,7 +186,9 @@ private:
     // answered.
     std::size_t readAvailable(char* out, std::size_t count) {
         if (count == 0) return 0;
-        const int first = std::getc(file_);
+        int first = EOF;
+        // A signal that comes while it waits is no failure.
+        while ((first = std::getc(file_)) == EOF && std::ferror(file_) && errno == EINTR) std::clearerr(file_);
         if (first == EOF) return 0;
         out[0] = static_cast<char>(first);
         std::size_t n = 1;

@@ -7,8 +7,8 @@
 //     UT_WorkBuffer line;
 //     while (file.getLine(line, '\n')) use(line.buffer());
 //
-// A stream is for one thread at a time. No operation throws; a failed read gives 0 or false and the stream is at its
-// end.
+// A stream is for one thread at a time. Nothing but std::bad_alloc is thrown; a failed read gives 0 or false and the
+// stream is at its end.
 #include <UT/UT_ByteSource.h>
 #include <UT/UT_Export.h>
 

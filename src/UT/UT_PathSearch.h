@@ -72,7 +72,7 @@ public:
     static int condenseCommon(UT_String& path);
 
     // In search order, with one element for each directory in all three. To be read, not changed.
-    UT_StringArray expandedDirs;   // variables expanded, without a trailing slash
+    UT_StringArray expandedDirs;   // variables expanded; a slash at the end of a value stays
     UT_StringArray pathDirs;       // counts the directories
     UT_StringArray condensedDirs;  // as written
 

@@ -87,6 +87,8 @@ TEST(WorkBuffer, NothingMakesNoHarm) {
     std::fill_n(buffer.lock(0, 9), 9, 'z');        // under the first lock, and beyond what that asked for
     for (int i = 0; i < 2; ++i) buffer.release(0);
     EXPECT_EQ(buffer.view(), "zzzzzzzzz");
+    buffer.strcpy("ab");
+    EXPECT_EQ(buffer.view(), "ab");
 }
 
 TEST(WorkBuffer, ReadsACFileByLines) {

@@ -33,15 +33,16 @@ TEST(String, ChangesNeverReachAReferencedText) {
     char source[] = "  A \"b c\"";
     UT_WorkArgs args;
     char* argv[4];
-    UT_String(source).toLower();
     UT_String(source).dosParse(args);
     UT_String(source).parseInPlace(argv, 4);
     UT_String(source).truncateMiddle(5);
-    UT_String place(source), appended(source);
+    UT_String place(source), appended(source), lower(source);
+    lower.toLower();
     *place.findNonSpace() = 'x';
     appended += "x";
     EXPECT_STREQ(source, "  A \"b c\"");
     EXPECT_EQ(place, "  x \"b c\"");
+    EXPECT_EQ(lower, "  a \"b c\"");
 }
 
 TEST(String, AdoptAndStealLeaveTheSourcePointingAtTheText) {
