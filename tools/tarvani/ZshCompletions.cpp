@@ -30,7 +30,7 @@ _tarvani_types() {
 
 )sh";
 
-// A text for the brackets of a specification in single quotes.
+// A text for the brackets of an entry in single quotes.
 std::string quoted(std::string_view text) {
     std::string out;
     for (const char c : text) {
@@ -74,18 +74,18 @@ std::string actionFor(const ArgumentInfo& argument) {
 }
 
 // ":FILE:_tarvani_path"; for a program it takes the rest of the line.
-std::string valueSpec(const ArgumentInfo& argument) {
+std::string valueEntry(const ArgumentInfo& argument) {
     const char* const colon = kindOf(argument) == ValueKind::Program ? ":*::" : ":";
     return argument.value.empty() ? "" : colon + quoted(argument.value) + ":" + actionFor(argument);
 }
 
-std::string optionSpecs(const ArgumentInfo& option) {
-    std::string specs;
+std::string optionEntries(const ArgumentInfo& option) {
+    std::string entries;
     for (const std::string& name : option.names) {
         const std::string exclusion = option.names.size() > 1 ? "(" + inOneLine(option.names) + ")" : "";
-        specs += " \\\n        '" + exclusion + name + "[" + quoted(option.help) + "]" + valueSpec(option) + "'";
+        entries += " \\\n        '" + exclusion + name + "[" + quoted(option.help) + "]" + valueEntry(option) + "'";
     }
-    return specs;
+    return entries;
 }
 
 // A function that offers the subcommands, and behind one calls its own.
@@ -101,9 +101,9 @@ std::string choice(const CommandInfo& command) {
            "    )\n    _describe -t commands subcommand list\n}\n\n" + name + "() {\n    local context state line\n" +
            "    typeset -A opt_args\n    _arguments -C" +
            [&] {
-               std::string specs;
-               for (const ArgumentInfo& option : command.options) specs += optionSpecs(option);
-               return specs;
+               std::string entries;
+               for (const ArgumentInfo& option : command.options) entries += optionEntries(option);
+               return entries;
            }() +
            " \\\n        '1:subcommand:" + name + "_subcommands' '*::argument:->argument' && return\n" +
            "    [[ $state == argument ]] || return 1\n    local curcontext=\"${curcontext%:*}-$words[1]:\"\n" +
@@ -113,12 +113,12 @@ std::string choice(const CommandInfo& command) {
 std::string leaf(const CommandInfo& command) {
     std::string text =
         functionFor(command) + "() {\n    local context state line\n    typeset -A opt_args\n    _arguments -S";
-    for (const ArgumentInfo& option : command.options) text += optionSpecs(option);
+    for (const ArgumentInfo& option : command.options) text += optionEntries(option);
     for (std::size_t i = 0; i < command.arguments.size(); ++i) {
         const ArgumentInfo& argument = command.arguments[i];
         const std::string place = argument.isRepeated ? "*" : std::to_string(i + 1);
         text += " \\\n        '" + place + (argument.isRequired || argument.isRepeated ? "" : ":") +
-                valueSpec(argument) + "'";
+                valueEntry(argument) + "'";
     }
     return text + "\n}\n\n";
 }
