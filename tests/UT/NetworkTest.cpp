@@ -7,22 +7,20 @@
 #include <memory>
 
 #include "../support/Network.h"
-#include "Table.h"
+#include "../support/Rules.h"
 
-TEST(NetPacket, AMaskHasFourFieldsAndMasksAreAList) {
-    for (const char* mask :
-         {"+.+.+.+", "10.*.+.3", "010.1.2.3", "1.1.1.1,10.1.2.3", " ,, 1.1.1.1 ,\t10.+.+.+ ", "bad +.+.+.+"})
-        EXPECT_NE(UT_NetPacket::matchIPMask(mask, "10.1.2.3", nullptr), 0) << mask;
-    for (const char* mask : {"10.1.2.4", "10.1.2.256", "+.+.+.+.+", "10.1.2", "10..2.3", "10.1.2.-3", "10.1.2.3x",
-                             "++.+.+.+", "-", "", static_cast<const char*>(nullptr)})
-        EXPECT_EQ(UT_NetPacket::matchIPMask(mask, "10.1.2.3", nullptr), 0) << (mask ? mask : "null");
-    for (const char* address : {"", static_cast<const char*>(nullptr), "+.1.2.3", "10.1.2.256", "10.1.2.3 ", "::1"})
-        EXPECT_EQ(UT_NetPacket::matchIPMask("+.+.+.+", address, nullptr), 0) << (address ? address : "null");
-}
-
-TEST(NetSocket, MapsPrivilegedPortsAlone) {
-    expectRows([](const auto& port) { return std::to_string(UT_NetSocket::mapToUnprivilegedPort(std::stoi(port))); },
-               {"-1 -> -1", "0 -> 0", "1 -> 10001", "1023 -> 11023", "1024 -> 1024", "65535 -> 65535"});
+TEST(NetworkRules, HoldForEachRow) {
+    const auto matched = [](const char* mask, const char* address) {
+        return UT_NetPacket::matchIPMask(mask, address, nullptr) ? "matches" : "none";
+    };
+    const auto mapped = [](const Columns& row) {
+        return std::to_string(UT_NetSocket::mapToUnprivilegedPort(std::stoi(row[0])));
+    };
+    expectRules(
+        TARVANI_RULES "/network.rules",
+        {{"mask", [&](const Columns& row) { return matched(row[0].c_str(), row[1].c_str()); }}, {"port", mapped}});
+    EXPECT_STREQ(matched("+.+.+.+", nullptr), "none");
+    EXPECT_STREQ(matched(nullptr, "10.1.2.3"), "none");
 }
 
 TEST(NetSocket, DoesNotListenWithTheLastDescriptor) {

@@ -1,6 +1,7 @@
 // Options, controls, dates, processes and the end of the process.
 #include "../support/Child.h"
 #include "../support/Environment.h"
+#include "../support/Rules.h"
 
 #include <UT/OptionScan.h>
 #include <UT/UT_Date.h>
@@ -16,7 +17,6 @@
 #include <sstream>
 
 #include "Streams.h"
-#include "Table.h"
 
 namespace {
 
@@ -31,9 +31,53 @@ std::string shown(const UT_OptionFile& options) {
     return all;
 }
 
-bool load(UT_Options& options, std::string_view text) {
-    UT_IStream stream = over(text);
-    return options.load("test", stream);
+std::string typed(const Columns& row) {
+    constexpr const char* kTypes[] = {"none", "int", "float", "bool", "string"};
+    UT_OptionFile options(nullptr);
+    options.setOptionFromText("x", UT_String(row[0].c_str()));
+    return kTypes[options.getOptionType("x")] + shown(options).substr(1);
+}
+
+std::string loaded(const Columns& row) {
+    UT_Options options;
+    UT_IStream stream = over(row[0]);
+    const bool done = options.load("test", stream);
+    EXPECT_STREQ(options.getSource(), "test");
+    EXPECT_EQ(done, options.getErrorLine() == 0);
+    return shown(options) + (done ? "" : ", a fault in line " + std::to_string(options.getErrorLine()));
+}
+
+// The letters with their arguments, then the index.
+std::string letters(const Columns& row) {
+    std::istringstream in(row[0]);
+    const std::vector<std::string> texts(std::istream_iterator<std::string>(in), {});
+    std::vector<const char*> words;
+    for (const std::string& text : texts)
+        words.push_back(text == "NULL" ? nullptr : text == "\"\"" ? "" : text.c_str());
+    OptionScan scan(static_cast<int>(words.size()), words.data(), "PCU:D:");
+    std::string all;
+    for (int letter = scan.next(); letter != OptionScan::kEnd; letter = scan.next()) {
+        all += static_cast<char>(letter);
+        all += scan.argument() ? "=" + std::string(scan.argument()) + " " : " ";
+    }
+    EXPECT_EQ(scan.next(), OptionScan::kEnd) << "the end stays the end";
+    return all + std::to_string(scan.index());
+}
+
+std::string controlled(const Columns& row) {
+    const WithVariable variable(row[0].c_str(), row.size() > 1 ? row[1].c_str() : nullptr);
+    for (const int number : {24, 25, 67, 91}) {
+        const auto control = static_cast<UT_IntControl>(number);
+        if (row[0] == UT_EnvControl::getVariable(control)) return std::to_string(UT_EnvControl::getInt(control));
+    }
+    return "unknown";
+}
+
+TEST(OptionRules, HoldForEachRow) {
+    expectRules(TARVANI_RULES "/options.rules",
+                {{"typed", typed}, {"loaded", loaded}, {"letters", letters}, {"control", controlled}});
+    EXPECT_EQ(OptionScan(3, nullptr, "P").next(), OptionScan::kEnd);
+    EXPECT_EQ(UT_EnvControl::getInt(static_cast<UT_IntControl>(0)), 0);
 }
 
 // Options.
@@ -70,86 +114,14 @@ TEST(OptionFile, MergingFillsInAndALaterValueHolds) {
     EXPECT_EQ(shown(child), "a=now text b=2");
 }
 
-TEST(OptionFile, TextGetsTheFirstTypeThatFits) {
-    const auto typed = [](const std::string& text) {
-        constexpr const char* kTypes[] = {"none", "int", "float", "bool", "string"};
-        UT_OptionFile options(nullptr);
-        options.setOptionFromText("x", UT_String(text.c_str()));
-        return kTypes[options.getOptionType("x")] + shown(options).substr(1);
-    };
-    static_assert(UT_OptionFile::INT == 1 && UT_OptionFile::FLOAT == 2 && UT_OptionFile::BOOL == 3);
-    expectRows(typed, {"12 -> int=12", "+2147483647 -> int=2147483647", "4294967296 -> float=4294967296",
-                       "-1.50 -> float=-1.5", "+.5e1 -> float=5", "1e999 -> string=1e999", "On -> bool=on",
-                       "FALSE -> bool=off", "once -> string=once", "nan -> string=nan", " -> string="});
-}
-
-TEST(Options, ReadANameAndAValueALine) {
-    UT_Options options;
-    EXPECT_TRUE(
-        load(options,
-             "# \"comment\n\n  width 640\r\n\"a name\"\t\"two\\nlines \\\"here\\\"\"\n #width 1\nflag off\nwidth 800"));
-    EXPECT_EQ(shown(options), "a name=two\nlines \"here\" flag=off width=800");
-    EXPECT_EQ(options.getOptionType("flag"), UT_OptionFile::BOOL);
-    EXPECT_STREQ(options.getSource(), "test");
-    EXPECT_TRUE(load(options, "")) << "an empty text is a set without options";
-    EXPECT_EQ(options.entries(), 3);
-}
-
-TEST(Options, AFaultyLineEndsTheReadingAndKeepsWhatCameBefore) {
-    for (const std::string& fault : {std::string("alone"), std::string("three words here"), std::string("\"\" value"),
-                                     std::string("alone \0value", 12)}) {
-        UT_Options options;
-        EXPECT_FALSE(load(options, "first 1\n" + fault + "\nlast 2\n")) << fault;
-        EXPECT_EQ(options.getErrorLine(), 2);
-        EXPECT_EQ(shown(options), "first=1");
-    }
+TEST(Options, WhatCannotBeReadIsNoEmptySet) {
     UT_Options options;
     UT_IFStream nothing("/no/such/file", UT_ISTREAM_BINARY);
     EXPECT_FALSE(options.load(nullptr, nothing));
     EXPECT_STREQ(options.getSource(), "");
     const CFile directory = openFile("/");
     UT_IStream failing(directory.get(), UT_ISTREAM_BINARY);
-    EXPECT_FALSE(options.load("/", failing)) << "what can't be read isn't an empty set";
-}
-
-TEST(OptionScan, FollowsThePosixRules) {
-    // The letters of a line of words with their arguments, then the index.
-    const auto seen = [](const std::string& line) {
-        std::istringstream in(line);
-        const std::vector<std::string> texts(std::istream_iterator<std::string>(in), {});
-        std::vector<const char*> words;
-        for (const std::string& text : texts)
-            words.push_back(text == "NULL" ? nullptr : text == "\"\"" ? "" : text.c_str());
-        OptionScan scan(static_cast<int>(words.size()), words.data(), "PCU:D:");
-        std::string all;
-        for (int letter = scan.next(); letter != OptionScan::kEnd; letter = scan.next()) {
-            all += static_cast<char>(letter);
-            all += scan.argument() ? "=" + std::string(scan.argument()) + " " : " ";
-        }
-        EXPECT_EQ(scan.next(), OptionScan::kEnd) << "the end stays the end";
-        return all + std::to_string(scan.index());
-    };
-    expectRows(seen, {"x -PC -Da -U b file -P -> P C D=a U=b 5", "x -PDa -> P D=a 2", "x -D -- -P -> D=-- P 4",
-                      "x -- -P -> 2", "x - -P -> 1", "x -P:z -P -> P ? ? P 3", "x -P -D -> P ? 3", "x -D \"\" -> D= 3",
-                      "x -P NULL -C -> P 2", " -> 1"});
-    EXPECT_EQ(OptionScan(3, nullptr, "P").next(), OptionScan::kEnd);
-}
-
-// The environment.
-
-TEST(EnvControl, TakesWholeNumbersInTheirRange) {
-    const auto valueOf = [](UT_IntControl control) {
-        return [control](const std::string& text) {
-            const WithVariable variable(UT_EnvControl::getVariable(control), text == "unset" ? nullptr : text.c_str());
-            return std::to_string(UT_EnvControl::getInt(control));
-        };
-    };
-    expectRows(valueOf(UT_CONTROL_DSO_ERROR), {"unset -> 1", "0 -> 0", " -> 1", "0x -> 1"});
-    expectRows(valueOf(UT_CONTROL_FEATURES_VERBOSE), {"-3 -> -3"});
-    expectRows(valueOf(UT_CONTROL_CPP_EXPAND_DIRECTIVES), {"unset -> 0"});
-    expectRows(valueOf(UT_CONTROL_HISTORY_LENGTH),
-               {"unset -> 20", "0 -> 1", "-99999999999 -> 1", "99999999999 -> 10000"});
-    EXPECT_EQ(UT_EnvControl::getInt(static_cast<UT_IntControl>(0)), 0);
+    EXPECT_FALSE(options.load("/", failing));
 }
 
 TEST(Date, IsLocalTimeInEnglish) {

@@ -1,12 +1,11 @@
 // Search paths: splitting, expansion, the known paths, and what is found where.
 #include "../support/Child.h"
 #include "../support/Environment.h"
+#include "../support/Rules.h"
 #include "../support/ScratchDir.h"
 
 #include <UT/UT_PathSearch.h>
 #include <gmock/gmock.h>
-
-#include "Table.h"
 
 namespace {
 
@@ -31,13 +30,7 @@ std::string knownPath(int number) {
 
 // The directories of a path.
 
-TEST(PathText, IsSplitAtColonsAndSemicolonsAndAnEmptyElementStandsForTheDefaults) {
-    const auto split = [](const char* defaults) {
-        return [=](const auto& text) { return barred(UT_PathSearch(defaults, -1, text.c_str(), -1).expandedDirs); };
-    };
-    expectRows(split(nullptr), {" -> ", "::; -> ", "/a:/b;c -> /a|/b|c|", "http://h/x:/b -> http://h/x|/b|",
-                                "/a/:::/b//:/ -> /a|/b|/|"});
-    expectRows(split("/d:/e"), {" -> /d|/e|", "/a -> /a|", "/a: -> /a|/d|/e|", "/a::/b -> /a|/d|/e|/b|"});
+TEST(PathText, GrowsByPathsAndByDirectoriesThatAreNotSplit) {
     constexpr char kWithoutEnd[] = {'/', 'a'};
     UT_PathSearch path(nullptr, -1, kWithoutEnd, 2);
     path.extendPath("/d", -1, nullptr, -1);
@@ -96,7 +89,7 @@ TEST(KnownPath, TheHomeDirectoryOfTheProductHasThreeSources) {
 class Search : public testing::Test {
 protected:
     Search() {
-        for (const char* name : {"one/a", "one/sub/x.dll", "two/a", "two/b"}) dir.write(name, "");
+        for (const char* name : {"one/a", "one/sub/x.dll", "two/a", "two/b", "b"}) dir.write(name, "");
         dir.makeDirectory("one/b");
     }
     const ScratchDir dir;
@@ -104,49 +97,43 @@ protected:
     const UT_PathSearch path{"one:three;two/", -1, "", 0};
 };
 
-TEST_F(Search, FindsTheFirstFileAndPassesOverDirectories) {
-    dir.write("b", "");
-    const InDirectory inTwo(dir.path("two"));
-    const UT_PathSearch fromTwo("../one:../two", -1, "", 0);
-    const auto find = [&](const std::string& name) {
-        UT_String result(name.c_str(), 1);  // the name may be the result's own text
-        const int done = fromTwo.findFile(result, result.buffer());
+TEST_F(Search, KeepsItsRules) {
+    const auto answer = [](int done, const UT_String& result) {
         EXPECT_EQ(done, !result.isNull());
         return std::string(result.view());
     };
-    expectRows(find, {"a -> ../one/a", "b -> ../two/b", "sub/x.dll -> ../one/sub/x.dll", "c -> ", " -> ", "/a -> ",
-                      "./b -> ./b", "../b -> ../b", "../a -> "});
-    EXPECT_EQ(find(dir.path("one/a")), dir.path("one/a"));
+    const auto directories = [](const Columns& row) {
+        const char* const defaults = row.size() > 1 ? row[1].c_str() : nullptr;
+        return barred(UT_PathSearch(defaults, -1, row[0].c_str(), -1).expandedDirs);
+    };
+    const auto first = [&](const Columns& row) {
+        UT_String result(row[0].c_str(), 1);  // the name may be the result's own text
+        return answer(path.findFile(result, result.buffer()), result);
+    };
+    const auto firstOf = [&](const Columns& row) {
+        UT_String result("old", 1);
+        return answer(path.findFileFromList(result, UT_PathSearch(row[0].c_str(), -1, "", 0).pathDirs), result);
+    };
+    expectRules(TARVANI_RULES "/searches.rules",
+                {{"directories", directories}, {"first", first}, {"firstOf", firstOf}});
     UT_String result("old", 1);
     EXPECT_EQ(path.findFile(result, nullptr), 0);
     EXPECT_TRUE(result.isNull());
+    EXPECT_EQ(answer(path.findFile(result, dir.path("one/a").c_str()), result), dir.path("one/a"));
 }
 
-TEST_F(Search, FindsAllFilesInSearchOrder) {
-    UT_StringArray out;
+TEST_F(Search, FindsAllInSearchOrderAndTheMatchingNamesOfASubdirectoryOnce) {
+    UT_StringArray out, names;
     out.append("before");
     EXPECT_EQ(path.findAllFiles("a", out), 2);
     EXPECT_EQ(path.findAllFiles("c", out) + path.findAllFiles(nullptr, out), 0);
     EXPECT_EQ(barred(out), "before|one/a|two/a|");
-}
-
-TEST_F(Search, GoesThroughAListDirectoryByDirectory) {
-    const auto find = [this](const std::string& names) {
-        UT_String result("old", 1);
-        const bool done = path.findFileFromList(result, UT_PathSearch(names.c_str(), -1, "", 0).pathDirs);
-        EXPECT_EQ(done, !result.isNull());
-        return std::string(result.view());
-    };
-    expectRows(find, {"b:a -> one/a", "b:c -> two/b", "a:sub/x.dll -> one/a", "c -> ", " -> ", "b:./two/a -> ./two/a"});
-}
-
-TEST_F(Search, MatchesEachNameOnceSortedWithinADirectory) {
     for (const char* name : {"one/sub/b.dll", "one/sub/b.txt", "two/sub/x.dll", "two/sub/a.dll"}) dir.write(name, "");
     dir.makeDirectory("two/sub/0.dll");
-    UT_StringArray out;
-    EXPECT_EQ(path.matchAllFilesInSubdirectory(".dll", "sub", false, out, false), 3);
-    EXPECT_EQ(barred(out), "b.dll|x.dll|a.dll|");
-    EXPECT_EQ(path.matchAllFilesInSubdirectory(nullptr, nullptr, false, out, false), 2) << "the directories themselves";
+    EXPECT_EQ(path.matchAllFilesInSubdirectory(".dll", "sub", false, names, false), 3);
+    EXPECT_EQ(barred(names), "b.dll|x.dll|a.dll|");
+    EXPECT_EQ(path.matchAllFilesInSubdirectory(nullptr, nullptr, false, names, false), 2)
+        << "the directories themselves";
 }
 
 }  // namespace

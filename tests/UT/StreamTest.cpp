@@ -1,6 +1,4 @@
 // Windows on byte sources: positions, ends, sharing, and how often a source is asked.
-#include "../support/ScratchDir.h"
-
 #include <UT/UT_String.h>
 #include <UT/UT_WorkBuffer.h>
 #include <gtest/gtest.h>
@@ -12,12 +10,11 @@
 #include <optional>
 #include <thread>
 
+#include "../support/Rules.h"
+#include "../support/ScratchDir.h"
 #include "Streams.h"
-#include "Table.h"
 
 namespace {
-
-constexpr std::size_t kBlock = UT_ByteSource::kBlockSize;
 
 // Serves a text, or one byte without an end, counts what it is asked for, and lies about it as it is told.
 struct Source : UT_ByteSource {
@@ -52,12 +49,41 @@ std::string numbered(std::size_t length) {
     return text;
 }
 
-// Each line with a bar behind it.
-std::string lines(UT_IStream& stream) {
+// What `next` gives piece by piece, each with a bar behind it.
+template <class Text, class Next>
+std::string barred(Next next) {
     std::string all;
-    UT_WorkBuffer line;
-    while (stream.getLine(line, '\n')) all.append(line.view()) += '|';
+    for (Text text; next(text);) all.append(text.view()) += '|';
     return all;
+}
+
+std::string lines(UT_IStream& stream) {
+    return barred<UT_WorkBuffer>([&](UT_WorkBuffer& line) { return stream.getLine(line, '\n'); });
+}
+
+std::string linesIn(const Columns& row) {
+    std::string found;
+    for (const bool sizeKnown : {true, false}) {
+        const auto source = std::make_shared<Source>(row[0]);
+        if (!sizeKnown) source->saidSize = -1;
+        UT_IStream stream = on(source);
+        const std::string given = lines(stream);
+        EXPECT_TRUE(stream.isEof() && (sizeKnown || given == found));
+        found = given;
+    }
+    return found;
+}
+
+std::string textIn(const Columns& row) {
+    UT_IStream stream = over(row[0]);
+    UT_String text;
+    return stream.readBinaryString(text, UT_ISTREAM_RLE32) ? text.buffer() : "none";
+}
+
+std::string wordsIn(const Columns& row) {
+    UT_IStream stream = over(row[0]);
+    UT_IStreamAutoBinary mode(stream, UT_ISTREAM_ASCII);
+    return barred<UT_String>([&](UT_String& word) { return stream.readString(word, false); });
 }
 
 std::string readAll(UT_IStream* owned) {
@@ -67,21 +93,13 @@ std::string readAll(UT_IStream* owned) {
 
 }  // namespace
 
-TEST(GetLine, GivesEachLineOnceWithOrWithoutALastEndAcrossAnyNumberOfBlocks) {
-    Rows<std::string, std::string> rows = {
-        {"", ""}, {"\n", "|"}, {"a\nb", "a|b|"}, {"a\n\nb\n", "a||b|"}, {"a\r\n", "a\r|"}};
-    for (const std::size_t length : {kBlock - 1, kBlock, kBlock + 1, 3 * kBlock + 17}) {
-        const std::string longLine(length, 'x');
-        rows.emplace_back("first\n" + longLine + "\nlast", "first|" + longLine + "|last|");
-    }
-    for (const bool sizeKnown : {true, false}) {
-        for (const auto& [text, expected] : rows) {
-            const auto source = std::make_shared<Source>(text);
-            if (!sizeKnown) source->saidSize = -1;
-            UT_IStream stream = on(source);
-            EXPECT_EQ(lines(stream), expected);
-            EXPECT_TRUE(stream.isEof());
-        }
+TEST(StreamRules, HoldForEachRow) {
+    expectRules(TARVANI_RULES "/streams.rules", {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}});
+    UT_IStream stream = over("text");
+    stream.pushBinary(UT_ISTREAM_ASCII);
+    for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
+        stream.popBinary();
+        EXPECT_TRUE(stream.isBinary());
     }
 }
 
@@ -117,11 +135,8 @@ TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
 }
 
 TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
-    const ScratchDir dir;
     const std::string text = numbered(200'000);
-    auto parent = std::make_unique<UT_IFStream>(dir.write("f", text).c_str(), UT_ISTREAM_BINARY);
-    const std::unique_ptr<UT_IStream> middle(parent->getSubStream(70'000, 100'000));
-    parent.reset();
+    const std::unique_ptr<UT_IStream> middle(over(text).getSubStream(70'000, 100'000));
     EXPECT_EQ(middle->tellg(), 0);
     EXPECT_EQ(readAll(*middle), text.substr(70'000, 100'000));
     EXPECT_EQ(middle->tellg(), 100'000);
@@ -232,40 +247,12 @@ TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
     EXPECT_EQ(readAll(null) + readAll(negative), "");
 }
 
-TEST(BinaryString, ALyingLengthCostsNoMoreThanTheBytesThatAreThere) {
-    const Rows<std::string_view, const char*> rows = {{{"\3\0\0\0geo", 7}, "geo"},
-                                                      {{"\0\0\0\0", 4}, ""},
-                                                      {{"\4\0\0\0a\0bc", 8}, "a"},
-                                                      {{"\4\0\0\0geo", 7}, "none"},
-                                                      {{"\xff\xff\xff\x7fgeo", 7}, "none"},
-                                                      {{"\xff\xff\xff\xffgeo", 7}, "none"},
-                                                      {{"\3\0", 2}, "none"}};
-    for (const auto& [bytes, expected] : rows) {
-        UT_IStream stream = over(bytes);
-        UT_String text;
-        EXPECT_STREQ(stream.readBinaryString(text, UT_ISTREAM_RLE32) ? text.buffer() : "none", expected) << bytes;
-    }
-}
-
 TEST(BinaryIntegers, AreLittleEndianAndCountedWhole) {
     UT_IStream stream = over(std::string_view("\1\2\3\4\xff\xff\xff\xff\7\0", 10));
     int values[3] = {};
     EXPECT_EQ(stream.bread(values, 3), 2);
     EXPECT_TRUE(values[0] == 0x04030201 && values[1] == -1);
     for (const int count : {INT_MAX, -1}) EXPECT_EQ(stream.bread(values, count), 0);
-}
-
-TEST(Words, AreReadInTextModeAndBinaryStringsOtherwise) {
-    UT_IStream stream = over(" plain\t\"two words\" \"q\\\"b\\\\n\\n\\t\\r\" \"\" a\"b \"open");
-    UT_IStreamAutoBinary mode(stream, UT_ISTREAM_ASCII);
-    UT_String word;
-    for (const char* expected : {"plain", "two words", "q\"b\\n\n\t\r", "", "a\"b", "open"})
-        EXPECT_TRUE(stream.readString(word, false) && word == expected) << expected;
-    EXPECT_FALSE(stream.readString(word, false));
-    for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
-        stream.popBinary();
-        EXPECT_TRUE(stream.isBinary());
-    }
 }
 
 TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {

@@ -1,15 +1,14 @@
-// Strings: who owns the characters, matching against a slow reference, words, numbers, short forms.
+// Strings: who owns the characters, and what a text means: patterns, words, numbers, order, short forms.
 #include <UT/UT_String.h>
 #include <UT/UT_WorkArgs.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <iterator>
-#include <random>
 #include <sstream>
 #include <vector>
 
-#include "Table.h"
+#include "../support/Rules.h"
 
 namespace {
 
@@ -106,51 +105,56 @@ TEST(String, ASuffixIsReplacedWhereItEndsTheText) {
     EXPECT_EQ(string, "scen");
 }
 
-// Matching
+// Meanings
 
-bool slowMatch(std::string_view text, std::string_view pattern) {
-    if (pattern.empty()) return text.empty();
-    if (pattern[0] == '*')
-        return slowMatch(text, pattern.substr(1)) ||
-               (!text.empty() && text[0] != '/' && slowMatch(text.substr(1), pattern));
-    return !text.empty() && (pattern[0] == '?' ? text[0] != '/' : text[0] == pattern[0]) &&
-           slowMatch(text.substr(1), pattern.substr(1));
+std::string matched(const Columns& row) {
+    int index = 7;
+    bool exact = true;
+    const bool found = UT_String(row[0].c_str()).multiMatch(row[1].c_str(), 1, ", ", &exact, &index);
+    EXPECT_TRUE(found || (index == -1 && !exact));
+    return found ? std::to_string(index) + (exact ? " plain" : "") : "none";
 }
 
-TEST(StringMatch, AgreesWithAReferenceThatTriesEverything) {
-    std::mt19937 random(1);
-    const auto randomText = [&](std::string_view letters, std::size_t longest) {
-        std::string text(random() % (longest + 1), ' ');
-        for (char& c : text) c = letters[random() % letters.size()];
-        return text;
-    };
-    int matches = 0;
-    for (int i = 0; i < 100'000; ++i) {
-        const std::string text = randomText("aab/*", 9), pattern = randomText("aab/***?", 7);
-        matches += slowMatch(text, pattern);
-        ASSERT_EQ(UT_String::match(text, pattern), slowMatch(text, pattern)) << text << " against " << pattern;
+// Each word with a bar behind it. The list of words has gone by then; the words stay.
+std::string words(const Columns& row) {
+    UT_String line(row[0].c_str());
+    std::vector<char*> kept;
+    {
+        UT_WorkArgs args;
+        const int count = line.dosParse(args);
+        EXPECT_EQ(count, args.entries());
+        kept.assign(args.argv(), args.argv() + count);
+        const UT_WorkArgs taken(std::move(args));
+        EXPECT_EQ(args.argv()[args.entries()], nullptr);  // still a list that can be read and appended to
     }
-    EXPECT_GT(matches, 1000);
+    std::string all;
+    for (const char* word : kept) all.append(word) += '|';
+    return all;
+}
+
+std::string kindOfNumber(const Columns& row) {
+    const UT_String string(row[0].c_str());
+    return !string.isFloat(0, 0) ? "none" : string.isInteger(0) ? "integer" : "real";
+}
+
+std::string shortened(const Columns& row) {
+    UT_String string(row[1].c_str());
+    const bool isCut = string.truncateMiddle(std::stoi(row[0]));
+    EXPECT_EQ(isCut, string != row[1].c_str());
+    return std::string(string.view());
+}
+
+TEST(StringRules, HoldForEachRow) {
+    expectRules(TARVANI_RULES "/strings.rules",
+                {{"match", matched}, {"words", words}, {"number", kindOfNumber}, {"middle", shortened}});
 }
 
 TEST(StringMatch, EndsWithManyStarsAndMindsCaseOnlyWhenAsked) {
     std::string pattern;
     for (int i = 0; i < 1000; ++i) pattern += "a*";
     EXPECT_FALSE(UT_String::match(std::string(20'000, 'a'), pattern + "b"));
-    for (const int minds : {1, 0}) EXPECT_EQ(UT_String("Scene.IDX").match("s*.idx", minds), !minds);
-}
-
-TEST(StringMatch, AListMatchesWithItsFirstPatternThatDoes) {
-    // Patterns and separators; whether one matches, which, and whether that is a plain name.
-    const Rows<const char*, const char*, int, int, bool> rows = {
-        {"*.txt, *.idx", ", ", 1, 1, false}, {" ,,a.idx,*", ", ", 1, 0, true},    {"x:a.idx", ":", 1, 1, true},
-        {" , ", ", ", 0, -1, false},         {"b.idx c.idx", ", ", 0, -1, false}, {"a*,*", nullptr, 0, -1, false}};
-    for (const auto& [patterns, separators, matches, which, plain] : rows) {
-        int index = 7;
-        bool exact = true;
-        EXPECT_EQ(UT_String("a.idx").multiMatch(patterns, 1, separators, &exact, &index), matches) << patterns;
-        EXPECT_TRUE(index == which && exact == plain) << patterns;
-    }
+    EXPECT_TRUE(UT_String("Scene.IDX").match("s*.idx", 0));
+    EXPECT_FALSE(UT_String("a.idx").multiMatch("a*,*", 1, nullptr, nullptr, nullptr)) << "one pattern";
 }
 
 TEST(StringCompare, NamesThatHoldNumbersComeInTheirOrder) {
@@ -169,64 +173,13 @@ TEST(StringCompare, NamesThatHoldNumbersComeInTheirOrder) {
     EXPECT_EQ(UT_String::compareNumberedString("A01b", "a01B", false), 0);
 }
 
-// Words and numbers
-
-// Each word with a bar behind it. The list of words has gone by then; the words stay.
-std::string words(const std::string& text) {
-    UT_String line(text.c_str());
-    std::vector<char*> kept;
-    {
-        UT_WorkArgs args;
-        const int count = line.dosParse(args);
-        EXPECT_EQ(count, args.entries());
-        kept.assign(args.argv(), args.argv() + count);
-        const UT_WorkArgs taken(std::move(args));
-        EXPECT_EQ(args.argv()[args.entries()], nullptr);  // still a list that can be read and appended to
-    }
-    std::string all;
-    for (const char* word : kept) all.append(word) += '|';
-    return all;
-}
-
-TEST(StringWords, WhiteSpaceSeparatesAndDoubleQuotesGroup) {
-    expectRows(words, {" \t\r\n\v\f -> ", "  a  bb\tc  -> a|bb|c|", R"("a b" c -> a b|c|)", R"(a "b c -> a|b c|)",
-                       R"("" "" -> ||)", R"(a " -> a||)", R"(x"a b"y""z w -> xa byz|w|)",
-                       R"(C:\d\ "q\" 'a b' -> C:\d\|q\|'a|b'|)"});
+TEST(StringWords, ParsedInPlaceAreNoMoreThanAskedFor) {
     UT_String line("100 \"a b\" rest of it", 1);
     char* argv[3] = {nullptr, nullptr, nullptr};
     EXPECT_EQ(line.parseInPlace(argv, 2), 2) << "no more than asked for";
     EXPECT_EQ(std::string(argv[0]) + "|" + argv[1], "100|a b");
     EXPECT_EQ(argv[2], nullptr);
     EXPECT_EQ(line.parseInPlace(argv, -1), 0);
-}
-
-TEST(StringNumbers, TheWholeTextMustBeTheNumber) {
-    const std::vector<const char*> integers = {"0", "-12", "+7", "2147483647", "-2147483648", "00000000000012"},
-                                   reals = {"2147483648", "-2147483649", "1.", ".5", "-1.5e+10", "1e5"},
-                                   neither = {"",    "-",  ".",  "+-1",  "1e",  "e5",
-                                              "1e+", " 1", "1 ", "0x10", "nan", "1.2.3"};
-    for (const auto* list : {&integers, &reals, &neither})
-        for (const char* text : *list) {
-            EXPECT_EQ(UT_String(text).isInteger(0), list == &integers) << text;
-            EXPECT_EQ(UT_String(text).isFloat(0, 0), list != &neither) << text;
-        }
-}
-
-TEST(StringTruncate, TheMiddleGoes) {
-    const auto upTo = [](int most) {
-        return [most](const std::string& text) {
-            UT_String string(text.c_str());
-            const bool cut = string.truncateMiddle(most);
-            EXPECT_EQ(cut, string != text.c_str());
-            return std::string(string.view());
-        };
-    };
-    expectRows(upTo(9), {"abcdefghi -> abcdefghi", "abcdefghij -> abc...hij", "ééééé -> é...é"});
-    expectRows(upTo(8), {"abcdefghij -> abc...ij"});
-    expectRows(upTo(5), {"abcdefghij -> a...j"});
-    expectRows(upTo(4), {"abcdef -> abcd"});
-    expectRows(upTo(2), {"€€ -> "});
-    expectRows(upTo(-5), {"abcdef -> "});
 }
 
 }  // namespace

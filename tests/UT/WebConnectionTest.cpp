@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "../support/Network.h"
+#include "../support/Rules.h"
 #include "../support/WebServers.h"
 
 using testing::ElementsAre;
@@ -37,39 +38,45 @@ Page retrieve(const ScriptedServer& server, const std::string& page = "/page") {
     return retrieve("127.0.0.1", server.port(), page);
 }
 
-// What is said of a page within limits that nobody has to wait for.
-std::string errorWithin(const WebLimits& limits, int port) {
-    return fetchPage(
-               {.host = "127.0.0.1", .port = port, .page = "/"}, [](auto) { return true; }, limits)
-        .error;
+// The body that the server at a port gives, or what is wrong with it.
+std::string fetch(int port, const WebLimits& limits) {
+    std::string body;
+    const auto take = [&](std::string_view piece) { return body += piece, true; };
+    const std::string error = fetchPage({.host = "127.0.0.1", .port = port, .page = "/"}, take, limits).error;
+    return error.empty() ? body : error;
 }
 
-// A server that says something, and then the same again and again, or nothing more.
-ScriptedServer::Answer says(const std::string& begin, const std::string& more = "", int pauseMs = 0) {
-    return [=](const Peer& peer, const std::string&) {
-        peer.say(begin);
-        if (more.empty()) return peer.wait();
-        peer.repeat(more, pauseMs);
-    };
+// Within limits that nobody has to wait for.
+std::string fetched(const Columns& row) {
+    const std::string then = row.size() > 1 ? row[1] : "";
+    const ScriptedServer server([&](const Peer& peer, const std::string&) {
+        peer.say(row[0]);
+        if (then == "waits") return peer.wait();
+        if (then == "resets") return peer.reset();
+        if (!then.empty()) peer.repeat(then, 1);
+    });
+    WebLimits limits{.answer = {.body = 1'000'000}};
+    if (then == "waits") limits.silenceMs = 50;
+    if (then == "x") limits.paceMs = 50, limits.paceBytes = 10'000;
+    return fetch(server.port(), limits);
 }
-
-const std::string kOk = "HTTP/1.1 200 OK\r\n";
 
 std::string ok(const std::string& body, const std::string& fields = "") {
-    return kOk + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
-
-std::string redirect(const std::string& location, int status = 302) {
-    return "HTTP/1.1 " + std::to_string(status) + " Elsewhere\r\nLocation: " + location + "\r\n\r\n";
+    return "HTTP/1.1 200 OK\r\n" + fields + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 }  // namespace
+
+TEST(WebConnection, HoldsItsRulesWhateverTheServerDoes) {
+    const auto before = descriptors();
+    expectRules(TARVANI_RULES "/fetches.rules", {{"fetched", fetched}});
+    EXPECT_EQ(descriptors(), before);
+}
 
 TEST(WebConnection, AsksForOnePageAndGivesItWithItsTime) {
     const std::string bytes("a\0b\r\n", 5);
     ScriptedServer server(ok(bytes, "Last-Modified: Sun, 06 Nov 1994 08:49:37 GMT\r\n"));
     const Page page = retrieve(server, "/d/page?x#part");
-    EXPECT_EQ(page.error, "");
     EXPECT_EQ(page.body, bytes);
     EXPECT_EQ(page.time, 784111777);
     EXPECT_THAT(page.header, StartsWith("HTTP/1.1 200 OK\r\nLast-Modified: "));
@@ -83,12 +90,18 @@ TEST(WebConnection, AsksForOnePageAndGivesItWithItsTime) {
         const int time = retrieve("localhost", timeless.port(), "/").time;
         EXPECT_TRUE(before <= time && time <= std::time(nullptr)) << time;
     }
+    const ScriptedServer failing("HTTP/1.1 404 Not Found\r\n\r\n"),
+        endless("HTTP/1.1 200 OK\r\nContent-Length: 2147483648\r\n\r\n");
+    EXPECT_THAT(retrieve(failing).header, StartsWith("HTTP/1.1 404 Not Found"));
+    EXPECT_EQ(retrieve(endless).error, "a length that is none, or too long a page");
 }
 
 TEST(WebConnection, FollowsFiveRedirectsAndNoMore) {
     ScriptedServer server([](const Peer& peer, const std::string& request) {
         const int left = request[5] - '0', statuses[] = {301, 302, 303, 307, 308};
-        peer.say(left > 0 ? redirect(std::to_string(left - 1), statuses[left % 5]) : ok("the end"));
+        peer.say(left == 0 ? ok("the end")
+                           : "HTTP/1.1 " + std::to_string(statuses[left % 5]) +
+                                 " Elsewhere\r\nLocation: " + std::to_string(left - 1) + "\r\n\r\n");
     });
     EXPECT_EQ(retrieve(server, "/5").body, "the end");
     EXPECT_EQ(server.requests().size(), 6u);
@@ -106,58 +119,11 @@ TEST(WebConnection, NothingIsSentForWhatCouldForgeARequest) {
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
-TEST(WebConnection, OtherAnswersAreFailuresInTheServersWords) {
-    for (const std::string status : {"404 Not Found", "206 Partial Content", "304 Not Modified", "101 Switching"}) {
-        const ScriptedServer server("HTTP/1.1 " + status + "\r\nContent-Length: 3\r\n\r\nsee");
-        const Page page = retrieve(server);
-        EXPECT_EQ(page.error, status);
-        EXPECT_THAT(page.header, StartsWith("HTTP/1.1 " + status));
-    }
-    const ScriptedServer talkative("HTTP/1.1 500 " + std::string(5000, 'x') + "\r\n\r\n");
-    EXPECT_EQ(retrieve(talkative).error.size(), 100u);
-}
-
-TEST(WebConnection, AnAnswerThatBreaksOffNeverEndsOrLeadsAstrayLeavesNothing) {
-    const std::string endless(10'000, 'x');
-    const struct {
-        const char* error;
-        ScriptedServer::Answer answer;
-    } cases[] = {
-        {"no answer", [](const Peer&, const std::string&) {}},
-        {"the page is cut short",
-         [](const Peer& peer, const std::string&) { peer.say(kOk + "Content-Length: 9\r\n\r\nhello"); }},
-        {"Connection reset by peer",
-         [](const Peer& peer, const std::string&) {
-             peer.say(kOk + "\r\nhello");
-             peer.reset();
-         }},
-        {"a length that is none, or too long a page", says(kOk + "Content-Length: 2147483648\r\n\r\n", endless)},
-        {"the header is too long", says(kOk, "A: " + endless + "\r\n")},
-        {"the header is too long", says("", endless)},
-        {"a redirect that leads to no http address", says(redirect("https://127.0.0.1/"))},
-        {"a redirect that leads to no http address", says(redirect("/x\tHost: evil"))},
-        {"a header line that is none", says(redirect("/x\rSet-Cookie: evil"))},
-    };
-    const auto before = descriptors();
-    for (const auto& c : cases) EXPECT_EQ(retrieve(ScriptedServer(c.answer)).error, c.error);
-    EXPECT_EQ(descriptors(), before);
-}
-
-TEST(WebConnection, NoServerHoldsTheCallerForEver) {
-    const WebLimits silence{.silenceMs = 50}, pace{.paceMs = 50, .paceBytes = 10'000};
-    for (const std::string& said : {std::string(), std::string("HTTP/1.1"), kOk + "\r\n", kOk + "\r\nsome of it"})
-        EXPECT_EQ(errorWithin(silence, ScriptedServer(says(said)).port()), "the server sends nothing") << said;
-    for (const std::string& begin : {kOk + "A: ", kOk + "\r\n"})  // a byte now and then, in the header or behind it
-        EXPECT_EQ(errorWithin(pace, ScriptedServer(says(begin, "x", 1)).port()), "the server sends too slowly");
-    const ScriptedServer endless(says(kOk + "\r\n", std::string(10'000, 'x')));
-    EXPECT_EQ(errorWithin({.answer = {.body = 1'000'000}}, endless.port()), "the page is too long");
-}
-
 TEST(WebConnection, ConnectingHasAnEnd) {
     int port = 0;
     const int listening = listenSomewhere(port, 0);
     const Client first(port);  // whoever comes when the queue is full gets no answer at all
-    EXPECT_EQ(errorWithin({.connectMs = 50}, port), "Connection timed out");
+    EXPECT_EQ(fetch(port, {.connectMs = 50}), "Connection timed out");
     ::close(listening);
-    EXPECT_EQ(errorWithin({}, port), "Connection refused");
+    EXPECT_EQ(fetch(port, {}), "Connection refused");
 }
