@@ -183,7 +183,7 @@ bool FS_IndexFile::collapseLevel(const char* path, int level) {
 
 bool FS_IndexFile::collapseList(int level) {
     const std::string path = here(kListFile);
-    if (platform::fileStatus(path.c_str()).kind != FileKind::File) return false;
+    if (platform::linkStatus(path.c_str()).kind != FileKind::File) return false;
     FS_Reader list(path.c_str());
     if (list.getStream() == nullptr || !list.isGood()) return false;
     UT_IStream& in = *list.getStream();

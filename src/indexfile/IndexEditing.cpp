@@ -129,7 +129,9 @@ bool FS_IndexFile::addFrom(FS_Reader& source, const char* name, UT_String* reaso
     else if (size <= INT_MAX)
         bytes = readExactly(in, static_cast<int>(size));
     if (size > INT_MAX) return refuse(reason, "is larger than a section can be (2147483647 bytes)");
-    if (!bytes || in.hasFailed()) return refuse(reason, "can't be read to its end");
+    // A section that reaches beyond the end of its file is shorter than its table says.
+    if (!bytes || in.hasFailed() || (in.getSize() >= 0 && size < source.getLength()))
+        return refuse(reason, "can't be read to its end");
     sectionFor(name).setContent(std::move(bytes), static_cast<int>(size), source.getModTime());
     return true;
 }

@@ -129,9 +129,11 @@ TEST_F(DirectoryForm, FailsWhereItCannotGo) {
     dir.write("start/Sections.list", "\"\"\n");
     dir.makeDirectory("without list");
     dir.makeDirectory("directory/Sections.list");
+    dir.makeDirectory("link");
+    fs::create_symlink(dir.path("start/Sections.list"), dir.path("link/Sections.list"));
     FS_IndexFile index;
-    for (const std::string& path :
-         {dir.path("plain"), dir.path("missing"), dir.path("without list"), dir.path("directory"), std::string()})
+    for (const std::string& path : {dir.path("plain"), dir.path("missing"), dir.path("without list"),
+                                    dir.path("directory"), dir.path("link"), std::string()})
         EXPECT_FALSE(index.collapseFromDirectory(path.c_str())) << path;
     EXPECT_FALSE(index.collapseFromDirectory(nullptr) || index.expandToDirectory(nullptr));
 }

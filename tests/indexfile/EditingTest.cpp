@@ -30,19 +30,21 @@ TEST(AddingASection, DoesNothingWhereItCannot) {
     const ScratchDir dir;
     const std::string huge = dir.write("huge", "");
     dir.cutAt("huge", std::uintmax_t{1} << 31);
+    const std::string cut = dir.write("cut.idx", containerHead(1) + tableEntry("a", 0, 3) + "ab") + "?a";
     FS_IndexFile index;
     index.addSection(nullptr, "x", 1, 0);
     index.addSection("a", "x", -1, 0);
     index.addSection("a", nullptr, 1, 0);
     index.removeSection(nullptr);
     index.modifySection("a", "x", 1, 0);
-    for (const char* file : {static_cast<const char*>(nullptr), "/no/such/file", "/", huge.c_str()})
+    for (const char* file : {static_cast<const char*>(nullptr), "/no/such/file", "/", huge.c_str(), cut.c_str()})
         index.addSection("a", file);
     // What another container can't deliver must not arrive as something else.
     index.addSection("a", FS_IndexFile(memoryReader(containerHead(1) + tableEntry("a", 0, 1 << 30) + "x")));
     UT_String reason;
     EXPECT_FALSE(index.linkSection("a", huge.c_str(), &reason));
     EXPECT_THAT(reason.buffer(), HasSubstr("2147483647"));
+    EXPECT_FALSE(index.linkSection("a", cut.c_str(), &reason));
     EXPECT_EQ(index.getNumSections(), 0);
 
     index.addSection("a", nullptr, 0, 0);
