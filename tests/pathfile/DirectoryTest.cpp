@@ -9,37 +9,37 @@
 
 class DirectoryListing : public PathFiles {
 protected:
-    // The names that match, each behind a blank.
+    // The names that match.
     static std::string names(const UT_Directory& directory, const char* pattern = nullptr) {
         UT_StringArray found;
         found.append("before");
         const int added = directory.getFiles(pattern, found);
         EXPECT_EQ(added, found.entries() - 1);
-        std::string all;
-        for (int i = 1; i < found.entries(); ++i) all.append(" ").append(found(i).view());
-        return all;
+        Texts all;
+        for (int i = 1; i < found.entries(); ++i) all.emplace_back(found(i).view());
+        return joined(all);
     }
 };
 
-TEST_F(DirectoryListing, KeepsNamesByPatternAndDotAndGivesThemSorted) {
-    write({"lo/b.a", "lo/a.a", "lo/x.b", "lo/y.c", "lo/.x.a", "lo/sub/inner"});
-    const struct {
-        const char* pattern;
-        int dotNames;
-        const char *walked, *expected;
-    } cases[] = {{nullptr, 0, nullptr, " a.a b.a sub x.b y.c"},
-                 {nullptr, 1, nullptr, " .x.a a.a b.a sub x.b y.c"},
-                 {".x.a", 0, nullptr, ""},
-                 {".x.a", 1, nullptr, " .x.a"},
-                 {"*.a, *.b", 0, nullptr, " a.a b.a x.b"},
-                 {"*.a *.b", 0, "x*,?.a", " a.a b.a x.b"},  // two filters in a row
-                 {"*.a", 0, "x*", ""},
-                 {"*.A", 0, nullptr, ""},
-                 {"", 0, nullptr, ""}};
-    for (const auto& c : cases) {
-        const UT_Directory directory(path("lo").c_str(), c.pattern, c.dotNames);
-        EXPECT_EQ(names(directory, c.walked), c.expected) << text(c.pattern) << " " << text(c.walked);
-    }
+TEST_F(DirectoryListing, KeepsTheRulesOfNamesAndPreferences) {
+    write({"hi/b.a", "hi/a.a", "hi/x.b", "hi/y.c", "hi/.x.a", "hi/sub/inner"});
+    write({"lo/x", "lo/x.nosave", "mid/x", "lo/y.nosave", "mid/z.nosave.nosave", "mid/z.nosave"});
+    const auto listed = [](const Columns& row) {
+        const UT_Directory directory(path("hi").c_str(), nullable(row[0]), std::stoi(row[1]));
+        return names(directory, nullable(row[2]));
+    };
+    const auto preferred = [](const Columns& row, bool isNoSave) {
+        UT_String found(nullable(row[0]), 1);  // the name may be the text that the answer replaces
+        const bool before = isNoSave;
+        const bool done = UTfindPreferenceFile(std::stoi(row[1]), found.buffer(), found, isNoSave);
+        EXPECT_TRUE(done || isNoSave == before) << "untouched where nothing is found";
+        return relative(found.buffer()) + (done && isNoSave ? " nosave" : "");
+    };
+    const auto preference = [&](const Columns& row) {
+        EXPECT_EQ(preferred(row, true), preferred(row, false));
+        return preferred(row, true);
+    };
+    expectRules(TARVANI_RULES "/directories.rules", {{"listed", listed}, {"preference", preference}});
 }
 
 TEST_F(DirectoryListing, IsASnapshotThatAnswersLiterallyAndInEveryForm) {
@@ -49,7 +49,7 @@ TEST_F(DirectoryListing, IsASnapshotThatAnswersLiterallyAndInEveryForm) {
     write({"lo/c"});
     for (const char* name : {"a*", "b"}) EXPECT_TRUE(directory.findFile(name)) << name;
     for (const char* name : {"c", "*", "a", "", static_cast<const char*>(nullptr)})
-        EXPECT_FALSE(directory.findFile(name)) << text(name);
+        EXPECT_FALSE(directory.findFile(name)) << (name ? name : "null");
     UT_PtrArray<const char*> pointers;
     EXPECT_EQ(directory.getFiles("b", pointers), 1);
     EXPECT_STREQ(pointers(0), "b");
@@ -87,30 +87,4 @@ TEST_F(DirectoryListing, WhatCantBeListedIsEmpty) {
         EXPECT_EQ(std::to_string(directory.entries()) + names(directory), "0") << place;
     }
     EXPECT_EQ(UT_Directory(nullptr, nullptr, 1).entries(), 0);
-}
-
-TEST_F(PathFiles, OfPreferencesTheNoSaveFileGoesFirstInEachDirectory) {
-    write({"lo/x", "lo/x.nosave", "mid/x", "lo/y.nosave", "mid/z.nosave.nosave", "mid/z.nosave"});
-    const struct {
-        const char *name, *found;  // "-": nothing
-        bool isNoSave;
-        int knownPath = 0;
-    } cases[] = {
-        {"x", "mid/x", false},  // a directory nearer the front goes before the suffix
-        {"y", "lo/y.nosave", true},
-        {"y.nosave", "lo/y.nosave", false},
-        {"z.nosave", "mid/z.nosave.nosave", true},
-        {"none", "-", true},
-        {"", "-", true},
-        {nullptr, "-", true},
-        {"x", "-", true, -1},
-    };
-    for (const auto& c : cases) {
-        UT_String found(c.name, 1);
-        bool isNoSave = c.found[0] == '-' ? c.isNoSave : !c.isNoSave;  // untouched where nothing is found
-        // The name may be the text that the answer replaces.
-        EXPECT_EQ(UTfindPreferenceFile(c.knownPath, found.buffer(), found, isNoSave), c.found[0] != '-');
-        EXPECT_EQ(relative(found.buffer()), c.found) << text(c.name);
-        EXPECT_EQ(isNoSave, c.isNoSave) << text(c.name);
-    }
 }

@@ -10,9 +10,7 @@ class Entry : public PathFiles {
 protected:
     using Info = UT_PathFileInfo;
 
-    // Leads an entry through steps and gives its answers. "part=value" sets a part, "part?" asks for it; "-" is null,
-    // '' the empty text, and lo/, mid/ and hi/ begin the paths of files there. "apart" takes the path apart, "pattern"
-    // is that of the list, "root" the variable in front of hi/.
+    // Leads an entry through the steps of rules/entries.rules and gives its answers.
     static std::string lead(Info& info, const std::string& steps) {
         static const std::map<std::string, Part> parts = {
             {"path", texts(&Info::setFullPath, &Info::getFullPath)},
@@ -55,7 +53,7 @@ private:
     };
     template <class Set, class Get>
     static Part texts(Set set, Get get) {
-        return {[=](Info& i, const std::string& v) { (i.*set)(v == "-" ? nullptr : placed(v).c_str()); },
+        return {[=](Info& i, const std::string& v) { (i.*set)(nullable(placed(v))); },
                 [=](Info& i) { return shown((i.*get)()); }};
     }
     template <class Set, class Get>
@@ -72,101 +70,20 @@ private:
     }
 };
 
-TEST_F(Entry, APathComesApart) {
-    const struct {
-        const char *path, *parts;
-    } cases[] = {{"/d/a.txt.hide", "/d a.txt a .txt 1 0 0"},
-                 {"/d/a.hide.append", "/d a a - 1 1 0"},
-                 {"/d/a.nosave.hide.nosave", "/d a a - 1 0 1"},
-                 {"/d/a.hide.txt", "/d a.hide.txt a .txt 0 0 0"},
-                 {"/d/.hide", "/d '' '' - 1 0 0"},
-                 {"/d/.x", "/d .x '' .x 0 0 0"},
-                 {"/d/a.", "/d a. a . 0 0 0"},
-                 {"/d/ahide", "/d ahide ahide - 0 0 0"},
-                 {"/d.e/f", "/d.e f f - 0 0 0"},
-                 {"f", ". f f - 0 0 0"},
-                 {"/f", "'' f f - 0 0 0"},
-                 {"/d/", "/d '' '' - 0 0 0"}};
-    UT_PathFile list;
-    for (const auto& c : cases) {
+TEST_F(Entry, KeepsItsRules) {
+    const auto apart = [](const Columns& row) {
+        UT_PathFile list;
         Info info(&list);
-        const std::string path = std::string("path=") + c.path;
-        EXPECT_EQ(lead(info, path + " apart=1 dir? name? base? ext? hide? append? nosave?"), c.parts) << c.path;
-        EXPECT_EQ(info.getDirIndex(), 1);
-    }
-}
-
-TEST_F(Entry, APartThatIsAskedForFollowsFromWhatWasSet) {
-    const struct {
-        const char *pattern, *steps, *answers;
-        int knownPath = 0;
-    } cases[] = {
-        {"*", "path? name? base? ext? index? hide? append? nosave? filtered? dir? disk?",
-         "- - - - 0 0 0 0 0 - ''"},  // a new entry
-        // Its directory is the lowest below which a token fits, with one control suffix and no more.
-        {"*", "path=hi/a apart? index?", "1 2"},
-        {"*", "index=7 path=lo/sub/a apart? index? path=mid/sub/a index?", "0 7 7"},
-        {" x*  b/*.txt ", "path=mid/b/a.txt.nosave index?", "1"},
-        {"a", "path=mid/a.append apart? path=mid/a.append.hide apart?", "1 0"},
-        {"a*", "path=mid/a.append.hide apart?", "1"},
-        {"^a", "path=mid/^a apart? path=mid/a apart?", "1 0"},
-        {"*", "root=/r* path=/root/hi/a apart? root=/r path=/root/hi/a apart? path=/r/hi/a apart?", "1 0 1"},
-        {"", "path=mid/a apart?", "0"},
-        {nullptr, "path=mid/a apart?", "0"},
-        {"*/*", "path=lo/sub/a apart? index?", "1 0", 1},  // both directories of path 1 hold it
-        {"*", "path=lo/sub/a apart? index?", "1 1", 1},
-        {"*", "path=mid/a apart?", "0", 2},
-        // From a path. A directory is told only once the path has been taken apart.
-        {"*", "path=mid/a.b.hide dir? index? dir?", "- 1 mid"},
-        {"*", "path=mid/a.b name? path=mid/c.d base? path=mid/e.f ext?", "a.b c .f"},
-        {"*", "path=mid/a.hide hide? path=lo/a.append append? path=hi/a.nosave nosave? index?", "1 1 1 2"},
-        {"*", "path=mid/a computed? disk?", "mid/a ''"},
-        {"*", "path=mid/a.hide hide? path=mid/b hide?", "1 1"},  // a flag is never cleared by a path
-        {"*", "path=mid/a index=0 path? dir?", "lo/a mid"},
-        // One that fits nowhere leaves what was there, and is tried again.
-        {"b", "name=n index=1 path=lo/a name? base? index? apart? path?", "n - 1 0 lo/a"},
-        {"b", "path=lo/a name? pattern=* name?", "- a"},
-        {"*", "path=- name? index? apart?", "- 0 0"},
-        // From parts.
-        {"*", "name=f.x index=2 computed? path? base? ext?", "hi/f.x hi/f.x f .x"},  // its variable expanded
-        {"s/t/*", "name=f index=0 path?", "lo/s/t/f"},
-        {"a/x* b/y", "name=f index=0 path?", "lo/a/x* b/f"},
-        {"/x", "name=f index=0 path?", "lo//f"},
-        {"*", "base=f ext=.x name? path? index=1 path?", "f.x lo/f.x mid/f.x"},
-        {"*", "name=- index=0 path?", "lo/"},
-        {"*", "name=f index=3 path? computed? index=-1 path?", "- untouched -"},
-        // Of several flags one shows.
-        {"*", "base=f hide=1 append=1 nosave=1 path? hide=0 path? append=0 path? nosave=0 path?",
-         "lo/f.hide lo/f.append lo/f.nosave lo/f"},
-        // What changes keeps the rest, of a name with several dots its middle too.
-        {"*", "path=mid/a.b.c.hide name=q path?", "mid/q.hide"},
-        {"*", "path=mid/a.b.c.hide base=k path? name?", "mid/k.b.c.hide k.b.c"},
-        {"*", "path=mid/a.b.c.hide ext=.z path? base?", "mid/a.b.z.hide a"},
-        {"*", "path=mid/a.b.c.hide index=2 path?", "hi/a.b.c.hide"},
-        {"*", "path=mid/a.b.c.hide hide=0 append=1 path?", "mid/a.b.c.append"},
-        {"*", "path=mid/a.b.c.hide hide=1 name? path?", "a.b.c mid/a.b.c.hide"},
-        {"*", "path=mid/a.b.c base=k path=mid/x.y base=z path?", "mid/z.y"},  // no middle of an earlier name
-        {"*", "path=lo/a.b.c name? path=/no/x base=k ext=.z name?", "a.b.c k.z"},
-        {"*", "path=mid/a.b.c ext=- name? path?", "a.b mid/a.b"},
-        // A path that was made gives the parts that a change needs; before it there are none.
-        {"*", "name=f.x index=1 computed? base=g name? path?", "mid/f.x f.x -"},
-        {"*", "name=f.x index=1 dir? base=g path?", "- mid/g.x"},
-        {"*", "name=f.x index=1 ext? base=g name? path?", ".x g.x mid/g.x"},
-        {"*", "name=f.x index=1 path? base=g path?", "mid/f.x mid/g.x"},
-        {"*", "name=f.x index=1 path? ext=.y path?", "mid/f.x mid/f.y"},
-        {"*", "name=f.x index=1 path? hide=1 path?", "mid/f.x mid/f.x.hide"},
-        {"*", "name=f index=0 append=1 path?", "-"},
-        {"*", "name=f index=0 base? ext? append=1 path?", "f - lo/f.append"},
-        {"*", "path=mid/a.b base=k path? index=0 name=q path?", "mid/k.b lo/q"},
-        {"*", "filtered=3 filtered? filtered=2 filtered? path=mid/a disk=x path? disk?", "1 0 mid/a x"},
+        return lead(info, "path=" + row[0] + " apart=1 dir? name? base? ext? hide? append? nosave?");
     };
-    for (const auto& c : cases) {
+    const auto led = [](const Columns& row) {
         const WithVariable variable("PATHFILE_TEST_ROOT", root().path().c_str());
-        UT_PathFile file;
-        file.setSearchPath(c.knownPath, c.pattern);
-        Info info(&file);
-        EXPECT_EQ(lead(info, c.steps), c.answers) << text(c.pattern) << " " << c.steps;
-    }
+        UT_PathFile list;
+        list.setSearchPath(row.size() > 2 ? std::stoi(row[2]) : 0, nullable(row[0]));
+        Info info(&list);
+        return lead(info, row[1]);
+    };
+    expectRules(TARVANI_RULES "/entries.rules", {{"apart", apart}, {"led", led}});
 }
 
 TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {

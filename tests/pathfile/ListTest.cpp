@@ -1,55 +1,27 @@
 // The list: what a pattern finds, its order, and how callers change it.
-#include <map>
-
 #include "../support/Environment.h"
 #include "PathFiles.h"
 
 class PathFileList : public PathFiles {};
 
-TEST_F(PathFileList, HoldsWhatThePatternFindsInTheOrderOfReading) {
-    const struct {
-        Texts files;
-        std::vector<std::pair<const char*, Texts>> lists;  // by pattern
-    } sets[] = {
-        {{"lo/a", "lo/a.hide", "lo/a.append", "lo/a.nosave", "lo/a.other", "lo/.dot.txt", "lo/x.txt", "lo/x.txt.hide",
-          "lo/x.txt.nosave", "lo/x.txt.append", "lo/x.txt.other", "lo/d1/b.txt", "lo/d1/b.txt.nosave",
-          "lo/d2/b.txt.hide", "lo/d2/c/e", "hi/x.txt"},
-         {{" \t\n", {}},
-          {nullptr, {}},
-          {"none n*", {}},
-          {" a.hide  a \n", {"lo/a", "lo/a.append", "lo/a.hide", "lo/a.hide"}},
-          {"a*", {"lo/a.nosave", "lo/a", "lo/a.append", "lo/a.hide", "lo/a.other"}},
-          {"x.t*t", {"lo/x.txt.nosave", "lo/x.txt", "lo/x.txt.append", "lo/x.txt.hide", "hi/x.txt"}},
-          {"*t.txt", {"lo/.dot.txt"}},
-          {"d*/b.txt", {"lo/d1/b.txt", "lo/d2/b.txt.hide"}},  // a literal name has no ".nosave"
-          {"d*/b.t*t", {"lo/d1/b.txt.nosave", "lo/d1/b.txt", "lo/d2/b.txt.hide"}},
-          {"d*/*/e", {"lo/d2/c/e"}},
-          {"a ./d2/c", {"lo/a", "lo/a.append", "lo/a.hide", "lo/./d2/c"}}}},
-        // A token behind a caret takes away what earlier ones added.
-        {{"lo/a.txt", "lo/b.txt", "lo/b.txt.hide", "lo/b.txt.append", "lo/b.txt.nosave", "hi/b.txt", "hi/d/b"},
-         {{"*.txt ^b.txt", {"lo/a.txt", "lo/b.txt.nosave"}},
-          {"*.txt ^b.*xt", {"lo/a.txt"}},
-          {"^b.txt b.*t", {"lo/b.txt.nosave", "lo/b.txt", "lo/b.txt.append", "lo/b.txt.hide", "hi/b.txt"}},
-          {"*.txt ^*.txt a.txt", {"lo/a.txt"}},
-          {"a.txt *.txt ^a.txt ^b*", {"lo/a.txt"}},  // found twice, taken away once
-          {"a.txt *.txt ^a.txt ^a.txt ^b*", {}},
-          {"d/* ^*/b", {}},
-          {"a.txt ^ ^^a.txt", {"lo/a.txt"}}}},
-        // In order of the numbers in names, then of directories.
-        {{"lo/f10", "hi/f9", "mid/f9.hide", "mid/f9", "lo/F1", "hi/f9.append"},
-         {{"*", {"lo/F1", "mid/f9", "mid/f9.hide", "hi/f9", "hi/f9.append", "lo/f10"}}}},
-        // Of several suffixes ".hide" decides, then ".nosave".
-        {{"lo/a", "lo/a.hide.nosave", "lo/a.append.nosave"},
-         {{"*", {"lo/a.append.nosave", "lo/a", "lo/a.hide.nosave"}}}},
-        // Names may hold any byte, and what was found is no pattern again.
-        {{"lo/\\ \n[?]^.txt", "lo/\x01\xff.txt"}, {{"*.txt", {"lo/\x01\xff.txt", "lo/\\ \n[?]^.txt"}}}},
-        {{"lo/c*/x", "lo/cc/x"}, {{"c*/x", {"lo/c*/x", "lo/cc/x"}}, {"c*/x ^c*/x", {}}}},
-    };
-    for (const auto& set : sets) {
+TEST_F(PathFileList, KeepsItsRules) {
+    const auto tree = [](const Columns& row) {
         empty();
-        write(set.files);
-        for (const auto& [pattern, expected] : set.lists) EXPECT_EQ(list(pattern), expected) << text(pattern);
-    }
+        write(split(row[0]));
+        return joined(list("*"));
+    };
+    const auto found = [](const Columns& row) { return joined(list(nullable(row[0]))); };
+    const auto read = [&](const Columns& row) { return tree(row), joined(entries(Found(), 1)); };
+    const auto newFiles = [](const Columns& row) {
+        const bool isTest = !row[0].starts_with('/') && !row[0].starts_with('$');
+        const WithVariable none("PATHFILE_TEST_NONE", ""),
+            home("TARVANI_HOME", isTest ? root().path(row[0]).c_str() : row[0].c_str());
+        const Found file(row[1].c_str(), std::stoi(row[2]));
+        EXPECT_EQ(file.getHomeDirIndex(), file.getDefaultDirIndex());
+        return std::to_string(file.getDefaultDirIndex()) + " " + relative(file.getDefaultDir());
+    };
+    expectRules(TARVANI_RULES "/lists.rules",
+                {{"tree", tree}, {"list", found}, {"read", read}, {"newFiles", newFiles}});
 }
 
 TEST_F(PathFileList, DirectoriesThatAreGoneAddNothing) {
@@ -71,9 +43,9 @@ TEST_F(PathFileList, IsComputedWhenItIsNeeded) {
     EXPECT_STREQ(file.getSearchPattern(), "");
     EXPECT_EQ(file.getDirCount(), 3) << "those of path 0";
     file.setSearchPath(-1, "*");
-    const std::map<int, std::string> directories = {
-        {-1, "-"}, {kLo, "lo"}, {kMid, "mid"}, {kHi, "$PATHFILE_TEST_ROOT/hi"}, {3, "-"}};
-    for (const auto& [index, directory] : directories) EXPECT_EQ(relative(file.getDir(index)), directory);
+    Texts directories;
+    for (int i = -1; i < 4; ++i) directories.push_back(relative(file.getDir(i)));
+    EXPECT_EQ(joined(directories), "- lo mid $PATHFILE_TEST_ROOT/hi -");
     EXPECT_EQ(file.getFileInfoCount(0), 0);
     file.applyStandardFilter();
     write({"lo/b"});
@@ -83,33 +55,6 @@ TEST_F(PathFileList, IsComputedWhenItIsNeeded) {
     EXPECT_EQ(entries(file), Texts{"lo/a"}) << "the old entries stay until the list is needed";
     file.applyStandardFilter();
     EXPECT_EQ(entries(file), (Texts{"lo/a", "lo/b"}));
-}
-
-TEST_F(PathFileList, NewFilesGoToTheHomeDirectoryOfThePath) {
-    const struct {
-        std::string home;
-        const char* pattern;
-        int knownPath, index;
-        const char* directory;
-    } cases[] = {
-        {path("mid"), "", 0, kMid, "mid"},
-        {path("mid"), "a/x b/y", 0, kMid, "mid/a/x b"},  // followed by what the pattern has before its last slash
-        {path("mi"), "*", 0, kMid, "mid"},
-        {path("mid"), "/x", 0, kMid, "mid"},
-        {root().path(), "*", 0, kHi, "hi"},
-        {"$PATHFILE_TEST_NONE", "*", 0, kHi, "hi"},  // all lie in no home
-        {"/nowhere", "*", 0, kLo, "lo"},
-        {"/nowhere", "s/*", 2, 0, "/s"},
-        {"/nowhere", "*", 2, 0, "-"},
-    };
-    const WithVariable none("PATHFILE_TEST_NONE", "");
-    for (const auto& c : cases) {
-        const WithVariable home("TARVANI_HOME", c.home.c_str());
-        const Found file(c.pattern, c.knownPath);
-        EXPECT_EQ(file.getHomeDirIndex(), c.index) << c.home;
-        EXPECT_EQ(file.getDefaultDirIndex(), c.index) << c.home;
-        EXPECT_EQ(relative(file.getDefaultDir()), c.directory) << c.home;
-    }
 }
 
 TEST_F(PathFileList, CallersAddAndRemoveEntries) {

@@ -12,9 +12,11 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "../support/Rules.h"
 #include "../support/ScratchDir.h"
 
 class PathFiles : public testing::Test {
@@ -72,8 +74,18 @@ protected:
     };
     // The whole list of a pattern, in the order of reading.
     static Texts list(const char* pattern, int knownPath = 0) { return entries(Found(pattern, knownPath)); }
-};
 
-inline std::string text(const char* characters) {
-    return characters ? characters : "-";
-}
+    // In tables: texts with a blank between them, and "-" for null.
+    static std::string joined(const Texts& texts) {
+        std::string all;
+        for (const std::string& text : texts) all.append(all.empty() ? "" : " ").append(text);
+        return all;
+    }
+    static Texts split(const std::string& text) {
+        std::istringstream in(text);
+        Texts words;
+        for (std::string word; std::getline(in, word, ' ');) words.push_back(word);
+        return words;
+    }
+    static const char* nullable(const std::string& text) { return text == "-" ? nullptr : text.c_str(); }
+};

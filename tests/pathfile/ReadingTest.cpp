@@ -20,30 +20,6 @@ protected:
     }
 };
 
-TEST_F(PathFileReading, ALaterEntryReplacesHidesOrAppends) {
-    const struct {
-        Texts files, expected;
-    } cases[] = {
-        {{"lo/a", "mid/a"}, {"mid/a"}},
-        {{"lo/a", "mid/a.append", "hi/a.append"}, {"lo/a", "mid/a.append", "hi/a.append"}},
-        {{"lo/a", "mid/a.append", "hi/a"}, {"hi/a"}},
-        {{"lo/a", "mid/a.hide"}, {}},
-        {{"lo/a.hide", "mid/a"}, {"mid/a"}},
-        {{"lo/a", "mid/a.hide", "hi/a.append"}, {"hi/a.append"}},
-        {{"lo/a.append"}, {"lo/a.append"}},
-        {{"lo/a", "mid/a.nosave"}, {"mid/a.nosave"}},
-        {{"hi/a.nosave", "hi/a"}, {"hi/a"}},
-        {{"hi/a", "hi/a.hide"}, {}},
-        {{"lo/a", "lo/a.append", "hi/b", "hi/ab.hide"}, {"lo/a", "lo/a.append", "hi/b"}},  // names don't mix
-        {{"lo/a", "hi/a.hide.append"}, {"lo/a"}},  // hides nothing, since it appends, and doesn't count, since it hides
-    };
-    for (const auto& c : cases) {
-        empty();
-        write(c.files);
-        EXPECT_EQ(entries(Found(), 1), c.expected) << testing::PrintToString(c.files);
-    }
-}
-
 // One that is empty, a directory, gone or nowhere is passed over.
 TEST_F(PathFileReading, LinesOfAllFilesFollowEachOtherAndNoneSpansTwo) {
     const std::pair<const char*, const char*> files[] = {
