@@ -82,36 +82,28 @@ TEST(OptionRules, HoldForEachRow) {
 
 // Options.
 
-TEST(OptionFile, KeepsTheTypeOfAValue) {
-    UT_OptionFile options(nullptr);
+TEST(OptionFile, KeepsTypesAndMergingFillsIn) {
+    UT_OptionFile options(nullptr), others(nullptr);
     options.setOption("i", -7);
     options.setOption("f", 0.1f);
     options.setOption("b", false);
     options.setOption("s", UT_String("text"));
     options.setOption("literal", "no truth value");
-    options.setOption("", 1);
-    options.setOption(nullptr, 1);
-    EXPECT_EQ(shown(options), "b=off f=0.1 i=-7 literal=no truth value s=text");
+    for (const char* nameless : {"", static_cast<const char*>(nullptr)}) options.setOption(nameless, 1);
+    for (const char* name : {"i", "x"}) others.setOption(name, 2);
+    options.merge(others);
+    options.merge(options);
+    others.setOption("x", 3);
+    EXPECT_EQ(shown(options), "b=off f=0.1 i=-7 literal=no truth value s=text x=2");
     EXPECT_EQ(options.getOptionType("literal"), UT_OptionFile::STRING);
-    for (const int outside : {-1, 5}) EXPECT_EQ(options.getName(outside), nullptr);
+    options.setOption("i", "now text");
+    EXPECT_EQ(options.getOptionType("i"), UT_OptionFile::STRING);
+    for (const int outside : {-1, 6}) EXPECT_EQ(options.getName(outside), nullptr);
     for (const char* unknown : {"I", static_cast<const char*>(nullptr)}) {
         UT_String value;
         EXPECT_FALSE(options.hasOption(unknown) || options.getOption(unknown, value, "missing"));
         EXPECT_EQ(value, "missing");
     }
-}
-
-TEST(OptionFile, MergingFillsInAndALaterValueHolds) {
-    UT_OptionFile parent(nullptr), child(nullptr);
-    parent.setOption("a", 1);
-    parent.setOption("b", 1);
-    child.setOption("b", 2);
-    child.merge(parent);
-    child.merge(child);
-    parent.setOption("a", 3);
-    EXPECT_EQ(shown(child), "a=1 b=2");
-    child.setOption("a", "now text");
-    EXPECT_EQ(shown(child), "a=now text b=2");
 }
 
 TEST(Options, WhatCannotBeReadIsNoEmptySet) {

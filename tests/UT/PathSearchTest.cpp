@@ -28,23 +28,16 @@ std::string knownPath(int number) {
     return inChild(tell) == 0 ? dir.read("told") : "the child failed";
 }
 
-// The directories of a path.
-
-TEST(PathText, GrowsByPathsAndByDirectoriesThatAreNotSplit) {
+TEST(PathText, GrowsByPathsAndByDirectoriesThatAreNotSplitAndKeepsThemAsWritten) {
+    const WithVariable place("TARVANI_TEST", "/place/"), nothing("TARVANI_TEST_EMPTY", "");
     constexpr char kWithoutEnd[] = {'/', 'a'};
     UT_PathSearch path(nullptr, -1, kWithoutEnd, 2);
     path.extendPath("/d", -1, nullptr, -1);
-    path.extendPath(nullptr, -1, "/b:$NO_SUCH_VARIABLE:/c", -1);
+    path.extendPath(nullptr, -1, "$TARVANI_TEST:$TARVANI_TEST_EMPTY:${TARVANI_TEST}b/:$NO_SUCH_VARIABLE", -1);
     for (const char* directory : {"/d:e", "", static_cast<const char*>(nullptr)}) path.appendPath(directory);
-    EXPECT_EQ(barred(path.expandedDirs), "/a|/d|/b|$NO_SUCH_VARIABLE|/c|/d:e|");
-}
-
-TEST(PathText, KeepsTheDirectoriesAsTheyAreWrittenToo) {
-    const WithVariable place("TARVANI_TEST", "/place/"), nothing("TARVANI_TEST_EMPTY", "");
-    const UT_PathSearch path("$TARVANI_TEST:$TARVANI_TEST_EMPTY:${TARVANI_TEST}sub/", -1, "", 0);
-    EXPECT_EQ(barred(path.condensedDirs), "$TARVANI_TEST|${TARVANI_TEST}sub|");
-    EXPECT_EQ(barred(path.expandedDirs), "/place/|/place/sub|");
-    EXPECT_EQ(path.pathDirs.entries(), 2);
+    EXPECT_EQ(barred(path.condensedDirs), "/a|/d|$TARVANI_TEST|${TARVANI_TEST}b|$NO_SUCH_VARIABLE|/d:e|");
+    EXPECT_EQ(barred(path.expandedDirs), "/a|/d|/place/|/place/b|$NO_SUCH_VARIABLE|/d:e|");
+    EXPECT_EQ(path.pathDirs.entries(), 6);
 }
 
 // The known paths.

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <thread>
 
 #include "../support/Rules.h"
@@ -93,8 +94,31 @@ std::string readAll(UT_IStream* owned) {
 
 }  // namespace
 
+// What steps on a stream give. With a third column the source doesn't know its size.
+std::string stepped(const Columns& row) {
+    const auto source = std::make_shared<Source>(row[0]);
+    if (row.size() > 2) source->saidSize = -1;
+    auto stream = std::make_unique<UT_IStream>(source, UT_ISTREAM_BINARY);
+    std::istringstream steps(row[1]);
+    std::string answers, verb;
+    const auto tell = [&](const std::string& answer) { answers.append(answers.empty() ? "" : " ").append(answer); };
+    for (int at = 0, count = 0; steps >> verb;) {
+        if (verb == "end") tell(stream->isEof() ? "end" : "more");
+        if (verb == "tell") tell(std::to_string(stream->tellg()));
+        if (verb == "seek" && steps >> at) tell(stream->seekg(at, 0) ? "done" : "no");
+        if (verb == "sub" && steps >> at >> count) stream.reset(stream->getSubStream(at, count));
+        if (verb == "read" && steps >> count) {
+            std::string bytes(static_cast<std::size_t>(count), 'x');
+            bytes.resize(static_cast<std::size_t>(stream->bread(bytes.data(), count)));
+            tell("'" + bytes + "'");
+        }
+    }
+    return answers;
+}
+
 TEST(StreamRules, HoldForEachRow) {
-    expectRules(TARVANI_RULES "/streams.rules", {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}});
+    expectRules(TARVANI_RULES "/streams.rules",
+                {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}, {"steps", stepped}});
     UT_IStream stream = over("text");
     stream.pushBinary(UT_ISTREAM_ASCII);
     for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
@@ -103,47 +127,12 @@ TEST(StreamRules, HoldForEachRow) {
     }
 }
 
-TEST(IsEof, IsTrueOnceTheLastByteWasTakenOrNoneWasFound) {
-    char byte = 0;
-    const auto sizeless = std::make_shared<Source>("a");
-    sizeless->saidSize = -1;
-    UT_IStream two = over("ab"), unknown = on(sizeless);
-    for (const bool last : {false, true}) {
-        EXPECT_FALSE(two.isEof());
-        EXPECT_EQ(two.bread(&byte, 1), 1);
-        EXPECT_EQ(two.isEof(), last);
-    }
-    EXPECT_TRUE(two.seekg(1, 0));
-    EXPECT_FALSE(two.isEof()) << "going back makes it readable again";
-    EXPECT_EQ(unknown.bread(&byte, 1), 1);
-    EXPECT_FALSE(unknown.isEof() || over("").isEof()) << "nobody knows until a read was tried";
-    EXPECT_EQ(unknown.bread(&byte, 1), 0);
-    EXPECT_TRUE(unknown.isEof() && unknown.seekg(0, 0) && !unknown.isEof());
-    UT_WorkBuffer line;
-    EXPECT_TRUE(unknown.getLine(line, '\n') && unknown.isEof()) << "where no line end was found";
-}
-
 TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
-    const ScratchDir dir;
-    const std::string missing = dir.path("missing");
-    for (const char* path : {missing.c_str(), dir.path().c_str(), "", static_cast<const char*>(nullptr)}) {
+    for (const char* path : {"/no/such/file", "/", "", static_cast<const char*>(nullptr)}) {
         UT_IFStream stream(path, UT_ISTREAM_BINARY);
-        EXPECT_TRUE(stream.isEof());
-        EXPECT_FALSE(stream.seekg(0, 0));
+        EXPECT_TRUE(stream.isEof() && !stream.seekg(0, 0));
         EXPECT_EQ(readAll(stream) + readAll(stream.getSubStream(0, 10)), "");
     }
-}
-
-TEST(SubStream, CountsFromZeroStaysInsideAndOutlivesItsParent) {
-    const std::string text = numbered(200'000);
-    const std::unique_ptr<UT_IStream> middle(over(text).getSubStream(70'000, 100'000));
-    EXPECT_EQ(middle->tellg(), 0);
-    EXPECT_EQ(readAll(*middle), text.substr(70'000, 100'000));
-    EXPECT_EQ(middle->tellg(), 100'000);
-    EXPECT_TRUE(middle->seekg(99'990, 0));
-    EXPECT_EQ(readAll(*middle), text.substr(169'990, 10));
-    EXPECT_EQ(readAll(middle->getSubStream(99'000, 5'000)), text.substr(169'000, 1'000)) << "never beyond its window";
-    EXPECT_EQ(readAll(middle->getSubStream(200'000, 5)) + readAll(middle->getSubStream(10, 0)), "");
 }
 
 TEST(SubStream, WindowsDoNotDisturbEachOtherNorOnDifferentThreads) {
@@ -222,7 +211,7 @@ TEST(Source, ThatLiesDoesNoHarm) {
 
 TEST(Seeking, EndsAtTheLastPositionThatThereCanBe) {
     std::string out(200'000, 'x');
-    UT_IStream stream = on(std::make_shared<Source>()), text = over("abc");
+    UT_IStream stream = on(std::make_shared<Source>());
     for (const int wanted : {100, 200'000}) {
         EXPECT_TRUE(stream.seekg(INT64_MAX - 3, 0));
         EXPECT_EQ(stream.bread(out.data(), wanted), 3);
@@ -231,9 +220,6 @@ TEST(Seeking, EndsAtTheLastPositionThatThereCanBe) {
     EXPECT_EQ(readAll(stream.getSubStream(INT64_MAX - 3, INT64_MAX)).size(), 3u);
     EXPECT_FALSE(stream.seekg(-1, 0));
     EXPECT_FALSE(stream.seekg(0, 1)) << "positions count from the beginning alone";
-    EXPECT_TRUE(text.seekg(INT64_MAX, 0));
-    EXPECT_FALSE(text.isEof()) << "nothing was tried";
-    EXPECT_EQ(readAll(text) + (text.seekg(1, 0) ? readAll(text) : ""), "bc");
 }
 
 TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
