@@ -1,61 +1,55 @@
 // Renderer definitions: what a file of them gives, case by case (../preprocessor/cases/features.cases), and what
-// callers get whatever it says. Definitions are read once in a process, so everything here runs in one of its own.
+// callers get whatever it says.
 #include <UT/UT_OptionFile.h>
 #include <UT/UT_String.h>
 #include <features/FS_RibFeatures.h>
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <fstream>
 #include <string>
-#include <vector>
 
-#include "../preprocessor/CaseFile.h"
-#include "../support/Child.h"
+#include "../support/CaseFile.h"
 #include "../support/Environment.h"
-#include "../support/ScratchDir.h"
 
 namespace {
 
-std::string optionOf(const UT_OptionFile& options, const std::string& key) {
+std::string textOf(const UT_OptionFile& options, const char* key) {
     UT_String text;
-    return options.getOption(key.c_str(), text, "") ? key + ": " + std::string(text.view()) : "no " + key;
+    return options.getOption(key, text, "") ? std::string(text.view()) : "(none)";
 }
 
-std::string tokenOf(const UT_OptionFile& options) {
-    UT_String token;
-    options.getOption("rib.renderer.token", token, "");
-    return std::string(token.view());
-}
-
-// What there is, told in the lines that the case has: of each renderer the keys that it asks for.
-std::vector<std::string> describe(const std::vector<std::string>& expected) {
-    std::vector<std::string> lines;
-    int next = 0;
-    const auto tellNext = [&] { lines.push_back("renderer: " + tokenOf(*FS_RibFeatures::getRenderer(next++)) + "\n"); };
-    for (const std::string& line : expected) {
-        if (line.starts_with("renderer: ")) {
-            if (next == FS_RibFeatures::entries()) break;
-            tellNext();
-        } else if (next > 0) {
-            const std::size_t start = line.starts_with("    no ") ? 7 : 4;
-            const std::string key = line.substr(start, line.find_first_of(":\n") - start);
-            lines.push_back("    " + optionOf(*FS_RibFeatures::getRenderer(next - 1), key) + "\n");
+// All renderers, each with its options.
+Lines describe() {
+    Lines lines;
+    for (int i = 0; i < FS_RibFeatures::entries(); ++i) {
+        const UT_OptionFile& options = *FS_RibFeatures::getRenderer(i);
+        const std::string token = textOf(options, "rib.renderer.token");
+        const bool isFound = FS_RibFeatures::getRenderer(token.c_str()) == &options;
+        lines.push_back("renderer: " + token + (isFound ? "\n" : " isn't found\n"));
+        for (int k = 0; k < options.entries(); ++k) {
+            const char* const key = options.getName(k);
+            const std::string sign = options.getOptionType(key) == UT_OptionFile::STRING ? ": " : " = ";
+            lines.push_back("    " + (key + sign) + textOf(options, key) + "\n");
         }
     }
-    while (next < FS_RibFeatures::entries()) tellNext();
     return lines;
 }
 
+Lines step(const CaseRun& run, const std::string& verb, const std::string& rest) {
+    const UT_OptionFile* options = nullptr;
+    if (verb == "write") std::ofstream(run.directory + "/ROPfeatures") << rest;
+    if (verb == "default") return {FS_RibFeatures::getDefaultRenderer() + std::string("\n")};
+    if (verb == "count") return {std::to_string(FS_RibFeatures::entries()) + "\n"};
+    if (verb == "at") options = FS_RibFeatures::getRenderer(std::stoi(rest));
+    if (verb == "named") options = FS_RibFeatures::getRenderer(rest == "(null)" ? nullptr : rest.c_str());
+    if (verb == "at" || verb == "named") return {options ? textOf(*options, "rib.renderer.label") + "\n" : "none\n"};
+    return {};
+}
+
 std::string runFeatures(const CaseRun& run) {
-    const WithVariable path("TARVANI_PATH", run.directory.c_str());
-    const std::vector<std::string> expected = run.lines("renderers");
-    std::string fault = difference(expected, describe(expected));
-    for (int i = 0; i < FS_RibFeatures::entries(); ++i) {
-        UT_OptionFile* const byPlace = FS_RibFeatures::getRenderer(i);
-        if (FS_RibFeatures::getRenderer(tokenOf(*byPlace).c_str()) != byPlace)
-            fault += tokenOf(*byPlace) + " isn't found by its name\n";
-    }
-    return fault;
+    const WithVariable path("TARVANI_PATH", (run.directory + ":" + run.directory + "/second").c_str());
+    const std::string fault = runSteps(run, [&](const auto& verb, const auto& rest) { return step(run, verb, rest); });
+    return fault + difference(run.lines("renderers"), describe());
 }
 
 TEST(FeatureCases, GiveTheirRenderersAndReports) {
@@ -68,46 +62,6 @@ TEST(FeatureCases, GiveTheirRenderersAndReports) {
             if (verbose) c.expected.emplace_back("stderr", c.section("reports"));
             EXPECT_EQ(runCase(c, runFeatures), "") << c.title << (verbose ? ", with reports" : "");
         }
-    }
-}
-
-TEST(RibFeatures, AreReadOnceFromTheFirstFileAlongThePath) {
-    const ScratchDir dir;
-    dir.makeDirectory("empty");
-    dir.write("one/ROPfeatures", "#include <more>\n{ rib.renderer.token one } { rib.renderer.token \"\" }");
-    dir.write("two/ROPfeatures", "{ rib.renderer.token unread }");
-    dir.write("two/more", "{ rib.renderer.token 2 samples 4 motion On }");
-    const std::string both = dir.path("one") + ":" + dir.path("two"), empty = dir.path("empty");
-    const std::pair<std::string, std::function<void()>> processes[] = {
-        {both,
-         [] {
-             EXPECT_EQ(FS_RibFeatures::entries(), 3);
-             for (const char* token : {static_cast<const char*>(nullptr), "unread", "One", "prman11"})
-                 EXPECT_EQ(FS_RibFeatures::getRenderer(token), nullptr);
-             for (const int index : {-1, 3, 1 << 30}) EXPECT_EQ(FS_RibFeatures::getRenderer(index), nullptr);
-             EXPECT_EQ(FS_RibFeatures::getRenderer(""), FS_RibFeatures::getRenderer(0));
-             EXPECT_EQ(FS_RibFeatures::getRenderer("one"), FS_RibFeatures::getRenderer(2));
-             const UT_OptionFile* const two = FS_RibFeatures::getRenderer("2");
-             ASSERT_NE(two, nullptr);
-             EXPECT_EQ(two->getOptionType("samples"), UT_OptionFile::INT);
-             EXPECT_EQ(two->getOptionType("motion"), UT_OptionFile::BOOL);
-             EXPECT_EQ(two->getOptionType("rib.renderer.label"), UT_OptionFile::STRING);
-         }},
-        {empty,
-         [&] {
-             EXPECT_EQ(FS_RibFeatures::entries(), 0);
-             dir.write("empty/ROPfeatures", "{ rib.renderer.token late }");
-             EXPECT_EQ(FS_RibFeatures::entries(), 0);
-             EXPECT_EQ(FS_RibFeatures::getRenderer("late"), nullptr);
-         }},
-        {dir.path("later"), [&] {
-             EXPECT_STREQ(FS_RibFeatures::getDefaultRenderer(), "prman11");
-             dir.write("later/ROPfeatures", "{ rib.renderer.token before }");
-             EXPECT_EQ(FS_RibFeatures::entries(), 1) << "the default renderer must not have read the file";
-         }}};
-    for (const auto& [path, work] : processes) {
-        const WithVariable variable("TARVANI_PATH", path.c_str());
-        checkInChild(false, work);
     }
 }
 

@@ -26,33 +26,24 @@ bool staysBelow(rlim_t bytes, const std::function<bool()>& work) {
 #endif
 }
 
-TEST(Bounds, MemoryFollowsTheLongestLine) {
-    const std::size_t length = 16u << 20;
-    EXPECT_TRUE(staysBelow(200u << 20, [length] {
-        MadeManager manager([length, at = 0](UT_WorkBuffer& line) mutable {
-            line.assign("#define X yes");
-            if (at == 1) line.assign(repeated("a \"b\" ", length / 6) + "X");
-            return at++ < 2;
-        });
-        const std::string output = restOf(manager);
-        return output.size() > length && output.ends_with(" yes\n");
-    }));
-}
-
-TEST(Bounds, MemoryDoesNotFollowTheInput) {
-    const std::string name = repeated("n", 3000);
+TEST(Bounds, MemoryFollowsTheLongestLineAndNotTheInput) {
+    constexpr rlim_t kMegabyte = 1u << 20;
+    const std::string name = repeated("n", 3000), text = repeated("a \"b\" ", (16u << 20) / 6) + "X";
     const struct {
+        rlim_t memory;
         int count;
         std::function<void(UT_WorkBuffer& line, int at)> make;
     } inputs[] = {
-        {300'000,
+        {200 * kMegabyte, 2, [&](UT_WorkBuffer& line, int at) { line.assign(at == 0 ? "#define X yes" : text); }},
+        {64 * kMegabyte, 300'000,
          [](UT_WorkBuffer& line, int at) {
              line.assign(at % 3 == 0 ? "#define X Y(1) /* and" : at % 3 == 1 ? "so on */ X __LINE__" : "'plain' text");
          }},
-        {15'000, [&](UT_WorkBuffer& line, int at) { line.sprintf("#sinclude \"%s%d\"", name.c_str(), at); }},
+        {64 * kMegabyte, 15'000,
+         [&](UT_WorkBuffer& line, int at) { line.sprintf("#sinclude \"%s%d\"", name.c_str(), at); }},
     };
     for (const auto& input : inputs) {
-        EXPECT_TRUE(staysBelow(64u << 20, [&] {
+        EXPECT_TRUE(staysBelow(input.memory, [&] {
             MadeManager manager([&, at = 0](UT_WorkBuffer& line) mutable {
                 input.make(line, at);
                 return at++ < input.count;

@@ -2,6 +2,8 @@
 // of cases/conditions.table.
 #include <UT/UT_IStream.h>
 #include <gtest/gtest.h>
+#include <preprocessor/CPP_File.h>
+#include <preprocessor/CPP_Macro.h>
 #include <preprocessor/CPP_Manager.h>
 #include <preprocessor/CPP_TokenStream.h>
 #include <unistd.h>
@@ -9,15 +11,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "CaseFile.h"
+#include "../support/CaseFile.h"
+#include "Sources.h"
 
 namespace {
-
-using Lines = std::vector<std::string>;
 
 Lines outputOf(CPP_Manager& manager) {
     Lines lines;
@@ -47,20 +49,6 @@ std::string runLines(const CaseRun& run) {
     return difference(run.lines("expect"), lines) + (hasError == manager.hasError() ? "" : "hasError is wrong\n");
 }
 
-// A transcript: behind a line "> VERB REST" stand the lines that `step` gave for it.
-template <class Step>
-std::string runSteps(const CaseRun& run, Step step) {
-    Lines found;
-    for (const std::string& line : run.lines("steps")) {
-        if (!line.starts_with("> ")) continue;
-        const std::size_t end = line.size() - 1, blank = std::min(line.find(' ', 2), end);
-        const Lines given = step(line.substr(2, blank - 2), line.substr(blank, end - blank).substr(blank < end));
-        found.push_back(line);
-        found.insert(found.end(), given.begin(), given.end());
-    }
-    return difference(run.lines("steps"), found);
-}
-
 Lines number(int value) {
     return {std::to_string(value) + "\n"};
 }
@@ -69,21 +57,6 @@ template <class T>
 Lines placeOf(const T& source) {
     return {source.getFileName() + (":" + std::to_string(source.getLineNumber()) + "\n")};
 }
-
-// The objects of a transcript, and the one that its steps are about.
-template <class T>
-struct Objects {
-    std::vector<std::unique_ptr<T>> all;
-    T* current = nullptr;
-
-    void add(std::unique_ptr<T> object) { current = all.emplace_back(std::move(object)).get(); }
-    Lines step(const std::string& verb, const std::string& rest) {
-        if (verb == "copy") add(std::make_unique<T>(*current));
-        if (verb == "assign") *current = *all.at(std::stoul(rest));
-        if (verb == "use") current = all.at(std::stoul(rest)).get();
-        return {};
-    }
-};
 
 std::string runManager(const CaseRun& run) {
     Objects<CPP_Manager> managers;
@@ -98,6 +71,7 @@ std::string runManager(const CaseRun& run) {
         if (verb == "rest") return outputOf(*manager);
         if (verb == "place") return placeOf(*manager);
         if (verb == "open") return number(manager->open(text, 0));
+        if (verb == "file") return number(manager->open(std::fopen(text, "rb"), "text"));
         if (verb == "search") return number(manager->open(text, 1));
         if (verb == "close") return number(manager->close());
         if (verb == "failed") return number(manager->hasError());
@@ -110,6 +84,7 @@ std::string runManager(const CaseRun& run) {
         if (verb == "options") return number(setOptions(*manager, splitWords(rest)) + (optind - 17));
         if (verb == "include") manager->addIncludePath(text);
         if (verb == "write") std::ofstream(rest) << "written\n";
+        if (verb == "stdin") CPP_Stream::setStdin(*new UT_IStream(UTmakeFileSource(text), UT_ISTREAM_BINARY));
         if (verb == "new" && rest.empty()) managers.add(std::make_unique<CPP_Manager>());
         if (verb == "new" && !rest.empty()) managers.add(std::make_unique<CPP_Manager>(std::stoi(rest), given.c_str()));
         return managers.step(verb, rest);
@@ -169,26 +144,79 @@ std::string runWords(const CaseRun& run) {
     });
 }
 
+std::string runMacroClass(const CaseRun& run) {
+    Objects<CPP_Macro> macros;
+    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+        if (verb == "macro" || verb == "option")
+            macros.add(std::make_unique<CPP_Macro>(rest.empty() ? nullptr : rest.c_str(), verb == "option"));
+        CPP_Macro& macro = *macros.current;
+        if (verb == "macro" || verb == "option" || verb == "show") {
+            return {macro.getName() + (" " + std::to_string(macro.getArgCount())) + " [" + macro.getDefinition() +
+                    "]\n"};
+        }
+        if (verb == "expand") {
+            std::vector<std::string> words = splitWords(rest);
+            std::vector<char*> arguments(CPP_Macro::kMostParameters, nullptr);
+            for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
+            UT_String text("before");
+            macro.expandMacro(arguments.data(), text);
+            return {"[" + std::string(text.view()) + "]\n"};
+        }
+        if (verb == "bump") return number(macro.bumpRecursion(std::stoi(rest)));
+        return macros.step(verb, rest);
+    });
+}
+
+std::string runFileClass(const CaseRun& run) {
+    Objects<CPP_File> files;
+    const auto lines = [&](bool encrypted) {
+        std::ifstream in(run.mainFile);
+        std::vector<std::string> texts;
+        for (std::string line; std::getline(in, line);) texts.push_back(line);
+        return new MadeLines(listed(texts), encrypted);
+    };
+    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+        const bool opens = verb == "open" || verb == "encrypted";
+        if (opens) files.add(std::make_unique<CPP_File>());
+        CPP_File& file = *files.current;
+        if (opens || verb == "reopen") {
+            return number(file.open(opens ? rest.c_str() : file.getName(), lines(verb == "encrypted")));
+        }
+        UT_WorkBuffer line;
+        if (verb == "line") return file.getLine(line) ? Lines{line.buffer()} : number(0);
+        if (verb == "place") {
+            const std::string place = std::string(file.getName()) + ":" + std::to_string(file.getLineNumber());
+            return {place + " in " + (file.getLastPath() ? file.getLastPath() : "(null)") + "\n"};
+        }
+        if (verb == "crypted") return number(file.isCrypted());
+        if (verb == "directive") file.lineDirective(rest.empty() ? nullptr : rest.c_str());
+        if (verb == "if") file.ifDef(std::stoi(rest));
+        if (verb == "elif") return number(file.elifDef(std::stoi(rest)));
+        if (verb == "else") return number(file.elseDef(std::stoi(rest)));
+        if (verb == "endif") return number(file.endIf());
+        if (verb == "state")
+            return {std::to_string(file.getIfState()) + " " + std::to_string(file.isIfMatched()) + "\n"};
+        if (verb == "close") return number(file.close());
+        return files.step(verb, rest);
+    });
+}
+
 class Cases : public testing::TestWithParam<std::string> {};
 
 TEST_P(Cases, GiveTheirOutput) {
-    const std::string& group = GetParam();
-    const std::vector<Case> cases = readCases(group);
-    ASSERT_FALSE(cases.empty());
-    const auto run = group == "manager"  ? runManager
-                     : group == "tokens" ? runTokens
-                     : group == "words"  ? runWords
-                                         : runLines;
-    for (const Case& c : cases) {
-        const std::string fault = runCase(c, run);
-        EXPECT_TRUE(fault.empty()) << c.title << "\n" << fault;
-    }
+    const std::map<std::string, Check> checks = {{"manager", runManager},
+                                                 {"tokens", runTokens},
+                                                 {"words", runWords},
+                                                 {"macro_class", runMacroClass},
+                                                 {"file_class", runFileClass}};
+    const auto check = checks.find(GetParam());
+    expectCases(GetParam(), check == checks.end() ? runLines : check->second);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Cases,
                          testing::Values("macros", "parameters", "calls", "lines", "directives", "conditionals",
                                          "includes", "markers", "hash", "options", "bounds", "tokens", "words",
-                                         "manager"),
+                                         "manager", "macro_class", "file_class"),
                          [](const auto& group) { return group.param; });
 
 std::string valueOf(CPP_Manager& manager, const std::string& operand) {

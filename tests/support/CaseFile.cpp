@@ -11,8 +11,8 @@
 #include <numeric>
 #include <sstream>
 
-#include "../support/Child.h"
-#include "../support/ScratchDir.h"
+#include "Child.h"
+#include "ScratchDir.h"
 
 namespace {
 
@@ -55,8 +55,8 @@ std::string spelled(std::string_view text, std::size_t& at, const std::string& d
 }
 
 // Lines as texts, each as often as it says. An odd number of backslashes at its end says that it has no newline.
-std::vector<std::string> textsOf(const std::vector<std::string>& lines, const std::string& directory) {
-    std::vector<std::string> texts;
+Lines textsOf(const Lines& lines, const std::string& directory) {
+    Lines texts;
     for (std::string_view line : lines) {
         const bool hasEnd = (line.size() - (line.find_last_not_of('\\') + 1)) % 2 == 0;
         if (!hasEnd) line.remove_suffix(1);
@@ -71,12 +71,12 @@ std::vector<std::string> textsOf(const std::vector<std::string>& lines, const st
     return texts;
 }
 
-std::string joined(const std::vector<std::string>& texts) {
+std::string joined(const Lines& texts) {
     return std::accumulate(texts.begin(), texts.end(), std::string());
 }
 
 // In the child: sets the scene, runs the check and leaves what it gives in `report`.
-bool runHere(const Case& c, const ScratchDir& scratch, const std::function<std::string(const CaseRun&)>& check) {
+bool runHere(const Case& c, const ScratchDir& scratch, const Check& check) {
     CaseRun run{c, scratch.path("case"), "", {}, false};
     ::setenv("TARVANI_PATH", scratch.makeDirectory("empty").c_str(), 1);
     ::unsetenv("TARVANI_CPP_EXPAND_DIRECTIVES");
@@ -103,27 +103,27 @@ bool runHere(const Case& c, const ScratchDir& scratch, const std::function<std::
 
 }  // namespace
 
-std::vector<std::string> Case::section(std::string_view name) const {
+Lines Case::section(std::string_view name) const {
     for (const auto& [known, lines] : expected) {
         if (known == name) return lines;
     }
     return {};
 }
 
-std::vector<std::string> CaseRun::lines(std::string_view section) const {
+Lines CaseRun::lines(std::string_view section) const {
     return textsOf(source.section(section), directory);
 }
 
-std::vector<std::string> readCaseLines(const std::string& name) {
+Lines readCaseLines(const std::string& name) {
     std::ifstream in(std::string(TARVANI_CASES) + "/" + name, std::ios::binary);
-    std::vector<std::string> lines;
+    Lines lines;
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 
 std::vector<Case> readCases(const std::string& group) {
     std::vector<Case> cases;
-    std::vector<std::string> unused, *lines = &unused;
+    Lines unused, *lines = &unused;
     for (const std::string& line : readCaseLines(group + ".cases")) {
         const std::size_t colon = line.find(": ");
         if (line.starts_with("=== ")) {
@@ -134,7 +134,7 @@ std::vector<Case> readCases(const std::string& group) {
         } else if (Case& c = cases.at(cases.size() - 1); colon != line.npos) {
             lines = &c.scene.emplace_back(Case::Part{line.substr(4, colon - 4), line.substr(colon + 2), {}}).lines;
         } else {
-            lines = &c.expected.emplace_back(line.substr(4), std::vector<std::string>()).second;
+            lines = &c.expected.emplace_back(line.substr(4), Lines()).second;
         }
     }
     return cases;
@@ -150,7 +150,7 @@ std::vector<std::string> splitWords(const std::string& text) {
     return {std::istream_iterator<std::string>(in), {}};
 }
 
-std::string difference(const std::vector<std::string>& expected, const std::vector<std::string>& found) {
+std::string difference(const Lines& expected, const Lines& found) {
     if (expected == found) return "";
     constexpr std::size_t kMostLines = 40, kMostCharacters = 200;
     const auto first = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end()).first;
@@ -165,8 +165,30 @@ std::string difference(const std::vector<std::string>& expected, const std::vect
     return out;
 }
 
-std::string runCase(const Case& c, const std::function<std::string(const CaseRun&)>& check) {
+std::string runCase(const Case& c, const Check& check) {
     const ScratchDir scratch;
     const int status = inChild([&] { return runHere(c, scratch, check); });
     return status == 0 ? scratch.read("report") : "the process ended with status " + std::to_string(status);
+}
+
+void expectCases(const std::string& group, const Check& check) {
+    const std::vector<Case> cases = readCases(group);
+    EXPECT_FALSE(cases.empty()) << group;
+    for (const Case& c : cases) {
+        const std::string fault = runCase(c, check);
+        EXPECT_TRUE(fault.empty()) << c.title << "\n" << fault;
+    }
+}
+
+std::string runSteps(const CaseRun& run,
+                     const std::function<Lines(const std::string& verb, const std::string& rest)>& step) {
+    Lines found;
+    for (const std::string& line : run.lines("steps")) {
+        if (!line.starts_with("> ")) continue;
+        const std::size_t end = line.size() - 1, blank = std::min(line.find(' ', 2), end);
+        const Lines given = step(line.substr(2, blank - 2), line.substr(blank, end - blank).substr(blank < end));
+        found.push_back(line);
+        found.insert(found.end(), given.begin(), given.end());
+    }
+    return difference(run.lines("steps"), found);
 }
