@@ -1,10 +1,6 @@
 // Ends the process that loads it.
 #include <cstdlib>
 
-namespace {
-
-struct Crash {
-    Crash() { std::abort(); }
-} crash;
-
-}  // namespace
+[[gnu::constructor]] static void crash() {
+    std::abort();
+}
