@@ -49,12 +49,18 @@ protected:
             ASSERT_EQ(::ioctl(listener.getFileDescriptor(), FIONREAD, &waiting), 0);
         }
     }
+    // A line of a client goes through its connection.
+    void serveText(const Client& client, FS_EventGenerator& listener) {
+        messages.clear();
+        arrive(client, listener, "text\n");
+        EXPECT_EQ(listener.processEvents(), 1);
+        EXPECT_EQ(messages, std::vector<std::string>{"text\n"});
+    }
     bool isInstalled(const FS_EventGenerator* generator) const {
         return std::find(installed.begin(), installed.end(), generator) != installed.end();
     }
 
     std::vector<FS_EventGenerator*> installed;
-    std::vector<int> removedDescriptors;  // as they were at the call with flag 0
     std::vector<std::string> messages;
     std::function<void(UT_NetSocket&, const char*)> answer;
 
@@ -65,7 +71,7 @@ private:
             all.push_back(generator);
         } else {
             std::erase(all, generator);
-            current->removedDescriptors.push_back(generator->getFileDescriptor());
+            EXPECT_EQ(generator->getFileDescriptor(), -1);
         }
         return 7;
     }

@@ -5,45 +5,45 @@
 
 #include "Host.h"
 
-using testing::ElementsAre;
+// A child that runs until it is told to end, and then stays for its parent to wait for.
+class WatchedChild {
+public:
+    WatchedChild() {
+        while (pid == 0) ::pause();
+    }
+    ~WatchedChild() {
+        end();
+        ::waitpid(pid, nullptr, 0);
+    }
+    void end() const {
+        ::kill(pid, SIGKILL);
+        siginfo_t info;
+        ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
+    }
+
+    const pid_t pid = ::fork();
+};
 
 class Server : public Listeners {
 protected:
-    // A child that runs until it is told to end, and then stays for its parent to wait for.
-    class WatchedChild {
-    public:
-        WatchedChild() : pid_(::fork()) {
-            while (pid_ == 0) ::pause();
-        }
-        ~WatchedChild() {
-            end();
-            ::waitpid(pid_, nullptr, 0);
-        }
-        void end() const {
-            ::kill(pid_, SIGKILL);
-            siginfo_t info;
-            ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
-        }
-        int pid() const { return pid_; }
-
-    private:
-        pid_t pid_;
-    };
-
     static void tell(FS_ServerSocketListener& listener, void* data, bool destroyed) {
         auto& self = *static_cast<Server*>(data);
         self.told += destroyed ? " goes" : " exited";
         if (listener.getPort() != -1) self.told += " open";
-        if (auto& then = destroyed ? self.whenGoing : self.whenTold) then(listener);
+        if (const auto then = std::exchange(self.whenTold, nullptr)) then(listener);
+    }
+    // What a loop does with a listener that has nothing to do.
+    static void passOver(FS_ServerSocketListener& listener) {
+        EXPECT_FALSE(listener.areEventsWaiting());
+        EXPECT_EQ(listener.processEvents(), 1);
     }
 
     std::string told;
-    std::function<void(FS_ServerSocketListener&)> whenTold, whenGoing;
+    std::function<void(FS_ServerSocketListener&)> whenTold;
 };
 
 TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
     auto* const service = serve();
-    EXPECT_STREQ(service->getClassName(), "FS_ServerSocketListener");
     EXPECT_EQ(service->getIPMask().view(), "+.+.+.+");
     EXPECT_EQ(service->getRequestedPort(), 0);
     ASSERT_GT(service->getPort(), 0);
@@ -52,12 +52,10 @@ TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
         EXPECT_EQ(FS_ServerSocketListener::createSocketListener(port, take, this, nullptr, false), nullptr) << port;
     // One of these is free, whoever else listens on this machine.
     FS_ServerSocketListener* mapped = nullptr;
-    int port = 900;
-    while (!mapped && port < 1000)
-        mapped = FS_ServerSocketListener::createSocketListener(port++, take, this, "1.+.+.+", true);
+    for (int port = 900; !mapped && port < 1000; ++port)
+        mapped = FS_ServerSocketListener::createSocketListener(port, take, this, "1.+.+.+", true);
     ASSERT_TRUE(mapped);
-    EXPECT_EQ(mapped->getRequestedPort(), port - 1);
-    EXPECT_EQ(mapped->getPort(), port - 1 + 10000);
+    EXPECT_EQ(mapped->getPort(), mapped->getRequestedPort() + 10000);
     EXPECT_EQ(mapped->getIPMask().view(), "1.+.+.+");
 }
 
@@ -69,52 +67,37 @@ TEST_F(Server, TakesOneConnectionACallAndTheyOutliveIt) {
         EXPECT_EQ(service->processEvents(), 1);
         ASSERT_EQ(installed.size(), count);
     }
-    EXPECT_FALSE(service->areEventsWaiting());
-    EXPECT_EQ(service->processEvents(), 1);
+    passOver(*service);
     delete service;
-    arrive(second, *installed[1], "still\n");
-    EXPECT_EQ(installed[1]->processEvents(), 1);
-    EXPECT_THAT(messages, ElementsAre("still\n"));
+    serveText(second, *installed[1]);
 }
 
 TEST_F(Server, ASubclassMakesItsOwnConnections) {
     struct Own : FS_ServerSocketListener {
-        Own(UT_NetSocket* socket, const char* mask) : FS_ServerSocketListener(socket, 9, nullptr, nullptr, mask) {}
+        explicit Own(UT_NetSocket* socket) : FS_ServerSocketListener(socket, 9, nullptr, nullptr, nullptr) {}
         void createConnectedSocketListener() override { peer.reset(getServerSocket()->accept(0, nullptr)); }
         std::unique_ptr<UT_NetSocket> peer;
-    };
-    std::string mask = "1.+.+.+";
-    Own service(UT_NetSocket::newSocket(0, true, false), mask.c_str());
-    mask.replace(0, 1, "2");
-    EXPECT_EQ(service.getIPMask().view(), "1.+.+.+");
-    EXPECT_EQ(service.getRequestedPort(), 9);
-    EXPECT_FALSE(isInstalled(&service));
-    const Client client(service.getPort());
-    ASSERT_TRUE(comes(service.getFileDescriptor()));
-    EXPECT_EQ(service.processEvents(), 1);
+    } service(UT_NetSocket::newSocket(0, true, false));
+    const Client client = connect(service);
     EXPECT_TRUE(service.peer);
     EXPECT_TRUE(installed.empty());
 }
 
 TEST_F(Server, ClosesWhenItsChildHasExited) {
     using Listener = FS_ServerSocketListener;
-    const auto looks = [](Listener& listener) {  // a loop that the callback runs doesn't tell it again
-        EXPECT_FALSE(listener.areEventsWaiting());
-        EXPECT_EQ(listener.processEvents(), 1);
-    };
     const auto changesItsMind = [](Listener& l) { l.closeSocketOnChildExit(-1, false, nullptr, nullptr); };
     const struct {
-        bool deletes, tells;
+        bool deletes;
         std::function<void(Listener&)> whenTold;
-        const char* told;
+        const char* told;  // nothing without a callback
         bool stays;
     } cases[] = {
-        {false, true, looks, " exited", true},
-        {true, true, looks, " exited", false},
-        {true, true, changesItsMind, " exited", true},
-        {true, true, [](Listener& listener) { delete &listener; }, " exited goes", false},
-        {true, false, nullptr, "", false},
-        {false, false, nullptr, "", true},
+        {false, passOver, " exited", true},  // a loop that the callback runs doesn't tell it again
+        {true, passOver, " exited", false},
+        {true, changesItsMind, " exited", true},
+        {true, [](Listener& listener) { delete &listener; }, " exited goes", false},
+        {true, nullptr, "", false},
+        {false, nullptr, "", true},
     };
     for (const auto& c : cases) {
         told.clear();
@@ -122,10 +105,9 @@ TEST_F(Server, ClosesWhenItsChildHasExited) {
         const WatchedChild child;
         auto* const service = serve();
         EXPECT_EQ(service->getPollTime(), -1);
-        service->closeSocketOnChildExit(child.pid(), c.deletes, c.tells ? tell : nullptr, this);
+        service->closeSocketOnChildExit(child.pid, c.deletes, *c.told ? tell : nullptr, this);
         EXPECT_EQ(service->getPollTime(), 1000);
-        EXPECT_FALSE(service->areEventsWaiting());
-        EXPECT_EQ(service->processEvents(), 1);
+        passOver(*service);
         child.end();
         EXPECT_TRUE(service->areEventsWaiting());
         EXPECT_EQ(service->processEvents(), 0);
@@ -134,8 +116,7 @@ TEST_F(Server, ClosesWhenItsChildHasExited) {
             EXPECT_EQ(service->getPort(), -1);
             EXPECT_EQ(service->getFileDescriptor(), -1);
             EXPECT_EQ(service->getPollTime(), -1);
-            EXPECT_FALSE(service->areEventsWaiting());
-            EXPECT_EQ(service->processEvents(), 1);
+            passOver(*service);
             delete service;
         }
         EXPECT_EQ(told, c.told);
@@ -146,20 +127,17 @@ TEST_F(Server, TellsThatItGoesBeforeItsChild) {
     const WatchedChild child, ended;
     ended.end();
     auto* const service = serve();
-    service->closeSocketOnChildExit(ended.pid(), true, tell, this);
-    service->closeSocketOnChildExit(child.pid(), true, tell, this);  // replaced without a word
+    service->closeSocketOnChildExit(ended.pid, true, tell, this);
+    service->closeSocketOnChildExit(child.pid, true, tell, this);  // replaced without a word
     EXPECT_EQ(service->processEvents(), 1);
     delete service;
     EXPECT_EQ(told, " goes open");
 
     // A loop that this callback runs doesn't find the exit any more.
     told.clear();
-    whenGoing = [](FS_ServerSocketListener& listener) {
-        EXPECT_FALSE(listener.areEventsWaiting());
-        EXPECT_EQ(listener.processEvents(), 1);
-    };
+    whenTold = passOver;
     auto* const late = serve();
-    late->closeSocketOnChildExit(ended.pid(), true, tell, this);
+    late->closeSocketOnChildExit(ended.pid, true, tell, this);
     delete late;
     EXPECT_EQ(told, " goes open");
 }
@@ -169,7 +147,7 @@ TEST_F(Server, ACopyBorrows) {
     auto* const service = serve();
     auto* const assigned = FS_ServerSocketListener::createSocketListener(0, nullptr, nullptr, "1.+.+.+", false);
     const int closed = assigned->getPort();
-    service->closeSocketOnChildExit(child.pid(), true, tell, this);
+    service->closeSocketOnChildExit(child.pid, true, tell, this);
     {
         const FS_ServerSocketListener copy(*service);
         *assigned = copy;
@@ -181,9 +159,7 @@ TEST_F(Server, ACopyBorrows) {
     EXPECT_EQ(assigned->processEvents(), 1);
     delete assigned;
     ASSERT_EQ(installed.size(), 2u);
-    arrive(client, *installed[1], "text\n");
-    EXPECT_EQ(installed[1]->processEvents(), 1);
-    EXPECT_THAT(messages, ElementsAre("text\n"));
+    serveText(client, *installed[1]);
     EXPECT_EQ(told, "");
     EXPECT_NE(service->getPort(), -1);
     service->closeSocketOnChildExit(-1, false, nullptr, nullptr);
@@ -223,11 +199,7 @@ TEST_F(Server, WithoutDescriptorsDropsNewPeersAndKeepsTheOldOnes) {
     EXPECT_EQ(turns, kClients);
     const std::size_t taken = installed.size() - 1;
     EXPECT_TRUE(0 < taken && taken <= kDescriptors) << taken;
-    for (std::size_t i = 0; i < taken; ++i) {
-        arrive(clients[i], *installed[1 + i], "x\n");
-        EXPECT_EQ(installed[1 + i]->processEvents(), 1);
-    }
-    EXPECT_EQ(messages, std::vector<std::string>(taken, "x\n"));
+    for (std::size_t i = 0; i < taken; ++i) serveText(clients[i], *installed[1 + i]);
     for (std::size_t i = taken; i < kClients; ++i) EXPECT_TRUE(clients[i].hasEnded());
     ::setrlimit(RLIMIT_NOFILE, &all);
 }
