@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include <map>
 #include <memory>
 
 #include "../support/Network.h"
@@ -53,11 +54,9 @@ protected:
         char bytes[4];
         int length = 9;
         const int status = peer_->read(bytes, most, &length, timeoutMs);
-        const std::string word = status == UT_NetSocket::kDone       ? "done "
-                                 : status == UT_NetSocket::kGone     ? "gone "
-                                 : status == UT_NetSocket::kTimedOut ? "timed out "
-                                                                     : "another status ";
-        return word + std::string(bytes, static_cast<std::size_t>(length));
+        const std::map<int, std::string> words = {
+            {UT_NetSocket::kDone, "done "}, {UT_NetSocket::kGone, "gone "}, {UT_NetSocket::kTimedOut, "timed out "}};
+        return words.at(status) + std::string(bytes, static_cast<std::size_t>(length));
     }
     std::unique_ptr<UT_NetSocket> server_{UT_NetSocket::newSocket(0, true, false)};
     Client client_{server_->port};

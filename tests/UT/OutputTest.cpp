@@ -6,6 +6,8 @@
 #include <UT/UT_WorkBuffer.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <random>
 #include <sstream>
 
@@ -55,14 +57,20 @@ TEST(TextOutput, QuotesOnlyWhatNeedsIt) {
     EXPECT_EQ(out.str(), R"(geo a/b.c "" "a b" "a\n\"" )");
 }
 
-TEST(BinaryOutput, WritesTheBytesThatReadingTakes) {
+TEST(BinaryOutput, IsLittleEndianAndReadBackWhole) {
     std::ostringstream out;
     const int values[] = {-1, 0x01020304, INT32_MIN};
     UTwrite(out, values, 3);
     UTwrite(UTwrite(out, static_cast<const int*>(nullptr), 1), static_cast<const char*>(nullptr), 1);
     for (const char* text : {"geo", static_cast<const char*>(nullptr)})
         UTsaveStringBinary(out, text, UT_STRING_BINARY32);
-    EXPECT_EQ(out.str(), std::string("\xff\xff\xff\xff\4\3\2\1\0\0\0\x80\3\0\0\0geo\0\0\0\0", 23));
+    const std::string bytes("\xff\xff\xff\xff\4\3\2\1\0\0\0\x80\3\0\0\0geo\0\0\0\0", 23);
+    EXPECT_EQ(out.str(), bytes);
+    UT_IStream in = over(bytes.substr(0, 14));
+    int read[4] = {};
+    for (const int count : {INT_MAX, -1}) EXPECT_EQ(in.bread(read, count), 0);
+    EXPECT_EQ(in.bread(read, 4), 3);
+    EXPECT_TRUE(std::equal(values, values + 3, read));
 }
 
 TEST(Copying, TakesAsMuchAsItIsToldAndSaysWhetherThatWasThere) {

@@ -92,8 +92,6 @@ std::string readAll(UT_IStream* owned) {
     return readAll(*stream);
 }
 
-}  // namespace
-
 // What steps on a stream give. With a third column the source doesn't know its size.
 std::string stepped(const Columns& row) {
     const auto source = std::make_shared<Source>(row[0]);
@@ -116,6 +114,8 @@ std::string stepped(const Columns& row) {
     return answers;
 }
 
+}  // namespace
+
 TEST(StreamRules, HoldForEachRow) {
     expectRules(TARVANI_RULES "/streams.rules",
                 {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}, {"steps", stepped}});
@@ -133,6 +133,8 @@ TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {
         EXPECT_TRUE(stream.isEof() && !stream.seekg(0, 0));
         EXPECT_EQ(readAll(stream) + readAll(stream.getSubStream(0, 10)), "");
     }
+    UT_IStream null(static_cast<const char*>(nullptr), 5, UT_ISTREAM_BINARY), negative("abc", -1, UT_ISTREAM_BINARY);
+    EXPECT_EQ(readAll(null) + readAll(negative), "");
 }
 
 TEST(SubStream, WindowsDoNotDisturbEachOtherNorOnDifferentThreads) {
@@ -220,25 +222,6 @@ TEST(Seeking, EndsAtTheLastPositionThatThereCanBe) {
     EXPECT_EQ(readAll(stream.getSubStream(INT64_MAX - 3, INT64_MAX)).size(), 3u);
     EXPECT_FALSE(stream.seekg(-1, 0));
     EXPECT_FALSE(stream.seekg(0, 1)) << "positions count from the beginning alone";
-}
-
-TEST(MemoryStream, TheSharedFormCopiesNothingAndTheOtherKeepsItsOwn) {
-    char local[] = "abc";
-    UT_IStream copied(local, 3, UT_ISTREAM_BINARY);
-    local[0] = 'x';
-    EXPECT_EQ(readAll(copied), "abc");
-    const std::shared_ptr<const char[]> shared = std::make_shared<char[]>(3);
-    EXPECT_EQ(UT_IStream(shared, 3, UT_ISTREAM_BINARY).buffered().data(), shared.get());
-    UT_IStream null(static_cast<const char*>(nullptr), 5, UT_ISTREAM_BINARY), negative("abc", -1, UT_ISTREAM_BINARY);
-    EXPECT_EQ(readAll(null) + readAll(negative), "");
-}
-
-TEST(BinaryIntegers, AreLittleEndianAndCountedWhole) {
-    UT_IStream stream = over(std::string_view("\1\2\3\4\xff\xff\xff\xff\7\0", 10));
-    int values[3] = {};
-    EXPECT_EQ(stream.bread(values, 3), 2);
-    EXPECT_TRUE(values[0] == 0x04030201 && values[1] == -1);
-    for (const int count : {INT_MAX, -1}) EXPECT_EQ(stream.bread(values, count), 0);
 }
 
 TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {
