@@ -1,5 +1,4 @@
-// The language, the words of its text, and the calls of an application, case by case: cases/*.cases and the conditions
-// of cases/conditions.table.
+// The language, the words of its text, and the calls of an application, case by case: cases/*.cases.
 #include <UT/UT_IStream.h>
 #include <gtest/gtest.h>
 #include <preprocessor/CPP_File.h>
@@ -201,26 +200,8 @@ std::string runFileClass(const CaseRun& run) {
     });
 }
 
-class Cases : public testing::TestWithParam<std::string> {};
-
-TEST_P(Cases, GiveTheirOutput) {
-    const std::map<std::string, Check> checks = {{"manager", runManager},
-                                                 {"tokens", runTokens},
-                                                 {"words", runWords},
-                                                 {"macro_class", runMacroClass},
-                                                 {"file_class", runFileClass}};
-    const auto check = checks.find(GetParam());
-    expectCases(GetParam(), check == checks.end() ? runLines : check->second);
-}
-
-INSTANTIATE_TEST_SUITE_P(, Cases,
-                         testing::Values("macros", "parameters", "calls", "lines", "directives", "conditionals",
-                                         "includes", "markers", "hash", "options", "bounds", "tokens", "words",
-                                         "manager", "macro_class", "file_class"),
-                         [](const auto& group) { return group.param; });
-
 std::string valueOf(CPP_Manager& manager, const std::string& operand) {
-    const std::string source = "#if " + operand + "\nyes\n#endif\n";
+    const std::string source = "#if " + operand + "yes\n#endif\n";
     UT_IStream stream(source.data(), static_cast<int>(source.size()), UT_ISTREAM_BINARY);
     manager.open(stream, "main");
     const Lines lines = outputOf(manager);
@@ -230,28 +211,32 @@ std::string valueOf(CPP_Manager& manager, const std::string& operand) {
     return lines == error ? "error" : testing::PrintToString(lines);
 }
 
-TEST(Conditions, HaveTheirValues) {
-    const std::vector<std::string> rows = readCaseLines("conditions.table");
-    ASSERT_FALSE(rows.empty());
-    const Case scene{"", {{"file", "here.h", {}}}, {}};
-    const std::string faults = runCase(scene, [&](const CaseRun& run) {
-        CPP_Manager manager;
-        setOptions(manager, {"-P"});
-        std::string all;
-        for (const std::string& row : rows) {
-            const std::string text = spelledOut(row, run.directory);
-            const std::size_t tab = text.find('\t'), name = text.find(' ') + 1;
-            const std::size_t end = std::min(text.find_first_of(" =", name), text.size());
-            const std::string key = text.substr(name, end - name), value = text.substr(std::min(end + 1, text.size()));
-            if (text.starts_with("env ")) ::setenv(key.c_str(), value.c_str(), 1);
-            if (text.starts_with("define ")) manager.define(key.c_str(), value.c_str());
-            if (text.starts_with(';') || tab == text.npos) continue;
-            const std::string found = valueOf(manager, text.substr(tab + 1));
-            if (found != text.substr(0, tab)) all += row + " is " + found + "\n";
-        }
-        return all;
-    });
-    EXPECT_TRUE(faults.empty()) << faults;
+std::string runConditions(const CaseRun& run) {
+    CPP_Manager manager;
+    setOptions(manager, {"-P"});
+    if (!run.mainFile.empty() && manager.open(run.mainFile.c_str(), 0)) outputOf(manager);
+    Lines found;
+    for (const std::string& row : run.lines("conditions")) {
+        const std::string operand = row.substr(row.find('\t') + 1);
+        found.push_back(valueOf(manager, operand) + "\t" + operand);
+    }
+    return difference(run.lines("conditions"), found);
 }
+
+class Cases : public testing::TestWithParam<std::string> {};
+
+TEST_P(Cases, GiveTheirOutput) {
+    const std::map<std::string, Check> checks = {{"conditions", runConditions},  {"manager", runManager},
+                                                 {"tokens", runTokens},          {"words", runWords},
+                                                 {"macro_class", runMacroClass}, {"file_class", runFileClass}};
+    const auto check = checks.find(GetParam());
+    expectCases(GetParam(), check == checks.end() ? runLines : check->second);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Cases,
+                         testing::Values("macros", "parameters", "calls", "lines", "directives", "conditionals",
+                                         "conditions", "includes", "markers", "hash", "options", "bounds", "tokens",
+                                         "words", "manager", "macro_class", "file_class"),
+                         [](const auto& group) { return group.param; });
 
 }  // namespace

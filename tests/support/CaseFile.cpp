@@ -114,17 +114,11 @@ Lines CaseRun::lines(std::string_view section) const {
     return textsOf(source.section(section), directory);
 }
 
-Lines readCaseLines(const std::string& name) {
-    std::ifstream in(std::string(TARVANI_CASES) + "/" + name, std::ios::binary);
-    Lines lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
 std::vector<Case> readCases(const std::string& group) {
     std::vector<Case> cases;
     Lines unused, *lines = &unused;
-    for (const std::string& line : readCaseLines(group + ".cases")) {
+    std::ifstream in(TARVANI_CASES "/" + group + ".cases", std::ios::binary);
+    for (std::string line; std::getline(in, line);) {
         const std::size_t colon = line.find(": ");
         if (line.starts_with("=== ")) {
             cases.push_back({line.substr(4), {}, {}});

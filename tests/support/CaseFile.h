@@ -29,8 +29,6 @@ struct Case {
 
 // The cases of GROUP.cases. What stands in front of the first is for its readers.
 std::vector<Case> readCases(const std::string& group);
-// The lines of another file in that directory.
-Lines readCaseLines(const std::string& name);
 
 // A case with its files written and its spelling undone.
 struct CaseRun {
