@@ -4,6 +4,7 @@
 #include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
 #include <gmock/gmock.h>
+#include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 #include <stream/FS_Writer.h>
@@ -46,6 +47,17 @@ std::string fileNameOf(const Reader& reader) {
     return std::string(name.view());
 }
 
+// All answers about one path, a letter for each that is yes, as paths.table explains them.
+inline std::string answers(const FS_Info& info) {
+    const bool all[] = {info.hasAccess(0),     info.hasAccess(1),        info.hasAccess(2),
+                        info.getIsDirectory(), info.fileExists(),        info.canReadFile(),
+                        info.canWriteFile(),   info.canWriteDirectory(), info.canDeleteFile()};
+    std::string text = "erwdFRWDX";
+    for (std::size_t i = 0; i < text.size(); ++i)
+        if (!all[i]) text[i] = '-';
+    return text;
+}
+
 // Why the output isn't where it belongs, or "done".
 inline std::string finish(FS_Writer& writer) {
     UT_String reason;
@@ -74,16 +86,16 @@ private:
 };
 
 // Serves what stands in a file behind its first bytes, for paths that end with the given one, through these factories.
-class ServesFile : public TestHelper {
-public:
-    ServesFile(std::string ending, std::string file, bool reads, bool writes, int start = 0)
-        : TestHelper([=, reader = KeyedReadFactory("key"),
-                      writer = KeyedWriteFactory("key")](const std::string& source) mutable -> FS_ReaderStream* {
-              if (!source.ends_with(ending)) return nullptr;
-              auto* const stream = new FS_ReaderStream(file.c_str());
-              stream->getStream()->seekg(start, 0);
-              if (reads) stream->setSubStreamReadFilterFactory(&reader);
-              if (writes) stream->setSubStreamWriteFilterFactory(&writer);
-              return stream;
-          }) {}
-};
+inline TestHelper servesFile(const std::string& ending, const std::string& file, bool reads, bool writes,
+                             int start = 0) {
+    return TestHelper([=](const std::string& source) -> FS_ReaderStream* {
+        if (!source.ends_with(ending)) return nullptr;
+        KeyedReadFactory reader("key");
+        KeyedWriteFactory writer("key");
+        auto* const stream = new FS_ReaderStream(file.c_str());
+        stream->getStream()->seekg(start, 0);
+        if (reads) stream->setSubStreamReadFilterFactory(&reader);
+        if (writes) stream->setSubStreamWriteFilterFactory(&writer);
+        return stream;
+    });
+}
