@@ -38,11 +38,11 @@ Lines describe() {
 Lines step(const CaseRun& run, const std::string& verb, const std::string& rest) {
     const UT_OptionFile* options = nullptr;
     if (verb == "write") std::ofstream(run.directory + "/ROPfeatures") << rest;
-    if (verb == "default") return {FS_RibFeatures::getDefaultRenderer() + std::string("\n")};
-    if (verb == "count") return {std::to_string(FS_RibFeatures::entries()) + "\n"};
+    if (verb == "default") return shown(FS_RibFeatures::getDefaultRenderer());
+    if (verb == "count") return shown(FS_RibFeatures::entries());
     if (verb == "at") options = FS_RibFeatures::getRenderer(std::stoi(rest));
     if (verb == "named") options = FS_RibFeatures::getRenderer(rest == "(null)" ? nullptr : rest.c_str());
-    if (verb == "at" || verb == "named") return {options ? textOf(*options, "rib.renderer.label") + "\n" : "none\n"};
+    if (verb == "at" || verb == "named") return shown(options ? textOf(*options, "rib.renderer.label") : "none");
     return {};
 }
 

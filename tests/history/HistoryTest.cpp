@@ -53,19 +53,19 @@ std::string runLists(const CaseRun& run) {
             const char* const type = rest.c_str() + rest.find(' ') + 1;
             lists.add(std::make_unique<FS_FileHistory>(std::stoi(rest), type, verb == "absolute"));
         }
-        UT_String shown;
+        UT_String text;
         UT_WorkBuffer line;
         if (verb == "add") list->addFiletoMRU(rest.c_str());
         if (verb == "remove") list->removeFilefromMRU(rest.c_str());
         if (verb == "names") return namesOf(*list);
-        if (verb == "short") list->getFormattedFilenamefromMRU(0, shown);
-        if (verb == "type") shown = list->getTypeNameofMRU();
+        if (verb == "short") list->getFormattedFilenamefromMRU(0, text);
+        if (verb == "type") text = list->getTypeNameofMRU();
         if (verb == "open") file = std::make_unique<UT_IFStream>(rest.c_str(), UT_ISTREAM_BINARY);
         if (verb == "saved" || (verb == "load" && list->loadFilesfromMRU(*file))) return saved(*list);
-        if (verb == "line" && file->getLine(line, '\n')) shown = line.view();
+        if (verb == "line" && file->getLine(line, '\n')) text = line.view();
         if (verb == "cd") std::filesystem::current_path(rest);
         if (verb == "rmdir") std::filesystem::remove(std::filesystem::current_path());
-        return shown.isNull() ? lists.step(verb, rest) : Lines{shown.buffer() + std::string("\n")};
+        return text.isNull() ? lists.step(verb, rest) : shown(text.buffer());
     });
 }
 
@@ -106,7 +106,7 @@ std::string runFiles(const CaseRun& run) {
         if (verb == "files" || verb == "dirs" || verb == "count" || verb == "short") {
             const FS_FileHistoryType type = typeNamed(word);
             const int files = history.numFilesInList(type), dirs = history.numDirsInList(type);
-            if (verb == "count") return {std::to_string(files) + " " + std::to_string(dirs) + "\n"};
+            if (verb == "count") return shown(std::to_string(files) + " " + std::to_string(dirs));
             if (verb == "short") return shortNames(history, type);
             if (verb == "dirs") return namesOf(dirs, [&](int age) { return history.getDirFromList(age, type); });
             return namesOf(files, [&](int age) { return history.getFilenameFromList(age, type); });

@@ -48,13 +48,9 @@ std::string runLines(const CaseRun& run) {
     return difference(run.lines("expect"), lines) + (hasError == manager.hasError() ? "" : "hasError is wrong\n");
 }
 
-Lines number(int value) {
-    return {std::to_string(value) + "\n"};
-}
-
 template <class T>
 Lines placeOf(const T& source) {
-    return {source.getFileName() + (":" + std::to_string(source.getLineNumber()) + "\n")};
+    return shown(source.getFileName() + (":" + std::to_string(source.getLineNumber())));
 }
 
 std::string runManager(const CaseRun& run) {
@@ -66,21 +62,21 @@ std::string runManager(const CaseRun& run) {
         const char* const text = rest.empty() ? nullptr : rest.c_str();
         UT_String line("left");
         if (verb == "line" && manager->getLine(line)) return Lines{line.buffer()};
-        if (verb == "line") return line.isEmpty() && !line.isNull() ? number(0) : Lines{"not empty\n"};
+        if (verb == "line") return line.isEmpty() && !line.isNull() ? shown(0) : Lines{"not empty\n"};
         if (verb == "rest") return outputOf(*manager);
         if (verb == "place") return placeOf(*manager);
-        if (verb == "open") return number(manager->open(text, 0));
-        if (verb == "file") return number(manager->open(std::fopen(text, "rb"), "text"));
-        if (verb == "search") return number(manager->open(text, 1));
-        if (verb == "close") return number(manager->close());
-        if (verb == "failed") return number(manager->hasError());
-        if (verb == "empty") return number(manager->define(text, nullptr));
-        if (verb == "undefine") return number(manager->undefine(text));
+        if (verb == "open") return shown(manager->open(text, 0));
+        if (verb == "file") return shown(manager->open(std::fopen(text, "rb"), "text"));
+        if (verb == "search") return shown(manager->open(text, 1));
+        if (verb == "close") return shown(manager->close());
+        if (verb == "failed") return shown(manager->hasError());
+        if (verb == "empty") return shown(manager->define(text, nullptr));
+        if (verb == "undefine") return shown(manager->undefine(text));
         const std::size_t blank = std::min(rest.find(' '), rest.size());
         const char* const value = rest.c_str() + std::min(blank + 1, rest.size());
-        if (verb == "define") return number(manager->define(rest.substr(0, blank).c_str(), value));
+        if (verb == "define") return shown(manager->define(rest.substr(0, blank).c_str(), value));
         optind = 17;
-        if (verb == "options") return number(setOptions(*manager, splitWords(rest)) + (optind - 17));
+        if (verb == "options") return shown(setOptions(*manager, splitWords(rest)) + (optind - 17));
         if (verb == "include") manager->addIncludePath(text);
         if (verb == "write") std::ofstream(rest) << "written\n";
         if (verb == "stdin") CPP_Stream::setStdin(*new UT_IStream(UTmakeFileSource(text), UT_ISTREAM_BINARY));
@@ -128,8 +124,8 @@ std::string runWords(const CaseRun& run) {
         const char* const text = rest.empty() ? nullptr : rest.c_str();
         CPP_TokenStream* const current = streams.current;
         UT_String word("left");
-        if (verb == "next" && current->getToken(word)) return Lines{word.buffer() + std::string("\n")};
-        if (verb == "next") return Lines{word.isNull() ? "(end)\n" : "not null\n"};
+        if (verb == "next" && current->getToken(word)) return shown(word.buffer());
+        if (verb == "next") return shown(word.isNull() ? "(end)" : "not null");
         if (verb == "place") return placeOf(*current);
         if (verb == "include") current->addIncludePath(text);
         if (verb == "unget") current->ungetToken(UT_String(text));
@@ -150,8 +146,8 @@ std::string runMacroClass(const CaseRun& run) {
             macros.add(std::make_unique<CPP_Macro>(rest.empty() ? nullptr : rest.c_str(), verb == "option"));
         CPP_Macro& macro = *macros.current;
         if (verb == "macro" || verb == "option" || verb == "show") {
-            return {macro.getName() + (" " + std::to_string(macro.getArgCount())) + " [" + macro.getDefinition() +
-                    "]\n"};
+            return shown(macro.getName() + (" " + std::to_string(macro.getArgCount())) + " [" + macro.getDefinition() +
+                         "]");
         }
         if (verb == "expand") {
             std::vector<std::string> words = splitWords(rest);
@@ -159,9 +155,9 @@ std::string runMacroClass(const CaseRun& run) {
             for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
             UT_String text("before");
             macro.expandMacro(arguments.data(), text);
-            return {"[" + std::string(text.view()) + "]\n"};
+            return shown("[" + std::string(text.view()) + "]");
         }
-        if (verb == "bump") return number(macro.bumpRecursion(std::stoi(rest)));
+        if (verb == "bump") return shown(macro.bumpRecursion(std::stoi(rest)));
         return macros.step(verb, rest);
     });
 }
@@ -179,23 +175,22 @@ std::string runFileClass(const CaseRun& run) {
         if (opens) files.add(std::make_unique<CPP_File>());
         CPP_File& file = *files.current;
         if (opens || verb == "reopen") {
-            return number(file.open(opens ? rest.c_str() : file.getName(), lines(verb == "encrypted")));
+            return shown(file.open(opens ? rest.c_str() : file.getName(), lines(verb == "encrypted")));
         }
         UT_WorkBuffer line;
-        if (verb == "line") return file.getLine(line) ? Lines{line.buffer()} : number(0);
+        if (verb == "line") return file.getLine(line) ? Lines{line.buffer()} : shown(0);
         if (verb == "place") {
             const std::string place = std::string(file.getName()) + ":" + std::to_string(file.getLineNumber());
-            return {place + " in " + (file.getLastPath() ? file.getLastPath() : "(null)") + "\n"};
+            return shown(place + " in " + (file.getLastPath() ? file.getLastPath() : "(null)"));
         }
-        if (verb == "crypted") return number(file.isCrypted());
+        if (verb == "crypted") return shown(file.isCrypted());
         if (verb == "directive") file.lineDirective(rest.empty() ? nullptr : rest.c_str());
         if (verb == "if") file.ifDef(std::stoi(rest));
-        if (verb == "elif") return number(file.elifDef(std::stoi(rest)));
-        if (verb == "else") return number(file.elseDef(std::stoi(rest)));
-        if (verb == "endif") return number(file.endIf());
-        if (verb == "state")
-            return {std::to_string(file.getIfState()) + " " + std::to_string(file.isIfMatched()) + "\n"};
-        if (verb == "close") return number(file.close());
+        if (verb == "elif") return shown(file.elifDef(std::stoi(rest)));
+        if (verb == "else") return shown(file.elseDef(std::stoi(rest)));
+        if (verb == "endif") return shown(file.endIf());
+        if (verb == "state") return shown(std::to_string(file.getIfState()) + " " + std::to_string(file.isIfMatched()));
+        if (verb == "close") return shown(file.close());
         return files.step(verb, rest);
     });
 }

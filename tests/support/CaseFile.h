@@ -61,6 +61,14 @@ void expectCases(const std::string& group, const Check& check);
 std::string runSteps(const CaseRun& run,
                      const std::function<Lines(const std::string& verb, const std::string& rest)>& step);
 
+// What a step gives that has one thing to show.
+inline Lines shown(const std::string& text) {
+    return {text + "\n"};
+}
+inline Lines shown(int number) {
+    return shown(std::to_string(number));
+}
+
 // The objects of a transcript, and the one that its steps are about.
 template <class T>
 struct Objects {
