@@ -16,44 +16,6 @@
 
 namespace {
 
-constexpr std::string_view kDirectory = "@DIR@";
-
-// Undoes the spelling of `text` from `at` on, up to its end or to that of the repetition, of which this is copy
-// `number`.
-std::string spelled(std::string_view text, std::size_t& at, const std::string& directory, int number) {
-    std::string out;
-    while (at < text.size()) {
-        const bool isDirectory = text.substr(at).starts_with(kDirectory);
-        if (isDirectory || text[at] != '\\' || at + 1 == text.size()) {
-            out += isDirectory ? directory : std::string(1, text[at]);
-            at += isDirectory ? kDirectory.size() : 1;
-            continue;
-        }
-        const char kind = text[at + 1];
-        at += 2;
-        if (kind == '}') break;
-        if (kind == '{') {
-            const int count = text[at] == '\\' ? number : std::atoi(text.data() + at);
-            const std::size_t begin = text.find(' ', at) + 1;
-            std::string copy = spelled(text, at = begin, directory, 0);
-            const std::string_view inner = text.substr(begin, at - begin);
-            const bool differ = inner.find("\\#") != inner.npos || inner.find("\\+") != inner.npos;
-            for (int i = 0; i < count; ++i) {
-                if (i > 0 && differ) copy = spelled(text, at = begin, directory, i);
-                out += copy;
-            }
-        } else if (kind == 'x') {
-            out += static_cast<char>(std::stoi(std::string(text.substr(at, 2)), nullptr, 16));
-            at += 2;
-        } else if (kind == '#' || kind == '+') {
-            out += std::to_string(kind == '#' ? number : number + 1);
-        } else {
-            out += kind == 't' ? '\t' : kind == 'r' ? '\r' : kind;
-        }
-    }
-    return out;
-}
-
 // Lines as texts, each as often as it says. An odd number of backslashes at its end says that it has no newline.
 Lines textsOf(const Lines& lines, const std::string& directory) {
     Lines texts;
@@ -64,8 +26,7 @@ Lines textsOf(const Lines& lines, const std::string& directory) {
         const int count = repeats ? std::atoi(line.data() + 2) : 1;
         if (repeats) line.remove_prefix(std::min(line.find(' '), line.size() - 1) + 1);
         for (int i = 0; i < count; ++i) {
-            std::size_t at = 0;
-            texts.push_back(spelled(line, at, directory, i) + (hasEnd ? "\n" : ""));
+            texts.push_back(spelledOut(line, directory, i) + (hasEnd ? "\n" : ""));
         }
     }
     return texts;
@@ -132,11 +93,6 @@ std::vector<Case> readCases(const std::string& group) {
         }
     }
     return cases;
-}
-
-std::string spelledOut(std::string_view text, const std::string& directory) {
-    std::size_t at = 0;
-    return spelled(text, at, directory, 0);
 }
 
 std::vector<std::string> splitWords(const std::string& text) {

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "Spelling.h"
+
 using Lines = std::vector<std::string>;
 
 struct Case {
@@ -42,8 +44,6 @@ struct CaseRun {
     Lines lines(std::string_view section) const;
 };
 
-// The text of one line of a case file: escapes undone, @DIR@ replaced, repetitions made.
-std::string spelledOut(std::string_view text, const std::string& directory);
 std::vector<std::string> splitWords(const std::string& text);
 // What differs between two lists of lines, empty if nothing does.
 std::string difference(const Lines& expected, const Lines& found);

@@ -5,8 +5,7 @@
 //     a//b | /base -> /base/a//b
 //
 // The word in brackets names a function of the test, which gets what stands between the bars. A line that is empty or
-// begins with ';' is for the reader. In a row \r, \n, \t and \xNN are those bytes, \\ is a backslash, and \{N text} is
-// the text N times. Nothing behind the arrow is an empty text.
+// begins with ';' is for the reader. Rows are spelled as CASES tells. Nothing behind the arrow is an empty text.
 #include <functional>
 #include <map>
 #include <string>
