@@ -1,5 +1,6 @@
 // The service: its port, the child that it watches, and what it may cost in descriptors.
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
@@ -9,6 +10,7 @@
 class WatchedChild {
 public:
     WatchedChild() {
+        if (pid == 0) ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // where the test crashes
         while (pid == 0) ::pause();
     }
     ~WatchedChild() {
