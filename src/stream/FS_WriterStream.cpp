@@ -46,7 +46,7 @@ void FS_WriterStream::State::open(const char* dest) {
         temporary = platform::TempFile::make();
         stream = std::make_unique<FileOutput>(temporary.fd(), temporary.error());
     } else {
-        stream = std::make_unique<FileOutput>(std::string(stripFilePrefix(filename)).c_str());
+        stream = std::make_unique<FileOutput>(filename.c_str());
     }
 }
 
@@ -82,7 +82,7 @@ bool FS_WriterStream::State::finish(bool removeFile) {
     }
     outcome = closeStream();
     if (!removeFile) return true;
-    const int error = platform::removeFile(std::string(stripFilePrefix(filename)).c_str());
+    const int error = platform::removeFile(filename.c_str());
     outcome = error == 0 ? platform::success() : platform::failure(filename, error);
     return outcome->done;
 }

@@ -19,8 +19,8 @@ class TARVANI_EXPORT FS_WriterStream {
 public:
     // Without anything to write to.
     FS_WriterStream();
-    // Opens a file of the local file system, or a section of one where the path holds a "?". A relative path is taken
-    // from the current directory, once and for all.
+    // Opens a file of the local file system, or a section of one where the path holds a "?". The path is taken as it
+    // stands ("file:" means nothing here), and a relative one from the current directory, once and for all.
     explicit FS_WriterStream(const char* dest);
     FS_WriterStream(const FS_WriterStream&);
     FS_WriterStream& operator=(const FS_WriterStream&);

@@ -78,17 +78,16 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
 
 Outcome openFile(Level& level) {
     const std::string path(level.container);
-    const std::string file(stripFilePrefix(path));
     std::unique_ptr<FS_ReaderStream> served = streamFromHelpers(path.c_str());
     // What a helper reads as a container need not be one as it lies there, and only as such it is written.
-    if (served && platform::fileStatus(file.c_str()).size > 0) {
-        UT_IStream stored(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
+    if (served && platform::fileStatus(path.c_str()).size > 0) {
+        UT_IStream stored(UTmakeFileSource(path.c_str()), UT_ISTREAM_BINARY);
         if (!holdsContainer(stored)) return untouched(path, "not a container as it is stored");
     }
-    if (!served) served = std::make_unique<FS_ReaderStream>(file.c_str());
+    if (!served) served = std::make_unique<FS_ReaderStream>(path.c_str());
     std::unique_ptr<FS_Reader> reader(new FS_Reader(served.release()));
     if (reader->isGood()) return openContainer(level, std::move(reader));
-    if (const std::string why = whyUnreadable(file); !why.empty()) return untouched(path, why);
+    if (const std::string why = whyUnreadable(path); !why.empty()) return untouched(path, why);
     level.index = std::make_unique<FS_IndexFile>();
     return platform::success();
 }
@@ -139,7 +138,7 @@ Outcome rewrite(const std::string& path, TempFile content) {
     std::vector<Level> levels = levelsOf(path);
     if (levels.empty()) return untouched(path, "not a section path");
     if (Outcome opened = openLevels(levels); !opened.done) return opened;
-    ReplacementFile file(std::string(stripFilePrefix(levels.back().container)), ReplaceBy::Copy);
+    ReplacementFile file(std::string(levels.back().container), ReplaceBy::Copy);
     if (!file.error().done) return file.commit();
 
     for (Level& level : levels) {
