@@ -15,12 +15,14 @@ void FSloadCustomHelpers() {
     static int depth = 0;
     if (installed || depth == kDeepest) return;
     installHttpHelpers();
-    ++depth;
+    const struct Level {
+        Level() { ++depth; }
+        ~Level() { --depth; }  // also when memory ends in the middle: the next call tries again
+    } level;
     UT_StringArray names;
     UT_PathSearch::getInstance(UT_PATH_DSO)->matchAllFilesInSubdirectory(".dll", "fs", false, names, false);
     for (const UT_String& name : names)
         UT_DSO().run(("fs/" + std::string(name.view())).c_str(), "installFSHelpers", nullptr, 1, UT_PATH_DSO);
-    --depth;
     // Also when some failed: they would fail again for every path.
     installed = true;
 }
