@@ -52,7 +52,7 @@ std::string condensed(const Columns& row) {
 
 std::string endingOfTemporary(const Columns& row) {
     const std::string begins = "/tmp/tarvani-XXXXXX";
-    const WithVariable place("TMPDIR", nullptr);
+    const WithVariable place("TMPDIR", "");
     UT_String name;
     EXPECT_TRUE(UTcreateTempFileName(name, row[0].c_str()));
     EXPECT_EQ(UT_FileUtil::removeFile(name.buffer()), 0);
