@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 
+#include "../support/Rules.h"
 #include "../support/WebServers.h"
 #include "Streams.h"
 
@@ -40,24 +41,12 @@ protected:
 };
 
 TEST(HttpPath, IsTakenApart) {
-    const std::pair<const char*, std::string> cases[] = {
-        {"http://host/d/page", "host 80 /d/page"},
-        {"http:host/page", "host 80 /page"},
-        {"http:////host//page", "host 80 //page"},
-        {"http://host", "host 80 /"},
-        {"http://host:8080", "host 8080 /"},
-        {"http://host:", "host 0 /"},
-        {"http://host:80x/", "host 80 /"},
-        {"http://host:99999999999999999999/", "host 2147483647 /"},
-        {"http:///page", "page 80 /"},
+    const auto parts = [](const Columns& c) {
+        const auto address = parseHttpPath(c[0].c_str());
+        return address ? address->host + ' ' + std::to_string(address->port) + ' ' + address->page : "none";
     };
-    for (const auto& [path, parts] : cases) {
-        const HttpAddress address = parseHttpPath(path).value_or(HttpAddress());
-        EXPECT_EQ(address.host + ' ' + std::to_string(address.port) + ' ' + address.page, parts) << path;
-    }
-    for (const char* path : {"http:///", "http://:80/page", "HTTP://host/", "https://host/", "file:http://h/",
-                             static_cast<const char*>(nullptr)})
-        EXPECT_FALSE(parseHttpPath(path)) << path;
+    expectRules(TARVANI_RULES "/http.rules", {{"parts", parts}});
+    EXPECT_FALSE(parseHttpPath(nullptr));
 }
 
 TEST_F(HttpHelpers, APageIsFetchedOnceAndReadLikeAFileWithItsSections) {
@@ -172,26 +161,6 @@ TEST_F(HttpHelpers, APageThatCannotBeStoredWholeIsNone) {
     const WithVariable nowhere("TMPDIR", pages_.path("none").c_str());
     EXPECT_EQ(bytesAt(url), "not good");
     EXPECT_THAT(errorText(url), HasSubstr("no temporary file: "));
-}
-
-TEST_F(HttpHelpers, RealServersServeFilesAsTheyAre) {
-    std::string large(3'000'000, '\0');
-    for (std::size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>(i * i >> 8);
-    for (const auto kind : {RealServer::Python, RealServer::Nginx}) {
-        if (!RealServer::isInstalled(kind)) continue;
-        const ScratchDir served, scratch;
-        const std::string name = page(), empty = page(), directory = page();
-        for (const auto& [file, bytes] : Sections{{name, large}, {empty, ""}, {directory + "/entry", ""}})
-            served.write(file.substr(1), bytes);
-        served.setTime(name.substr(1), kTime);
-        const RealServer server(kind, served.path(), scratch.path());
-        EXPECT_TRUE(bytesAt(server.url(name)) == large);
-        EXPECT_EQ(FS_Info(server.url(name).c_str()).getModTime(), kTime);
-        EXPECT_TRUE(FS_Info(server.url(empty).c_str()).fileExists());
-        EXPECT_EQ(bytesAt(server.url(page())), "not good");
-        // A redirect first, to the name with "/" behind it; and what nginx lists comes in chunks.
-        EXPECT_THAT(bytesAt(server.url(directory)), HasSubstr("entry"));
-    }
 }
 
 }  // namespace

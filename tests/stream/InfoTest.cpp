@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "../support/Rules.h"
 #include "Streams.h"
 
 using testing::_;
@@ -59,17 +60,23 @@ protected:
         packedContainer({{"geo", "geometry", 11}, {"inner", inner, 22}, {"empty", packedContainer({}), 3}});
 };
 
-TEST_F(Info, CutsOneSlashAtTheVeryEnd) {
-    OwnInfo helper;
-    const struct {
-        const char *path, *asked;
-    } cases[] = {{"dir", "dir"}, {"dir/", "dir"}, {"dir//", "dir/"}, {"C:/", "C:/"},  {"/", "/"},
-                 {"x?", "x"},    {"x?/", "x"},    {"dir/?s", "dir"}, {"a?b?s/", "a"}, {"FILE:a", "FILE:a"}};
-    for (const auto& c : cases) {
-        FS_Info(c.path).hasAccess(2);
-        ASSERT_FALSE(helper.asked.empty());
-        EXPECT_EQ(helper.asked.back(), c.asked) << c.path;
-    }
+TEST_F(Info, TakesAPathApartAndLooksBelowIt) {
+    const InDirectory here(scratch.path());
+    scratch.write("d/file", "bytes");
+    const OwnInfo helper;
+    const auto asked = [&](const Columns& c) { return FS_Info(c[0].c_str()).hasAccess(2), helper.asked.back(); };
+    const auto below = [](const Columns& c) {
+        return FS_Info::statFile(c[0].c_str(), c[1].c_str(), nullptr) ? "yes" : "no";
+    };
+    expectRules(TARVANI_RULES "/infos.rules", {{"asked", asked}, {"below", below}});
+    EXPECT_EQ(helper.asked.back(), "own:dir|leaf");
+    EXPECT_TRUE(FS_Info::statFile(nullptr, "d", nullptr));
+    EXPECT_FALSE(FS_Info::statFile("d", nullptr, nullptr));
+    scratch.setTime("d/file", 1000000);
+    FS_Stat stat(0, 0, false, true);
+    EXPECT_TRUE(FS_Info::statFile("d", "file", &stat));
+    EXPECT_EQ(stat, FS_Stat(1000000, 5, false, true)) << "the mark of a link stays as it was";
+    EXPECT_TRUE(FS_Info::statFile("", "d", &stat) && stat.isDirectory);
     // As many levels as a path can name cost neither the stack nor the time of their square.
     std::string deep = "none";
     for (int i = 0; i < 100000; ++i) deep += "?s";
@@ -101,24 +108,7 @@ TEST_F(Info, HelpersAnswerAlone) {
     EXPECT_TRUE(FS_Info(file.c_str()).fileExists());
 }
 
-TEST_F(Info, LooksAtOneNameBelowAnother) {
-    const std::string file = scratch.write("d/file", "bytes"), d = scratch.path("d"), slash = d + "/";
-    scratch.setTime("d/file", 1000000);
-    const OwnInfo helper;
-    const struct {
-        const char *base, *name;
-        bool there;
-    } cases[] = {{d.c_str(), "file", true},     {slash.c_str(), "file", true}, {"elsewhere", file.c_str(), true},
-                 {nullptr, file.c_str(), true}, {"", d.c_str(), true},         {d.c_str(), "", false},
-                 {d.c_str(), nullptr, false},   {d.c_str(), "none", false},    {"own:dir", "leaf", true},
-                 {"own:dir|", "leaf", true}};
-    for (const auto& c : cases) EXPECT_EQ(FS_Info::statFile(c.base, c.name, nullptr), c.there);
-    EXPECT_EQ(helper.asked.back(), "own:dir|leaf");
-    FS_Stat stat(0, 0, false, true);
-    EXPECT_TRUE(FS_Info::statFile(d.c_str(), "file", &stat));
-    EXPECT_EQ(stat, FS_Stat(1000000, 5, false, true)) << "the mark of a link stays as it was";
-    EXPECT_TRUE(FS_Info::statFile("", d.c_str(), &stat) && stat.isDirectory);
-
+TEST(Stat, OfASequenceHasTheLastTimeAndTheSumOfSizes) {
     FS_Stat sequence(5, 10, true);
     sequence.updateSequenceStat(FS_Stat(-7, 1));
     sequence.updateSequenceStat(FS_Stat(5000000000L, 2));

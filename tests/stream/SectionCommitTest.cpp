@@ -37,6 +37,7 @@ protected:
     std::string readOr(const std::string& name, const char* otherwise) const {
         return dir.exists(name) ? dir.read(name) : otherwise;
     }
+
     ScratchDir dir;
     WithVariable tmpdir{"TMPDIR", dir.makeDirectory("tmp").c_str()};
 };
