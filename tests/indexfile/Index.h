@@ -28,7 +28,7 @@ inline FS_Reader* memoryReader(std::string_view bytes) {
 
 inline std::string restOf(UT_IStream& in) {
     std::string text;
-    for (auto ready = in.buffered(); !ready.empty(); in.consume(ready.size()), ready = in.buffered()) text += ready;
+    for (; !in.buffered().empty(); in.consume(in.buffered().size())) text += in.buffered();
     return text;
 }
 

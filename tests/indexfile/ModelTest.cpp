@@ -22,12 +22,10 @@ public:
     // Makes one random change to both sides.
     void step() {
         using Change = void (Model::*)();
-        // clang-format off
         static constexpr Change kChanges[] = {
-            &Model::addOne, &Model::addOne, &Model::addOne, &Model::modifyOne, &Model::removeOne, &Model::move,
-            &Model::merge, &Model::addFile, &Model::copyOne, &Model::describe, &Model::reopen,
-            &Model::save, &Model::save, &Model::throughDirectory};
-        // clang-format on
+            &Model::addOne, &Model::addOne, &Model::addOne,  &Model::modifyOne,       &Model::removeOne,
+            &Model::move,   &Model::merge,  &Model::addFile, &Model::copyOne,         &Model::describe,
+            &Model::reopen, &Model::save,   &Model::save,    &Model::throughDirectory};
         (this->*kChanges[below(static_cast<int>(std::size(kChanges)))])();
     }
 
