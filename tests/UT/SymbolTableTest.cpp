@@ -46,6 +46,7 @@ std::string stepped(const Columns& row) {
     std::string answers, verb, name;
     const auto tell = [&](const std::string& text) { answers.append(answers.empty() ? "" : " ").append(text); };
     const auto told = [](const UT_Thing& thing) { return thing.isNull() ? "null" : std::to_string(thing.asInt()); };
+    const char* began = nullptr;  // the name where the last walk began, which stays while it goes on
     for (std::int64_t number = 0; steps >> verb;) {
         if (verb == "add" && steps >> name >> number) table.addSymbol(name, UT_Thing(static_cast<int>(number)));
         if (verb == "delete" && steps >> name) table.deleteSymbol(name);
@@ -56,7 +57,8 @@ std::string stepped(const Columns& row) {
         if (verb == "of" && steps >> name) tell(told(table[name.c_str()] = table[name.c_str()]));
         if (verb == "all")
             for (const auto& [key, value] : pairs(table)) tell(key + "=" + std::to_string(value));
-        if (verb == "walk") walks.push_back(table.begin());
+        if (verb == "walk") walks.push_back(table.begin()), began = walks.back().name();
+        if (verb == "began") tell(began);
         if (verb == "leave") walks.clear();
         if (verb == "next") std::for_each(walks.begin(), walks.end(), [](auto& walk) { ++walk; });
         if (verb == "set" && steps >> number) *walks.back() = UT_Thing(static_cast<int>(number));
