@@ -66,8 +66,8 @@ TEST_F(Files, TheListOfTemporariesHoldsTheLiveOnesOfThisProcess) {
     TempFile kept = TempFile::make();
     kept.keep();
     {
-        // Takes the place of the one that has gone; a longer name needs a place of its own.
-        const TempFile again = TempFile::make(), longer = TempFile::make(std::string(100, 'n'));
+        // A longer name than that of the one that has gone needs a place of its own.
+        const TempFile longer = TempFile::make(std::string(100, 'n')), again = TempFile::make();
         const auto removeOwn = [] {
             removeTemporaries();  // they are the parent's
             const TempFile own = TempFile::make();
