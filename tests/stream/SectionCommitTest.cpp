@@ -5,9 +5,11 @@
 #include <sys/stat.h>
 
 #include <ctime>
+#include <map>
 #include <optional>
 
 #include "../support/FaultPlan.h"
+#include "../support/Rules.h"
 #include "Streams.h"
 
 namespace {
@@ -44,75 +46,59 @@ protected:
 
 const Sections kOld = {{"a", "old a"}, {"b", ""}, {"c", std::string(200'000, 'c')}};
 
-TEST_F(SectionCommit, PutsASectionInItsPlaceOrTakesItOut) {
-    constexpr auto kGoes = std::nullopt;
-    const std::string inner = containerBytes({{"x", "1"}, {"y", "2"}}, "text");
-    const std::string outer = containerBytes({{"a", "1"}, {"in", inner}, {"empty", ""}}, "text");
-    const struct {
-        std::optional<std::string> before;
-        const char* destination;
-        std::optional<std::string> bytes;
-        const char* after;
-    } cases[] = {
-        {{}, "f?a", "new", "(a=new)"},
-        {{}, "f?a?b?c", "", "(a(b(c=)))"},
-        {"", "f?a", "new", "(a=new)"},
-        {containerBytes({}, "text"), "f?a", "new", "(a=new)"},
-        {inner, "f?x", "longer than before", "(x=longer than before y=2)"},
-        {outer, "f?in?x", "new", "(a=1 in(x=new y=2) empty=)"},
-        {outer, "f?empty?x", "new", "(a=1 in(x=1 y=2) empty(x=new))"},
-        {outer, "f?a", kGoes, "(in(x=1 y=2) empty=)"},
-        {outer, "f?in?x", kGoes, "(a=1 in(y=2) empty=)"},
-        {{}, "f?a", kGoes, "()"},
-        {outer, "f?unknown", kGoes, "(a=1 in(x=1 y=2) empty=)"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.after);
-        std::filesystem::remove(dir.path("f"));
-        if (c.before) dir.write("f", *c.before);
-        const std::time_t start = std::time(nullptr);
-        EXPECT_EQ(put(c.destination, c.bytes), "done");
-        EXPECT_TRUE(!c.bytes || FS_Info(dir.path(c.destination).c_str()).getModTime() >= start - 1);
-        EXPECT_EQ(tree("f"), c.after);
-        EXPECT_EQ(dir.read("f").find(packed("text")) != std::string::npos, !c.before.value_or("").empty());
+// The bytes that treeOf shows so. They go from the front of `text`.
+std::string bytesOfTree(std::string_view& text) {
+    static const std::string whole = containerBytes({{"a", "1"}, {"b", ""}, {"c", "whole"}});
+    static const std::map<std::string, std::string> odd = {{"@newer", containerHead(0, 1)},
+                                                           {"@damaged", containerHead(1) + tableEntry("a", 0, -5)},
+                                                           {"@short", whole.substr(0, whole.size() - 1)},
+                                                           {"@cut", containerHead(1) + tableEntry("in", 0, 50)}};
+    if (!text.starts_with('(')) {
+        const std::string word(text.substr(0, text.find_first_of(" )")));
+        text.remove_prefix(word.size());
+        return odd.contains(word) ? odd.at(word) : word;
     }
+    Sections sections;
+    for (text.remove_prefix(1); !text.starts_with(')'); text.remove_prefix(text.starts_with(' ') ? 1 : 0)) {
+        const std::string name(text.substr(0, text.find_first_of("=(")));
+        text.remove_prefix(name.size() + (text[name.size()] == '=' ? 1 : 0));
+        sections.emplace_back(name, bytesOfTree(text));
+    }
+    text.remove_prefix(1);
+    return containerBytes(sections, "text");
 }
 
-// Only what is empty becomes a container. Everything else that isn't one is somebody's data, and what can't be read
-// whole must not be written as if it were.
-TEST_F(SectionCommit, RefusesWhatIsNoContainerAndWhatWouldBeIncomplete) {
-    const std::string newer = containerHead(0, 1), damaged = containerHead(1) + tableEntry("a", 0, -5);
-    const std::string whole = containerBytes(kOld), cut = containerHead(1) + tableEntry("in", 0, 50);
-    const struct {
-        std::string before;
-        const char *destination, *reason;
-    } cases[] = {
-        {"I", "f?a", "/f: not a container; nothing was written"},
-        {newer, "f?a", "not a container"},
-        {damaged, "f?a", "not a container"},
-        {containerBytes({{"in", "I"}}), "f?in?a", "not a container"},
-        {containerBytes({{"in", damaged}}), "f?in?a?deep", "not a container"},
-        {whole.substr(0, whole.size() - 1), "f?a", "section \"c\""},
-        {cut, "f?in?a", "cannot be read"},
-        {containerBytes({{"in", cut}}), "f?in?a", "section \"in\""},
-        {"x", "tmp?a", "Is a directory"},
-        {"x", "f/g?a", "Not a directory"},
-        {"x", "no/g?a", "no/g: No such file or directory"},
-    };
-    for (const auto& c : cases) {
-        dir.write("f", c.before);
-        for (const bool removes : {false, true})
-            EXPECT_THAT(put(c.destination, removes ? std::nullopt : std::optional("new")), HasSubstr(c.reason));
-        EXPECT_EQ(dir.read("f"), c.before);
+TEST_F(SectionCommit, PutsASectionInItsPlaceTakesItOutOrRefuses) {
+    const auto commit = [&](const Columns& c) {
+        std::string_view tree = c[0];
+        const std::string before = c[0] == "none" ? "" : bytesOfTree(tree);
+        std::filesystem::remove(dir.path("f"));
+        if (c[0] != "none") dir.write("f", before);
+        const std::time_t start = std::time(nullptr);
+        const std::string reason = put(c[1], c[2] == "-" ? std::nullopt : std::optional(c[2]));
+        EXPECT_EQ(readOr("f", "").find(packed("text")) == std::string::npos,
+                  before.find(packed("text")) == std::string::npos)
+            << "the description stays";
+        if (reason == "done") {
+            EXPECT_TRUE(c[2] == "-" || FS_Info(dir.path(c[1]).c_str()).getModTime() >= start - 1);
+            return treeOf(dir.read("f"));
+        }
+        EXPECT_NE(put(c[1], {}), "done");
+        EXPECT_EQ(dir.read("f"), before);
         EXPECT_THAT(dir.names("tmp"), IsEmpty());
-    }
-    // The caller's stream failed.
-    dir.write("f", whole);
+        return reason.substr(dir.path("").size());
+    };
+    expectRules(TARVANI_RULES "/commits.rules", {{"put", commit}});
+}
+
+TEST_F(SectionCommit, RefusesWhatCouldNotBeCollectedWhole) {
+    const std::string old = containerBytes(kOld);
+    dir.write("f", old);
     FS_Writer writer(dir.path("f?a").c_str());
     *writer.getStream() << "half of";
     writer.getStream()->setstate(std::ios::badbit);
     EXPECT_NE(finish(writer), "done");
-    EXPECT_EQ(dir.read("f"), whole);
+    EXPECT_EQ(dir.read("f"), old);
 }
 
 // What was collected is the plain file that was written, however its path looks, and whatever helpers make of it.
