@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "../support/Rules.h"
 #include "../support/ScratchDir.h"
 #include "../support/Sections.h"
 
@@ -62,4 +63,17 @@ inline std::string save(FS_IndexFile& index, const std::string& path) {
 
 inline void add(FS_IndexFile& index, const char* name, std::string_view bytes, int time = 1000) {
     index.addSection(name, bytes.data(), static_cast<int>(bytes.size()), time);
+}
+
+// The bytes that a row of tables.rules spells.
+inline std::string spelledBytes(const std::string& row) {
+    std::istringstream words(row);
+    std::string bytes;
+    for (std::string word; words >> word;) {
+        const bool isNumber = word[0] == '-' || std::isdigit(word[0]) != 0;
+        bytes += isNumber          ? packed(std::stoi(word))
+                 : word[0] == '\'' ? packed(std::string_view(word).substr(1, word.size() - 2))
+                                   : word;
+    }
+    return bytes;
 }

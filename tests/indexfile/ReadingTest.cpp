@@ -5,7 +5,6 @@
 #include <set>
 
 #include "../support/Network.h"
-#include "../support/Rules.h"
 #include "Index.h"
 
 namespace {
@@ -50,22 +49,9 @@ TEST_F(ReadingAContainer, AnswersUnknownNamesAndIndexesWithNothing) {
     EXPECT_TRUE(index.hasSection(""));
 }
 
-// What a row of tables.rules spells.
-std::string bytesOf(const std::string& row) {
-    std::istringstream words(row);
-    std::string bytes;
-    for (std::string word; words >> word;) {
-        const bool isNumber = word[0] == '-' || std::isdigit(word[0]) != 0;
-        bytes += isNumber          ? packed(std::stoi(word))
-                 : word[0] == '\'' ? packed(std::string_view(word).substr(1, word.size() - 2))
-                                   : word;
-    }
-    return bytes;
-}
-
 TEST_F(ReadingAContainer, RefusesEachLieAsAWholeAndTakesWhatIsOnlyUnusual) {
     const auto opened = [](const Columns& c) -> std::string {
-        const std::string bytes = bytesOf(c[0]);
+        const std::string bytes = spelledBytes(c[0]);
         FS_IndexFile index(memoryReader(bytes));
         const int sections = index.getNumSections();
         UT_IStream stream = streamOver(bytes), again = streamOver(bytes);
