@@ -4,6 +4,7 @@
 #include <pathfile/UT_PathFileInfo.h>
 #include <stream/FS_Info.h>
 
+#include <algorithm>
 #include <string_view>
 
 int UT_PathFileInfo::prepareForSave(int mustBeNew, int aboveHidden, int overVisible) {
@@ -46,7 +47,8 @@ int UT_PathFileInfo::raisedIndex(int first, int start, bool aboveHidden, bool ov
         const int index = entry->getDirIndex();
         if (index < candidate) continue;
         if (entry->getHideFlag()) {
-            if (aboveHidden) candidate = index + 1;
+            // An index may be any number; behind the last directory one is as good as another.
+            if (aboveHidden) candidate = std::min(index, owner->getDirCount()) + 1;
         } else if (overVisible) {
             candidate = index;
         }

@@ -1,6 +1,8 @@
 // Where an entry may be saved, asked by a user whom permissions bind.
 #include <sys/stat.h>
 
+#include <climits>
+
 #include "../support/Child.h"
 #include "PathFiles.h"
 
@@ -48,10 +50,13 @@ TEST_F(PathFileSaving, BeginsWithTheIndexAsItIsAndPassesOverGapsInTheList) {
     EXPECT_EQ(relative(fresh.getFullPath()), "lo/a") << "its path has not been taken apart yet";
     file.appendFileInfo(static_cast<UT_PathFileInfo*>(nullptr));
     file.appendFileInfo(path("mid/a").c_str());
+    file.appendFileInfo(path("mid/a.hide").c_str())->setDirIndex(INT_MAX);
     file.appendFileInfo(new UT_PathFileInfo(&file));
+    EXPECT_EQ(fresh.prepareForSave(0, 1, 0), 0) << "nothing is above the last number";
     EXPECT_EQ(fresh.prepareForSave(0, 0, 1), 1);
     EXPECT_EQ(relative(fresh.getFullPath()), "mid/a");
     EXPECT_EQ(nameless.prepareForSave(0, 0, 0), 1) << "related to nothing, so the disk isn't asked";
+    EXPECT_EQ(relative(nameless.getFullPath()), "lo/") << "its path is that of the place";
 }
 
 TEST_F(PathFileSaving, TheOldPlaceOnDiskStays) {
