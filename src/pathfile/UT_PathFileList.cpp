@@ -189,7 +189,8 @@ void UT_PathFile::appendFileInfo(UT_PathFileInfo* info) {
 
 UT_PathFileInfo* UT_PathFile::appendFileInfo(const char* path, int) {
     std::unique_ptr<UT_PathFileInfo> info(createFileInfo());
-    if (info) info->setFullPath(path);
+    if (!info) return nullptr;
+    info->setFullPath(path);
     appendFileInfo(info.get());
     return info.release();
 }
