@@ -87,20 +87,20 @@ TEST_F(Entry, KeepsItsRules) {
 }
 
 TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
-    write({"lo/a.x", "mid/b.y.hide"});
+    write({"lo/a.m.x", "mid/b.y.hide"});
     const Found list, others;
     const struct {
         UT_PF_CopyReason reason;
         const char *target, *source;
     } cases[] = {
-        {UT_PF_COPY_DETACHED, "- lo k k.x mid/k.x 1 1", "lo/a.x mid/k.x"},
+        {UT_PF_COPY_DETACHED, "- lo k k.m.x hi/k.m.x 2 1", "lo/a.m.x hi/k.m.x"},
         // The directory of the target's old path stays until its own is taken apart.
-        {UT_PF_COPY_TAKE_DISK_FILE, "lo/a.x mid a a.x lo/a.x 0 1", "- mid/k.x"},
-        {UT_PF_COPY_ALL, "lo/a.x lo k k.x mid/k.x 1 1", "lo/a.x mid/k.x"},
+        {UT_PF_COPY_TAKE_DISK_FILE, "lo/a.m.x mid a a.m.x lo/a.m.x 0 1", "- hi/k.m.x"},
+        {UT_PF_COPY_ALL, "lo/a.m.x lo k k.m.x hi/k.m.x 2 1", "lo/a.m.x hi/k.m.x"},
     };
     for (const auto& c : cases) {
         Info source(*list.getFileInfo(0, 0)), target(*others.getFileInfo(1, 0));
-        lead(source, "base=k index=1 filtered=1");  // so that disk path and full path differ
+        lead(source, "base=k index=2 filtered=1");  // so that disk path and full path differ
         target.copy(&source, c.reason);
         EXPECT_EQ(lead(target, "disk? dir? base? name? path? index? filtered?"), c.target);
         EXPECT_EQ(lead(source, "disk? path?"), c.source);
@@ -110,7 +110,7 @@ TEST_F(Entry, ACopyTakesLeavesOrSharesTheFile) {
     self.copy(nullptr, UT_PF_COPY_ALL);
     self.copy(&self, UT_PF_COPY_ALL);
     self.copy(&self, UT_PF_COPY_TAKE_DISK_FILE);
-    EXPECT_EQ(lead(self, "disk? path? base?"), "lo/a.x lo/a.x a");
+    EXPECT_EQ(lead(self, "disk? path? base?"), "lo/a.m.x lo/a.m.x a");
 }
 
 // A file that was found keeps its path once, and its name in it.

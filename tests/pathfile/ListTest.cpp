@@ -1,4 +1,6 @@
 // The list: what a pattern finds, its order, and how callers change it.
+#include <UT/UT_WorkBuffer.h>
+
 #include "../support/Environment.h"
 #include "PathFiles.h"
 
@@ -132,18 +134,22 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
 }
 
 TEST_F(PathFileList, ACopyStartsWithAListOfItsOwn) {
-    write({"lo/a"});
-    Found file, assigned("x", 1);
+    write({"lo/a", "mid/a"});
+    Found file, assigned("a", 1);
+    UT_WorkBuffer line;
+    EXPECT_TRUE(assigned.getLine(line));
     UT_PathFile copied(file);
     UT_PathFile &target = assigned, &itself = file;
     target = file;
     itself = file;
-    EXPECT_EQ(entries(file), Texts{"lo/a"});
+    EXPECT_EQ(entries(file), (Texts{"lo/a", "mid/a"}));
     for (UT_PathFile* copy : {&copied, &target}) {
         EXPECT_EQ(copy->getFileInfoCount(0), 0);
         EXPECT_EQ(relative(copy->getDefaultDir()), "mid");
         EXPECT_EQ(copy->getDefaultDirIndex() + copy->getHomeDirIndex(), kMid + kMid);
         copy->applyStandardFilter();
-        EXPECT_EQ(entries(*copy), Texts{"lo/a"});
+        EXPECT_EQ(entries(*copy), (Texts{"lo/a", "mid/a"}));
+        EXPECT_TRUE(copy->getLine(line)) << "with a reader of its own";
+        EXPECT_STREQ(line.buffer(), "mid/a");
     }
 }

@@ -28,7 +28,8 @@ protected:
         static const bool isSet = [] {
             ::setenv("PATHFILE_TEST_ROOT", root().path().c_str(), 1);
             ::setenv("TARVANI_PATH", ("$PATHFILE_TEST_ROOT/hi:" + path("mid") + ":" + path("lo")).c_str(), 1);
-            ::setenv("TARVANI_DSO_PATH", (path("lo/sub") + ":" + path("lo")).c_str(), 1);
+            ::setenv("HOME", path("lo").c_str(), 1);
+            ::setenv("TARVANI_DSO_PATH", ("~/sub:" + path("lo")).c_str(), 1);
             ::setenv("TARVANI_SITE_DSO_PATH", "", 1);
             ::setenv("TARVANI_HOME", path("mid").c_str(), 1);
             return UT_PathSearch::getInstance(UT_PATH_DEFAULT) != nullptr;

@@ -61,8 +61,8 @@ TEST_F(PathFileReading, TheListMayChangeBetweenLines) {
     EXPECT_EQ(next(file), "other/f:1:other/f");
     EXPECT_EQ(next(file), "-");
     EXPECT_EQ(entries(file, 1), (Texts{"lo/a", "lo/b", "lo/d", "other/f"})) << "walked from the front again";
-    file.getFileInfo(2, 0)->setFilteredFlag(0);
-    EXPECT_EQ(relative(file.getFileInfo(2, 1)->getFullPath()), "lo/c");
+    file.getFileInfo(2, 0)->copy(file.getFileInfo(0, 0), UT_PF_COPY_ALL);
+    EXPECT_EQ(entries(file, 1), (Texts{"lo/a", "lo/b", "lo/a", "lo/d", "other/f"})) << "the mark was copied too";
 }
 
 TEST_F(PathFileReading, TheFilterStepsOverEntriesWithoutANameAndClearsNoMark) {
@@ -70,9 +70,10 @@ TEST_F(PathFileReading, TheFilterStepsOverEntriesWithoutANameAndClearsNoMark) {
     Found file;
     file.appendFileInfo(new UT_PathFileInfo(&file));
     file.appendFileInfo(static_cast<UT_PathFileInfo*>(nullptr));
-    file.getFileInfo(1, 0)->setFilteredFlag(1);
+    file.appendFileInfo(path("hi/a").c_str());
+    file.getFileInfo(4, 0)->setFilteredFlag(1);
     file.applyStandardFilter();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(file.getFileInfo(i, 0)->getFilteredFlag(), i < 2 ? 1 : 0);
+    for (const int i : {0, 1, 2, 4}) EXPECT_EQ(file.getFileInfo(i, 0)->getFilteredFlag(), i == 2 ? 0 : 1) << i;
     EXPECT_EQ(file.getFileInfoCount(1), 1);
     EXPECT_EQ(next(file), "-");
 }
