@@ -21,6 +21,7 @@ public:
     // that can't be listed gives an empty object.
     UT_Directory(const char* path, const char* pattern, int includeDotNames);
     ~UT_Directory();
+    // An independent list of the same names.
     UT_Directory(const UT_Directory&);
     UT_Directory& operator=(const UT_Directory&);
 

@@ -45,6 +45,7 @@ public:
     const char* getFullPath();
     // The directory of the path that was last taken apart, "." for a lone name; null before.
     const char* getDirectory();
+    // The directory of the search path to which the entry belongs, or is to; as it is stored where no directory fits.
     int getDirIndex();
     // The name without directory and control suffixes.
     const char* getFileName();
