@@ -58,17 +58,13 @@ std::string barred(Next next) {
     return all;
 }
 
-std::string lines(UT_IStream& stream) {
-    return barred<UT_WorkBuffer>([&](UT_WorkBuffer& line) { return stream.getLine(line, '\n'); });
-}
-
 std::string linesIn(const Columns& row) {
     std::string found;
     for (const bool sizeKnown : {true, false}) {
         const auto source = std::make_shared<Source>(row[0]);
         if (!sizeKnown) source->saidSize = -1;
         UT_IStream stream = on(source);
-        const std::string given = lines(stream);
+        const std::string given = barred<UT_WorkBuffer>([&](auto& line) { return stream.getLine(line, '\n'); });
         EXPECT_TRUE(stream.isEof() && (sizeKnown || given == found));
         found = given;
     }
@@ -84,7 +80,7 @@ std::string textIn(const Columns& row) {
 std::string wordsIn(const Columns& row) {
     UT_IStream stream = over(row[0]);
     UT_IStreamAutoBinary mode(stream, UT_ISTREAM_ASCII);
-    return barred<UT_String>([&](UT_String& word) { return stream.readString(word, false); });
+    return barred<UT_String>([&](auto& word) { return stream.readString(word, false); });
 }
 
 std::string readAll(UT_IStream* owned) {
@@ -248,7 +244,7 @@ TEST(CFile, APipeIsReadForwardOnlyAndAnswersALineAtATime) {
     EXPECT_TRUE(stream.seekg(0, 0)) << "still buffered";
     ASSERT_EQ(::write(ends[1], "second", 6), 6);
     ::close(ends[1]);
-    EXPECT_EQ(lines(stream), "first|second|");
+    EXPECT_EQ(readAll(stream), "first\nsecond");
     EXPECT_FALSE(stream.seekg(0, 0));
 }
 

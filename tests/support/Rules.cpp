@@ -27,19 +27,20 @@ void expectRules(const std::string& path, const std::map<std::string, Rule>& fun
     constexpr std::string_view kArrow = " -> ";
     std::ifstream in(path, std::ios::binary);
     std::set<std::string> used;
-    std::string line, name;
+    std::string line, heading, name;
     for (int number = 1; std::getline(in, line); ++number) {
         if (line.empty() || line.front() == ';') continue;
         if (line.front() == '[') {
+            heading = line + "\n";
             used.insert(name = line.substr(1, line.find(']') - 1));
             continue;
         }
-        const std::string place = path + ":" + std::to_string(number) + ": " + line;
+        SCOPED_TRACE(heading + path + ":" + std::to_string(number) + ": " + line);
         line += line.ends_with(" ->") ? " " : "";
         const std::size_t arrow = line.find(kArrow);
-        ASSERT_TRUE(arrow != line.npos && functions.contains(name)) << place;
+        ASSERT_TRUE(arrow != line.npos && functions.contains(name));
         const std::string expected = spelledOut(line.substr(arrow + kArrow.size()));
-        EXPECT_EQ(functions.at(name)(columnsOf(line.substr(0, arrow))), expected) << place;
+        EXPECT_EQ(functions.at(name)(columnsOf(line.substr(0, arrow))), expected);
     }
     for (const auto& [function, rule] : functions)
         EXPECT_TRUE(used.contains(function)) << path << " lacks " << function;
