@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "../tests/support/RealServer.h"
+#include "LocalNginx.h"
 #include "Race.h"
 
 namespace {
@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 class Bench {
 public:
     // The pages lie in `directory`, which `server` serves.
-    Bench(std::string command, std::string programs, std::string directory, const RealServer& server)
+    Bench(std::string command, std::string programs, std::string directory, const LocalNginx& server)
         : tarvani_(std::move(command)),
           programs_(std::move(programs)),
           directory_(std::move(directory)),
@@ -58,7 +58,7 @@ private:
     }
 
     const std::string tarvani_, programs_, directory_;
-    const RealServer& server_;
+    const LocalNginx& server_;
 };
 
 }  // namespace
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: compare_pages COMMAND PROGRAMS SCRATCH RUNS [PART OF A WORK'S NAME]...\n");
         return 2;
     }
-    if (!RealServer::isInstalled(RealServer::Nginx)) {
+    if (!LocalNginx::isInstalled()) {
         std::fprintf(stderr, "compare_pages: nginx isn't installed, so pages are left out\n");
         return 0;
     }
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
     const std::string scratch = fs::current_path().string(), directory = scratch + "/pages";
     fs::create_directories(directory);
     ::setenv("TMPDIR", scratch.c_str(), 1);  // one disk for all
-    const RealServer server(RealServer::Nginx, directory, scratch);
+    const LocalNginx server(directory, scratch);
     run(Bench(tarvani, programs, directory, server).works(), std::max(1, std::atoi(argv[4])), {argv + 5, argv + argc});
     fs::remove("copy");
     return 0;

@@ -31,9 +31,10 @@ bool strikes(Call call) {
     return true;
 }
 
-template <class Function>
-Function* next(const char* name) {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+// The system's own function.
+template <class Result, class... Arguments>
+Result real(const char* name, Arguments... arguments) {
+    return reinterpret_cast<Result (*)(Arguments...)>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
 }  // namespace
@@ -50,45 +51,35 @@ bool FaultPlan::lift() {
 extern "C" {
 
 ssize_t write(int fd, const void* data, size_t count) {
-    static const auto real = next<ssize_t(int, const void*, size_t)>("write");
-    return strikes(Call::Write) ? -1 : real(fd, data, count);
+    return strikes(Call::Write) ? -1 : real<ssize_t>("write", fd, data, count);
 }
 ssize_t copy_file_range(int from, off64_t* fromAt, int to, off64_t* toAt, size_t count, unsigned flags) {
-    static const auto real = next<ssize_t(int, off64_t*, int, off64_t*, size_t, unsigned)>("copy_file_range");
-    return strikes(Call::CopyFileRange) ? -1 : real(from, fromAt, to, toAt, count, flags);
+    return strikes(Call::CopyFileRange) ? -1 : real<ssize_t>("copy_file_range", from, fromAt, to, toAt, count, flags);
 }
 int fallocate(int fd, int mode, off_t offset, off_t length) {
-    static const auto real = next<int(int, int, off_t, off_t)>("fallocate");
-    if (!strikes(Call::Fallocate)) return real(fd, mode, offset, length);
+    if (!strikes(Call::Fallocate)) return real<int>("fallocate", fd, mode, offset, length);
     if (thePlan.error == ENOSPC) {  // some file systems have made the file longer by then
-        real(fd, mode, offset, length);
+        real<int>("fallocate", fd, mode, offset, length);
         errno = ENOSPC;
     }
     return -1;
 }
 int ftruncate(int fd, off_t length) noexcept {
-    static const auto real = next<int(int, off_t)>("ftruncate");
-    return strikes(Call::Ftruncate) ? -1 : real(fd, length);
+    return strikes(Call::Ftruncate) ? -1 : real<int>("ftruncate", fd, length);
 }
 int close(int fd) {
-    static const auto real = next<int(int)>("close");
-    const bool failed = strikes(Call::Close);
-    const int error = errno;
-    const int result = real(fd);  // a close that tells of an error has closed
-    if (!failed) return result;
-    errno = error;
-    return -1;
+    const bool fails = strikes(Call::Close);
+    const int error = errno, result = real<int>("close", fd);  // one that tells of an error has closed
+    if (fails) errno = error;
+    return fails ? -1 : result;
 }
 int renameat2(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags) noexcept {
-    static const auto real = next<int(int, const char*, int, const char*, unsigned)>("renameat2");
-    return strikes(Call::Rename) ? -1 : real(fromDirectory, from, toDirectory, to, flags);
+    return strikes(Call::Rename) ? -1 : real<int>("renameat2", fromDirectory, from, toDirectory, to, flags);
 }
 int rename(const char* from, const char* to) noexcept {
-    static const auto real = next<int(const char*, const char*)>("rename");
-    return strikes(Call::Rename) ? -1 : real(from, to);
+    return strikes(Call::Rename) ? -1 : real<int>("rename", from, to);
 }
 int mkostemps(char* pattern, int endingLength, int flags) {
-    static const auto real = next<int(char*, int, int)>("mkostemps");
-    return strikes(Call::MakeTemporary) ? -1 : real(pattern, endingLength, flags);
+    return strikes(Call::MakeTemporary) ? -1 : real<int>("mkostemps", pattern, endingLength, flags);
 }
 }

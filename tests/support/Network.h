@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -17,6 +18,20 @@
 inline bool comes(int fd, short events = POLLIN) {
     pollfd watched{fd, events, 0};
     return ::poll(&watched, 1, 20000) == 1;
+}
+
+// A socket that listens; `port` becomes its port.
+inline int listenSomewhere(int& port, int backlog = 64) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(fd, backlog) != 0 ||
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        std::abort();
+    port = ntohs(address.sin_port);
+    return fd;
 }
 
 // A client of a service at 127.0.0.1.

@@ -58,22 +58,10 @@ void ScratchDir::cutAt(std::string_view name, std::uintmax_t length) const {
     fs::resize_file(path(name), length);
 }
 
-void ScratchDir::flipByte(std::string_view name, std::size_t position) const {
-    std::string bytes = read(name);
-    bytes.at(position) = static_cast<char>(~bytes.at(position));
-    write(name, bytes);
-}
-
 void ScratchDir::setTime(std::string_view name, long seconds) const {
     const timespec times[2] = {{seconds, 0}, {seconds, 0}};
     if (::utimensat(AT_FDCWD, path(name).c_str(), times, AT_SYMLINK_NOFOLLOW) != 0)
         throw std::runtime_error("could not set the time of " + path(name));
-}
-
-long ScratchDir::getTime(std::string_view name) const {
-    struct stat status {};
-    EXPECT_EQ(::lstat(path(name).c_str(), &status), 0) << path(name);
-    return status.st_mtime;
 }
 
 std::vector<std::string> ScratchDir::names(std::string_view name) const {

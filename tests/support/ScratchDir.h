@@ -25,11 +25,8 @@ public:
     std::string makeDirectory(std::string_view name) const;
     // Cuts a file to `length` bytes, or lengthens it with a hole.
     void cutAt(std::string_view name, std::uintmax_t length) const;
-    // Turns all bits of the byte at `position`.
-    void flipByte(std::string_view name, std::size_t position) const;
     // Sets the modification time, in seconds since the epoch.
     void setTime(std::string_view name, long seconds) const;
-    long getTime(std::string_view name) const;
     // The names in the directory, or in `name` in it, sorted.
     std::vector<std::string> names(std::string_view name = "") const;
 

@@ -1,63 +1,79 @@
 #pragma once
-// The sections of a container as values that tests compare: packed into bytes, and taken out of them again without the
-// library.
+// The bytes of a container, put together by hand and taken apart again, so that tests of the one don't rest on the
+// library's other.
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "Container.h"
-
+struct PackedSection {
+    std::string name;
+    std::string bytes;
+    std::int32_t time = 0;
+};
 using Sections = std::vector<std::pair<std::string, std::string>>;  // names and bytes
 
+inline std::string packed(std::int32_t value) {
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(static_cast<std::uint32_t>(value) >> shift);
+    return bytes;
+}
+inline std::string packed(std::string_view text) {
+    return packed(static_cast<std::int32_t>(text.size())) + std::string(text);
+}
+
+// What stands before the table, and one entry of it: for containers that lie.
+inline std::string containerHead(std::int32_t count, std::int32_t version = 0, std::string_view description = "") {
+    return "INDX" + packed(version) + packed(description) + packed(count);
+}
+inline std::string tableEntry(std::string_view name, std::int32_t offset, std::int32_t size, std::int32_t time = 1000) {
+    return packed(name) + packed(offset) + packed(size) + packed(time);
+}
+
+inline std::string packedContainer(const std::vector<PackedSection>& sections, std::string_view description = "") {
+    std::string table = containerHead(static_cast<std::int32_t>(sections.size()), 0, description), data;
+    for (const auto& [name, bytes, time] : sections) {
+        table +=
+            tableEntry(name, static_cast<std::int32_t>(data.size()), static_cast<std::int32_t>(bytes.size()), time);
+        data += bytes;
+    }
+    return table + data;
+}
 inline std::string containerBytes(const Sections& sections, std::string_view description = "") {
     std::vector<PackedSection> list;
     for (const auto& [name, bytes] : sections) list.push_back({name, bytes, 1000});
     return packedContainer(list, description);
 }
-// What stands before the table, and one entry of it: for containers that lie.
-inline std::string containerHead(std::int32_t count, std::int32_t version = 0) {
-    return "INDX" + packed(version) + packed("") + packed(count);
-}
-inline std::string tableEntry(std::string_view name, std::int32_t offset, std::int32_t size) {
-    return packed(name) + packed(offset) + packed(size) + packed(1000);
-}
 
 // The sections of whole container bytes; one named "(damaged)" where they are no container, or hold other than the
 // table says.
 inline Sections sectionsOf(std::string_view bytes) {
-    const Sections damaged = {{"(damaged)", std::string(bytes)}};
-    std::size_t at = 4;
-    bool whole = bytes.substr(0, 4) == "INDX";
+    std::string_view left = bytes;
+    bool whole = true;
+    const auto take = [&](std::size_t length) {
+        whole = whole && length <= left.size();
+        const std::string taken(left.substr(0, whole ? length : 0));
+        left.remove_prefix(taken.size());
+        return taken;
+    };
     const auto number = [&] {
+        const std::string four = take(4);
         std::uint32_t value = 0;
-        whole = whole && at <= bytes.size() && bytes.size() - at >= 4;
-        for (std::size_t i = 4; whole && i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-        at += 4;
+        for (std::size_t i = four.size(); i-- > 0;) value = value << 8 | static_cast<unsigned char>(four[i]);
         return value;
     };
-    const auto text = [&] {
-        const std::size_t length = number();
-        whole = whole && length <= bytes.size() - at;
-        at += length;
-        return whole ? std::string(bytes.substr(at - length, length)) : std::string();
-    };
-    whole = number() == 0 && whole;
-    text();  // the description
+    whole = take(4) == "INDX" && number() == 0 && whole;
+    take(number());  // the description
     Sections sections;
-    std::vector<std::pair<std::size_t, std::size_t>> places;
-    for (std::uint32_t left = number(); whole && left > 0; --left) {
-        sections.emplace_back(text(), "");
-        const std::size_t offset = number(), size = number();
+    std::vector<std::uint32_t> sizes;
+    std::uint32_t end = 0;
+    for (std::uint32_t count = number(); whole && count > 0; --count) {
+        sections.emplace_back(take(number()), "");
+        whole = number() == end && whole;
+        end += sizes.emplace_back(number());
         number();  // the time
-        places.emplace_back(offset, size);
     }
-    std::size_t end = at;
-    for (std::size_t i = 0; whole && i < places.size(); ++i) {
-        whole = at + places[i].first == end && places[i].second <= bytes.size() - end;
-        if (whole) sections[i].second = bytes.substr(end, places[i].second);
-        end += places[i].second;
-    }
-    return whole && end == bytes.size() ? sections : damaged;
+    for (std::size_t i = 0; whole && i < sizes.size(); ++i) sections[i].second = take(sizes[i]);
+    return whole && left.empty() ? sections : Sections{{"(damaged)", std::string(bytes)}};
 }

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "RealServer.h"
+#include "Network.h"
 
 // The server's end of one connection.
 class Peer {

@@ -28,6 +28,7 @@ protected:
         argv.push_back(nullptr);
         const pid_t child = ::fork();
         if (child != 0) return child;
+        std::signal(SIGINT, SIG_DFL);  // which is ignored where the tests run in the background of a shell
         ::setenv("TMPDIR", temporary_.path().c_str(), 1);
         if (::chdir(dir_.path().c_str()) != 0) ::_exit(125);
         const int in = ::open(input.c_str(), O_RDONLY | O_NOCTTY), err = ::creat(captured_.path("err").c_str(), 0600);

@@ -1,1 +1,0 @@
-// Stands until the first test of a folder does.
