@@ -12,6 +12,7 @@
 #include <stream/FS_Writer.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <optional>
@@ -120,10 +121,24 @@ bool FS_IndexFile::expandToDirectory(const char* path) {
     writeFailure_.clear();
     if (path == nullptr || *path == '\0') return refuseExpansion({}, "no path");
     if (std::string_view(path).find('?') != std::string_view::npos) return refuseExpansion({}, kNamesSections);
-    return expandLevel(path, 1);
+    std::int64_t most = expansionLimit();
+    return expandLevel(path, 1, most);
 }
 
-bool FS_IndexFile::expandLevel(const char* path, int level) {
+// More bytes than all levels hold together where no two sections share any. Sections that lie in one place, as do those
+// in them, would otherwise make files without end of a few hundred bytes.
+std::int64_t FS_IndexFile::expansionLimit() const {
+    const OpenSource source(*this);
+    const std::int64_t size = source.stream() ? source.stream()->getSize() : 0;
+    const bool isBound = decryptionFilter == nullptr && size >= 0;
+    std::int64_t total = isBound ? size : 0;
+    for (int i = 0; i < getNumSections(); ++i)
+        if (const Place place = placeAt(i); !isBound || !place.isStored()) total += place.dataSize;
+    return total * kMostLevels;
+}
+
+// `left` is how many bytes of sections may still be written.
+bool FS_IndexFile::expandLevel(const char* path, int level, std::int64_t& left) {
     if (getNumSections() == 0) return refuseExpansion({}, "the container has no sections");
     if (level > kMostLevels) return refuseExpansion({}, "lies deeper than 64 levels");
     const int error = platform::makeDirectories(path, 0777);
@@ -133,11 +148,11 @@ bool FS_IndexFile::expandLevel(const char* path, int level) {
     bool done =
         isSectionPathHere() ? refuseExpansion({}, kNamesSections) : writeSectionListFile(here(kListFile).c_str());
     NameSet written;
-    for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written);
+    for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written, left);
     return directory.restore() ? done : refuseExpansion({}, "there is no way back to the current directory");
 }
 
-bool FS_IndexFile::expandSection(int index, int level, NameSet& written) {
+bool FS_IndexFile::expandSection(int index, int level, NameSet& written, std::int64_t& left) {
     const Place place = placeAt(index);
     UT_String file(place.name, 1, -1);
     makeValidFileName(file);
@@ -145,15 +160,17 @@ bool FS_IndexFile::expandSection(int index, int level, NameSet& written) {
     const std::string section = "section \"" + std::string(place.name) + "\"";
     if (!isEntryName(file.view())) return refuseExpansion({}, section + " can't be a file of that name");
     if (!written.emplace(file.view()).second) return refuseExpansion({}, section + " is there twice");
+    if (left < 0) return refuseExpansion({}, "the sections share their bytes too often");
     FS_IndexFile inner(getSectionReader(place.name));
     const bool isContainer = inner.getNumSections() > 0;
     if (const std::string what = obstacle(isContainer ? FileKind::Directory : FileKind::File, path); !what.empty())
         return refuseExpansion(file.view(), what);
     UT_String reason;
-    if (isContainer && !inner.expandLevel(path.c_str(), level + 1))
+    if (isContainer && !inner.expandLevel(path.c_str(), level + 1, left))
         return refuseExpansion(file.view(), inner.getWriteFailure().view());
     if (!isContainer && !expandToFile(index, path, reason)) return refuseExpansion(file.view(), reason.view());
     setTimes(path, place.modTime);
+    left -= place.dataSize;
     return true;
 }
 

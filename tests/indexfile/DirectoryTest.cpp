@@ -145,6 +145,14 @@ TEST_F(DirectoryForm, GoesSixtyFourLevelsDeep) {
     FS_IndexFile back;
     EXPECT_TRUE(back.collapseFromDirectory(dir.path("more/deep").c_str()));
     EXPECT_FALSE(expand(containerBytes({{"d", bytes}}), "deeper"));
+    // Two sections in one place, and two in each of these: names for a thousand million files.
+    std::string twice = "x";
+    for (int level = 1; level <= 30; ++level) {
+        const int size = static_cast<int>(twice.size());
+        twice = containerHead(2) + tableEntry("a", 0, size) + tableEntry("b", 0, size) + twice;
+        EXPECT_TRUE(level != 5 || expand(twice, "shared"));
+    }
+    EXPECT_FALSE(expand(twice, "without end"));
     EXPECT_FALSE(collapse(back, "more", "\"\"\ndeep\tdeep\n"));
 }
 
