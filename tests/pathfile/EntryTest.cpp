@@ -1,7 +1,5 @@
 // One entry: its path, its parts, and how it is copied.
-#include <functional>
 #include <map>
-#include <sstream>
 
 #include "../support/Environment.h"
 #include "PathFiles.h"
@@ -12,55 +10,45 @@ protected:
 
     // Leads an entry through the steps of rules/entries.rules and gives its answers.
     static std::string lead(Info& info, const std::string& steps) {
-        static const std::map<std::string, Part> parts = {
-            {"path", texts(&Info::setFullPath, &Info::getFullPath)},
-            {"disk", texts(&Info::setDiskPath, &Info::getDiskPath)},
-            {"name", texts(&Info::setFileName, &Info::getFileName)},
-            {"base", texts(&Info::setBaseName, &Info::getBaseName)},
-            {"ext", texts(&Info::setExtension, &Info::getExtension)},
-            {"index", numbers(&Info::setDirIndex, &Info::getDirIndex)},
-            {"hide", numbers(&Info::setHideFlag, &Info::getHideFlag)},
-            {"append", numbers(&Info::setAppendFlag, &Info::getAppendFlag)},
-            {"nosave", numbers(&Info::setNoSaveFlag, &Info::getNoSaveFlag)},
-            {"filtered", numbers(&Info::setFilteredFlag, &Info::getFilteredFlag)},
-            {"apart",
-             numbers<void (Info::*)(int), int (Info::*)()>(&Info::deconstructFullPath, &Info::deconstructFullPath)},
-            {"pattern", {[](Info& i, const std::string& v) { i.getOwner()->setSearchPath(0, v.c_str()); }, nullptr}},
-            {"root", {[](Info&, const std::string& v) { ::setenv("PATHFILE_TEST_ROOT", v.c_str(), 1); }, nullptr}},
-            {"dir", {nullptr, [](Info& i) { return shown(i.getDirectory()); }}},
-            {"computed", {nullptr, [](Info& i) {
-                              UT_String made("untouched");
-                              i.computeFullPath(&made);
-                              return shown(made.buffer());
-                          }}}};
-        std::string answers;
-        std::istringstream in(steps);
-        for (std::string step; in >> step;) {
+        static const std::map<std::string, Part<const char*>> texts = {
+            {"path", {&Info::getFullPath, &Info::setFullPath}},
+            {"name", {&Info::getFileName, &Info::setFileName}},
+            {"base", {&Info::getBaseName, &Info::setBaseName}},
+            {"ext", {&Info::getExtension, &Info::setExtension}},
+            {"dir", {&Info::getDirectory, nullptr}}};
+        static const std::map<std::string, Part<int>> numbers = {
+            {"index", {&Info::getDirIndex, &Info::setDirIndex}},
+            {"hide", {&Info::getHideFlag, &Info::setHideFlag}},
+            {"append", {&Info::getAppendFlag, &Info::setAppendFlag}},
+            {"nosave", {&Info::getNoSaveFlag, &Info::setNoSaveFlag}},
+            {"apart", {&Info::deconstructFullPath, &Info::deconstructFullPath}}};
+        Texts answers;
+        for (const std::string& step : split(steps)) {
             const std::size_t sign = step.find_first_of("=?");
-            const Part& part = parts.at(step.substr(0, sign));
-            if (step[sign] == '=')
-                part.set(info, step.substr(sign + 1));
-            else
-                answers.append(answers.empty() ? "" : " ").append(part.get(info));
+            const std::string what = step.substr(0, sign), value = placed(step.substr(sign + 1));
+            const bool asks = step[sign] == '?';
+            if (texts.contains(what) && asks) answers.push_back(shown((info.*texts.at(what).get)()));
+            if (texts.contains(what) && !asks) (info.*texts.at(what).set)(nullable(value));
+            if (numbers.contains(what) && asks) answers.push_back(std::to_string((info.*numbers.at(what).get)()));
+            if (numbers.contains(what) && !asks) (info.*numbers.at(what).set)(std::stoi(value));
+            if (what == "disk" && asks) answers.push_back(shown(info.getDiskPath()));
+            if (what == "disk" && !asks) info.setDiskPath(nullable(value));
+            if (what == "filtered" && asks) answers.push_back(std::to_string(info.getFilteredFlag()));
+            if (what == "filtered" && !asks) info.setFilteredFlag(std::stoi(value));
+            if (what == "pattern") info.getOwner()->setSearchPath(0, value.c_str());
+            if (what == "root") ::setenv("PATHFILE_TEST_ROOT", value.c_str(), 1);
+            UT_String made("untouched");
+            if (what == "computed") info.computeFullPath(&made), answers.push_back(shown(made.buffer()));
         }
-        return answers;
+        return joined(answers);
     }
 
 private:
+    template <class Value>
     struct Part {
-        std::function<void(Info&, const std::string&)> set;
-        std::function<std::string(Info&)> get;
+        Value (Info::*get)();
+        void (Info::*set)(Value);
     };
-    template <class Set, class Get>
-    static Part texts(Set set, Get get) {
-        return {[=](Info& i, const std::string& v) { (i.*set)(nullable(placed(v))); },
-                [=](Info& i) { return shown((i.*get)()); }};
-    }
-    template <class Set, class Get>
-    static Part numbers(Set set, Get get) {
-        return {[=](Info& i, const std::string& v) { (i.*set)(std::stoi(v)); },
-                [=](Info& i) { return std::to_string((i.*get)()); }};
-    }
     static std::string placed(const std::string& text) {
         const bool isPlace = text.starts_with("lo/") || text.starts_with("mid/") || text.starts_with("hi/");
         return isPlace ? path(text) : text;
