@@ -66,7 +66,8 @@ public:
     int open(const char* name, int search);
     int open(UT_IStream& source, const char* name);
     int open(std::FILE* source, const char* name);
-    // Closes all open files; macros and options stay. Gives 1.
+    // Closes all open files. Macros and options stay, and so does what was under way: a comment that is open, empty
+    // lines owed, a marker or line that waits. Gives 1.
     int close();
 
     // Puts the next output line into `line`, never null, and gives 1; 0 at the end of all input. A line ends in a
