@@ -63,8 +63,10 @@ TEST_F(Connection, APeerIsJudgedByTheMask) {
                                                   {"", false},
                                                   {"127.0.0.1", address == "127.0.0.1"}};
     for (const auto& [mask, taken] : masks) {
+        removals = 0;
         accept(mask);
         EXPECT_EQ(peer != nullptr, taken) << mask;
+        EXPECT_EQ(removals, taken ? 0 : 1) << "one that is refused goes at once";
         EXPECT_TRUE(taken || client->hasEnded());
         delete peer;
         delete service;

@@ -61,6 +61,7 @@ protected:
     }
 
     std::vector<FS_EventGenerator*> installed;
+    int removals = 0;
     std::vector<std::string> messages;
     std::function<void(UT_NetSocket&, const char*)> answer;
 
@@ -71,6 +72,7 @@ private:
             all.push_back(generator);
         } else {
             std::erase(all, generator);
+            ++current->removals;
             EXPECT_EQ(generator->getFileDescriptor(), -1);
         }
         return 7;
