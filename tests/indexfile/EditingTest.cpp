@@ -53,6 +53,20 @@ TEST(AddingASection, DoesNothingWhereItCannot) {
     EXPECT_TRUE(out.fail() && out.str().empty());
 }
 
+// Copied one by one, these would take a hundred gigabytes.
+TEST(AMerge, CopiesBytesThatSectionsShareOnce) {
+    constexpr int kCount = 100'000, kSize = 1'000'000;
+    std::string bytes = containerHead(kCount), content;
+    for (int i = 0; i < kCount; ++i) bytes += tableEntry(std::to_string(i), i, kSize);
+    for (int i = 0; i < kCount + kSize - 2; ++i) content += static_cast<char>('a' + i % 26);
+    const ScratchDir dir;
+    FS_IndexFile index;
+    index.mergeIndexFile(FS_IndexFile(dir.write("x.idx", bytes + content).c_str()), true);
+    EXPECT_EQ(index.getNumSections(), kCount - 1) << "the last one isn't whole";
+    for (const int i : {0, 7, kCount - 2})
+        EXPECT_TRUE(contentOf(index, std::to_string(i).c_str()) == content.substr(static_cast<std::size_t>(i), kSize));
+}
+
 TEST(ALinkedSection, IsReadWhenItIsNeeded) {
     const ScratchDir dir;
     const InDirectory there(dir.path());
