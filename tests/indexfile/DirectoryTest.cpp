@@ -1,11 +1,14 @@
+// Containers as directories: what a directory holds, what is taken from one, and that nothing leads out of it.
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "../support/Rules.h"
 #include "Index.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 // Whatever happens, the process stays where it was.
 class DirectoryForm : public testing::Test {
@@ -18,11 +21,7 @@ protected:
     bool expand(const std::string& bytes, const std::string& to) {
         return FS_IndexFile(dir.write("source.idx", bytes).c_str()).expandToDirectory(dir.path(to).c_str());
     }
-    // Reads a directory with this list.
-    bool collapse(FS_IndexFile& index, const std::string& name, const std::string& list) {
-        dir.write(name + "/Sections.list", list);
-        return index.collapseFromDirectory(dir.path(name).c_str());
-    }
+
     ScratchDir dir;
 };
 
@@ -34,8 +33,8 @@ TEST_F(DirectoryForm, HoldsContainersAsDirectoriesOfTheirOwn) {
     FS_IndexFile index(dir.path("source.idx").c_str()), back;
     add(index, "memory", containerBytes({{"z", "in memory"}}), 8);
     ASSERT_TRUE(index.expandToDirectory("../form"));
-    EXPECT_EQ(dir.read("form/inner/sub/y"), "deeper");
-    EXPECT_EQ(dir.read("form/memory/z"), "in memory");
+    for (const auto& [file, content] : Sections{{"inner/sub/y", "deeper"}, {"memory/z", "in memory"}})
+        EXPECT_EQ(dir.read("form/" + file), content);
     for (const auto& [name, time] :
          {std::pair("inner", 7000), {"no sections", 8000}, {"memory", 8}, {"Sections.list", 6000}}) {
         struct stat status {};
@@ -56,36 +55,49 @@ TEST_F(DirectoryForm, HoldsContainersAsDirectoriesOfTheirOwn) {
     EXPECT_EQ(found, inner);
 }
 
-TEST_F(DirectoryForm, NamesEachSectionByAFileOfItsOwn) {
-    const Sections sections = {// named by itself, holding the name of its file
-                               {"a/b_c", "a_1b__c"},
-                               {"Sections.list", "_Sections.list"},
-                               {"_Sections.list", "__Sections.list"},
-                               {"__x", "____x"},
-                               {"\\\n\r\t$~", "_2_3_4_5_6_7"},
-                               {"a:b*c|d", "a:b*c|d"},
-                               {"Sections.listing", "Sections.listing"},
-                               {".hidden", ".hidden"},
-                               {"a_1b", "a__1b"},
-                               {"with \"quotes\" and blanks", "with \"quotes\" and blanks"},
-                               {"#comment", "#comment"},
-                               {"file:x", "file:x"}};
-    ASSERT_TRUE(expand(containerBytes(sections), "form"));
-    for (const auto& [name, file] : sections) EXPECT_EQ(dir.read("form/" + file), file);
-    EXPECT_EQ(dir.names("form").size(), sections.size() + 1);
-    FS_IndexFile back;
-    ASSERT_TRUE(back.collapseFromDirectory(dir.path("form").c_str()));
-    EXPECT_EQ(sectionsIn(back), sections);
+TEST_F(DirectoryForm, NamesFilesAndTakesListsAsTheRulesSay) {
+    for (const auto& [name, bytes] : Sections{{"outside", "secret"},
+                                              {"form/a", "1"},
+                                              {"form/b", "2"},
+                                              {"form/x.idx", containerBytes({{"s", "3"}})},
+                                              {"Sections.list", "\"\"\n"},
+                                              {"form/sub/Sections.list", ""},
+                                              {"form/in/Sections.list", "\"\"\nlarge\tone\n"}})
+        dir.write(name, bytes);
+    for (const char* large : {"form/large", "form/in/large"})
+        dir.cutAt((dir.write(large, ""), large), std::uintmax_t{1} << 31);
+    fs::create_symlink(dir.path("outside"), dir.path("form/link"));
+    fs::create_symlink(".", dir.path("form/loop"));
+    ASSERT_EQ(::mkfifo(dir.path("form/pipe").c_str(), 0600), 0);
+    const auto list = [&](const Columns& c) {
+        FS_IndexFile index;
+        dir.write("form/Sections.list", c[0]);
+        const bool done = index.collapseFromDirectory(dir.path("form").c_str());
+        std::string text;
+        for (const std::string& name : namesOf(index)) text += (text.empty() ? "" : " ") + name;
+        const std::string missing(index.getWriteFailure().view());
+        return text + (done ? "" : " refused") + (missing.empty() ? "" : " (" + missing + ")");
+    };
+    const auto file = [&](const Columns& c) {
+        fs::remove_all(dir.path("named"));
+        const Sections one = {{c[0], "content"}};
+        FS_IndexFile back;
+        if (!expand(containerBytes(one), "named")) {
+            EXPECT_THAT(dir.names("named"), ElementsAre("Sections.list"));
+            return "none"s;
+        }
+        EXPECT_TRUE(back.collapseFromDirectory(dir.path("named").c_str()));
+        EXPECT_EQ(sectionsIn(back), one);
+        fs::remove(dir.path("named/Sections.list"));
+        return dir.names("named").at(0);
+    };
+    expectRules(TARVANI_RULES "/directories.rules", {{"file", file}, {"list", list}});
 }
 
 TEST_F(DirectoryForm, RefusesSectionsThatCanHaveNoFile) {
-    for (const std::string& name : {std::string("."), std::string(".."), std::string(), std::string("a?b"),
-                                    std::string(300, 'n'), std::string("first")}) {
-        fs::remove_all(dir.path("form"));
-        EXPECT_FALSE(expand(containerBytes({{"first", "1"}, {name, "2"}, {"last", "3"}}), "form")) << name;
-        EXPECT_THAT(dir.names("form"), ElementsAre("Sections.list", "first")) << name;
-        EXPECT_THAT(dir.names(), ElementsAre("form", "source.idx", "start"));
-    }
+    // One after another of two with one name.
+    EXPECT_FALSE(expand(containerBytes({{"first", "1"}, {"first", "2"}, {"last", "3"}}), "form"));
+    EXPECT_THAT(dir.names("form"), ElementsAre("Sections.list", "first"));
     EXPECT_FALSE(expand(containerBytes({}), "none"));
     EXPECT_FALSE(dir.exists("none")) << "without sections nothing is made";
     const std::string cut = containerBytes({{"a", "whole"}, {"b", "not whole"}});
@@ -96,15 +108,13 @@ TEST_F(DirectoryForm, RefusesSectionsThatCanHaveNoFile) {
 TEST_F(DirectoryForm, WritesThroughNoSymbolicLink) {
     const std::string file = dir.write("outside", "good"), directory = dir.makeDirectory("beside");
     const std::string bytes = containerBytes({{"file", "1"}, {"sub", containerBytes({{"x", "2"}})}});
-    for (const char* place : {"file", "sub", "Sections.list"}) {
+    for (const std::string place : {"form/file", "form/sub", "form/Sections.list"}) {
         for (const std::string& target : {file, directory, dir.path("missing")}) {
             fs::remove_all(dir.path("form"));
-            dir.makeDirectory("form");
-            fs::create_symlink(target, dir.path(std::string("form/") + place));
+            fs::create_symlink(target, (dir.makeDirectory("form"), dir.path(place)));
             EXPECT_FALSE(expand(bytes, "form")) << place << ' ' << target;
             EXPECT_EQ(dir.read("outside"), "good");
-            EXPECT_THAT(dir.names("beside"), IsEmpty());
-            EXPECT_FALSE(dir.exists("missing"));
+            EXPECT_TRUE(fs::is_empty(directory) && !dir.exists("missing"));
         }
     }
     fs::remove_all(dir.path("form"));
@@ -145,7 +155,12 @@ TEST_F(DirectoryForm, GoesSixtyFourLevelsDeep) {
     FS_IndexFile back;
     EXPECT_TRUE(back.collapseFromDirectory(dir.path("more/deep").c_str()));
     EXPECT_FALSE(expand(containerBytes({{"d", bytes}}), "deeper"));
-    // Two sections in one place, and two in each of these: names for a thousand million files.
+    dir.write("more/Sections.list", "\"\"\ndeep\tdeep\n");
+    EXPECT_FALSE(back.collapseFromDirectory(dir.path("more").c_str()));
+}
+
+// Two sections in one place, and two in each of these: names for a thousand million files.
+TEST_F(DirectoryForm, EndsWhateverSectionsShareTheirBytes) {
     std::string twice = "x";
     for (int level = 1; level <= 30; ++level) {
         const int size = static_cast<int>(twice.size());
@@ -153,58 +168,6 @@ TEST_F(DirectoryForm, GoesSixtyFourLevelsDeep) {
         EXPECT_TRUE(level != 5 || expand(twice, "shared"));
     }
     EXPECT_FALSE(expand(twice, "without end"));
-    EXPECT_FALSE(collapse(back, "more", "\"\"\ndeep\tdeep\n"));
-}
-
-TEST_F(DirectoryForm, TakesAListAsFarAsItIsWhole) {
-    const struct {
-        const char *what, *list;
-        bool done;
-        std::vector<std::string> names;
-        std::string_view missing = {};
-    } cases[] = {
-        {"a lone file name at the end", "\"\"\na\tone\nb", true, {"one"}},
-        {"no line end at the end", "text\na\tone", true, {"one"}},
-        {"words in other places", "text a one\n\n b\ttwo", true, {"one", "two"}},
-        {"an empty file name, an empty section name", "\"\"\n\"\"\tone\na\t\"\"\nb\ttwo\n", true, {"two"}},
-        {"a section named twice", "\"\"\na\tone\nb\tone\n", true, {"one"}},
-        {"only a description", "\"a text\"", true, {}},
-        {"nothing", "", false, {}},
-        {"an inner directory that isn't one", "\"\"\na\tone\nsub\ttwo\nb\tthree\n", false, {"one"}},
-        {"a missing file", "\"\"\na\tone\nc\tthree\nb\ttwo\n", false, {"one"}},
-        {"a file larger than a section can be",
-         "\"\"\nlarge\tone\nin\ttwo\nb\tthree\n",
-         true,
-         {"two", "three"},
-         "large: can't be read whole"},
-        {"one in a directory", "\"\"\nin\tone\n", true, {"one"}, "in/large: can't be read whole"},
-        {"a path", "\"\"\n../outside\tone\n", false, {}},
-        {"a section path", "\"\"\nx.idx?s\tone\n", false, {}},
-        {"this directory", "\"\"\n.\tone\n", false, {}},
-        {"the directory above", "\"\"\n..\tone\n", false, {}},
-        {"a symbolic link", "\"\"\nlink\tone\n", false, {}},
-        {"a link to a directory", "\"\"\nloop\tone\n", false, {}},
-        {"a pipe", "\"\"\npipe\tone\n", false, {}},
-        {"a file listed twice", "\"\"\na\tone\na\ttwo\n", false, {"one"}},
-    };
-    const std::pair<const char*, std::string> files[] = {
-        {"outside", "secret"}, {"form/a", "1"}, {"form/b", "2"}, {"form/x.idx", containerBytes({{"s", "3"}})}};
-    for (const auto& [name, bytes] : files) dir.write(name, bytes);
-    dir.write("form/sub/Sections.list", "");
-    dir.write("form/in/Sections.list", "\"\"\nlarge\tone\n");
-    for (const char* large : {"form/large", "form/in/large"}) {
-        dir.write(large, "");
-        fs::resize_file(dir.path(large), std::uintmax_t{1} << 31);
-    }
-    fs::create_symlink(dir.path("outside"), dir.path("form/link"));
-    fs::create_symlink(".", dir.path("form/loop"));
-    ASSERT_EQ(::mkfifo(dir.path("form/pipe").c_str(), 0600), 0);
-    for (const auto& c : cases) {
-        FS_IndexFile index;
-        EXPECT_EQ(collapse(index, "form", c.list), c.done) << c.what;
-        EXPECT_EQ(namesOf(index), c.names) << c.what;
-        EXPECT_EQ(index.getWriteFailure().view(), c.missing) << c.what;
-    }
 }
 
 }  // namespace

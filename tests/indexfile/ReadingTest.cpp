@@ -144,6 +144,7 @@ TEST_F(ReadingAContainer, GivesNothingWhereTheSourceHasGone) {
     index.reset();
     EXPECT_EQ(restOf(*stored->getStream()), "points") << "a stream outlives its section and the container";
     EXPECT_EQ(restOf(*memory->getStream()), "in memory");
+    for (const auto& section : {&stored, &memory}) EXPECT_EQ((*section)->getModTime(), 1000);
     for (const char* missing : {static_cast<const char*>(nullptr), "", "/no/such/file", "/no/such/file?section", "/"})
         EXPECT_EQ(FS_IndexFile(missing).getNumSections(), 0);
     EXPECT_EQ(FS_IndexFile(static_cast<FS_Reader*>(nullptr)).getNumSections(), 0);
