@@ -74,8 +74,10 @@ TEST_F(FileAndSectionPaths, LeadWhereTheRulesSay) {
         expectRules(TARVANI_RULES "/paths.rules", {{"known", [](const Columns& c) { return known(c[0]); }}});
         EXPECT_EQ(answers(FS_Info("file:../open")), "erw-FRW--") << "a directory only without the prefix";
         EXPECT_EQ(answers(FS_Info(nullptr)), "---------");
-        FS_Reader asksWithIt("file:free");
-        EXPECT_EQ(newest.asked.back(), "file:free");
+        for (const char* path : {"file:free", ""}) {
+            const FS_Reader reader(path);
+            EXPECT_EQ(newest.asked.back(), path) << "helpers see every path as it was given";
+        }
     });
     EXPECT_FALSE(FS_Info("/no-such-file-here").canWriteFile()) << "its directory has an empty name";
     for (const auto& [path, file] : {std::pair("file:free", "free"), {"no/x", "no/x"}, {"x.idx?inner?deep", "x.idx"}})
