@@ -53,6 +53,7 @@ TEST_F(Filtered, TheSizesFollowThePair) {
     add(*index, "memory", "12345");
     EXPECT_EQ(index->getSectionDataSize("keyed"), 3);
     EXPECT_EQ(index->getSectionDataSize("other"), 0) << "a negative size is 0";
+    EXPECT_EQ(writer.FS_WriteFilterFactory::getFilteredSize(5), -1) << "unknown, unless a factory knows better";
     EXPECT_EQ(index->guessStreamSize(), 8192 + (3 + 4) + (0 + 4) + (5 + 4));
     index->setFilters(index->getEncryptionFilter(), index->getDecryptionFilter());
     EXPECT_NE(index->getEncryptionFilter(), nullptr) << "its own clones are as good as any pair";
