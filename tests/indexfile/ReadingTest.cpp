@@ -112,6 +112,9 @@ TEST_F(ReadingAContainer, FindsTheLastOfTwoSectionsWithOneNameWhichEndsAtANul) {
     EXPECT_EQ(findSection(stream, "a")->size, 6);
     FS_IndexFile index(dir.write("x.idx", bytes).c_str());
     EXPECT_THAT(namesOf(index), ElementsAre("a", "b", "a"));
+    FS_IndexFile linked;
+    linked.linkIndexFile(index, false);
+    EXPECT_EQ(contentOf(linked, "a"), "second");
     for (const char* expected : {"second", "first"}) {
         EXPECT_EQ(contentOf(index, "a"), expected);
         index.removeSection("a");
