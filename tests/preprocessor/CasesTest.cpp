@@ -55,7 +55,7 @@ Lines placeOf(const T& source) {
 
 std::string runManager(const CaseRun& run) {
     Objects<CPP_Manager> managers;
-    const std::string given = run.directory + "/given";
+    const std::string given = run.directory + "/none:" + run.directory + "/given";
     managers.add(std::make_unique<CPP_Manager>(-1, given.c_str()));
     return runSteps(run, [&](const std::string& verb, const std::string& rest) {
         CPP_Manager* const manager = managers.current;
