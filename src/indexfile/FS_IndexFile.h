@@ -219,6 +219,8 @@ protected:
     void setModified() { modified = true; }
 
 private:
+    friend class FS_Info;
+
     class OpenSource;
     struct Place;
     struct NameSet;
@@ -253,7 +255,7 @@ private:
     void followSource();
     void followLinks(const char* path);
     bool refuseExpansion(std::string_view file, std::string_view reason);
-    std::int64_t expansionLimit() const;
+    std::int64_t sharingLimit() const;
     bool expandLevel(const char* path, int level, std::int64_t& left);
     bool expandSection(int index, int level, NameSet& written, std::int64_t& left);
     bool expandToFile(int index, const std::string& path, UT_String& reason);

@@ -121,13 +121,13 @@ bool FS_IndexFile::expandToDirectory(const char* path) {
     writeFailure_.clear();
     if (path == nullptr || *path == '\0') return refuseExpansion({}, "no path");
     if (std::string_view(path).find('?') != std::string_view::npos) return refuseExpansion({}, kNamesSections);
-    std::int64_t most = expansionLimit();
+    std::int64_t most = sharingLimit();
     return expandLevel(path, 1, most);
 }
 
 // More bytes than all levels hold together where no two sections share any. Sections that lie in one place, as do those
-// in them, would otherwise make files without end of a few hundred bytes.
-std::int64_t FS_IndexFile::expansionLimit() const {
+// in them, would otherwise make files without end of a few hundred bytes, and looks without end into one long table.
+std::int64_t FS_IndexFile::sharingLimit() const {
     const OpenSource source(*this);
     const std::int64_t size = source.stream() ? source.stream()->getSize() : 0;
     const bool isBound = decryptionFilter == nullptr && size >= 0;

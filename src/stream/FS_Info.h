@@ -65,7 +65,8 @@ public:
     // doesn't exist; otherwise time, size and isDirectory go to `stat`, if that isn't null.
     static bool statFile(const char* base, const char* name, FS_Stat* stat);
     // Appends the names of the sections of `index`: to `files`, or, if `dirs` isn't null, those of sections that hold a
-    // container with sections to `dirs`. Always true.
+    // container with sections to `dirs`. Where sections share bytes, those behind the one with which all come to 64
+    // times the container count as files. Always true.
     static bool getContentsFromIndexFile(FS_IndexFile& index, UT_StringArray& files, UT_StringArray* dirs);
 
     // The separator between a path and a name below it, and the one to look for when going up from a path: "/" unless

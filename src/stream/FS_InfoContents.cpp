@@ -10,6 +10,7 @@
 #include <stream/OpenSection.h>
 #include <stream/PathForm.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -31,9 +32,13 @@ bool FS_Info::getContents(UT_StringArray& files, UT_StringArray* dirs, UT_RefArr
 }
 
 bool FS_Info::getContentsFromIndexFile(FS_IndexFile& index, UT_StringArray& files, UT_StringArray* dirs) {
+    // Looking into every section takes as long as their number squared where all share one long table.
+    std::int64_t left = dirs != nullptr ? index.sharingLimit() : 0;
     for (int i = 0; i < index.getNumSections(); ++i) {
         const char* const name = index.getSectionName(i);
-        const bool hasContents = dirs != nullptr && FS_IndexFile(index.getSectionReader(name)).getNumSections() > 0;
+        left -= index.getSectionDataSizeAt(i);
+        const bool hasContents =
+            dirs != nullptr && left >= 0 && FS_IndexFile(index.getSectionReader(name)).getNumSections() > 0;
         (hasContents ? *dirs : files).append(name);
     }
     return true;

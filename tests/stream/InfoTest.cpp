@@ -165,4 +165,15 @@ TEST_F(Info, ListsContainersAndWhatAHelperServes) {
     EXPECT_THAT(counter.asked, ElementsAre(path));
 }
 
+TEST_F(Info, LooksIntoSectionsThatShareBytesForSoManyOfThemOnly) {
+    const std::string shared = containerBytes({{"a", std::string(100000, '.')}});
+    std::string all = containerHead(1000);
+    for (int i = 0; i < 1000; ++i) all += tableEntry("n", 0, static_cast<int>(shared.size()));
+    const std::string path = scratch.write("x.idx", all + shared);
+    UT_StringArray names, dirs;
+    FS_Info(path.c_str()).getContents(names, &dirs, nullptr, nullptr);
+    EXPECT_EQ(dirs.entries(), 64 * (all.size() + shared.size()) / shared.size());
+    EXPECT_EQ(names.entries() + dirs.entries(), 1000);
+}
+
 }  // namespace
