@@ -44,26 +44,48 @@ private:
 
     static int install(FS_EventGenerator* generator, int flag) {
         LibeventHost& host = *current();
-        if (!flag) return static_cast<int>(host.events_.erase(generator));
-        Event watched(
-            event_new(host.base_.get(), generator->getFileDescriptor(), EV_READ | EV_PERSIST, serve, generator));
-        event_add(watched.get(), nullptr);
-        host.events_[generator] = std::move(watched);
+        if (!flag) {
+            if (host.serving_ == generator) host.serving_ = nullptr;
+            return static_cast<int>(host.events_.erase(generator));
+        }
+        // The one that brings it in may have closed its own descriptor, whose number this one then has.
+        host.lookAgain();
+        host.watch(host.events_[generator], generator);
         return 1;
     }
 
+    void watch(Event& watched, FS_EventGenerator* generator) {
+        watched.reset(event_new(base_.get(), generator->getFileDescriptor(), EV_READ | EV_PERSIST, serve, generator));
+        event_add(watched.get(), nullptr);
+    }
+
+    // A descriptor may change without a word. What libevent goes on watching by a number that was closed, it would not
+    // watch for the next that gets this number.
+    void lookAgain() {
+        if (!serving_) return;
+        Event& watched = events_[serving_];
+        if (event_get_fd(watched.get()) != serving_->getFileDescriptor()) watch(watched, serving_);
+    }
+
     // The generator may be gone afterwards, and its event with it.
+    void serveOne(FS_EventGenerator* generator) {
+        serving_ = generator;
+        generator->processEvents();
+        lookAgain();
+        serving_ = nullptr;
+    }
+
     static void serve(evutil_socket_t, short, void* generator) {
-        static_cast<FS_EventGenerator*>(generator)->processEvents();
+        current()->serveOne(static_cast<FS_EventGenerator*>(generator));
     }
 
     static void askAll(evutil_socket_t, short, void* data) {
-        auto& events = static_cast<LibeventHost*>(data)->events_;
-        for (auto next = events.begin(); next != events.end();) {
+        auto& host = *static_cast<LibeventHost*>(data);
+        for (auto next = host.events_.begin(); next != host.events_.end();) {
             // Serving it may take it out, but no other. It may also bring in one, so one is served at a time.
             FS_EventGenerator* const generator = (next++)->first;
             if (generator->getPollTime() < 0 || !generator->areEventsWaiting()) continue;
-            generator->processEvents();
+            host.serveOne(generator);
             return;
         }
     }
@@ -71,4 +93,5 @@ private:
     std::unique_ptr<event_base, void (*)(event_base*)> base_;
     Event asking_;
     std::unordered_map<FS_EventGenerator*, Event> events_;
+    FS_EventGenerator* serving_ = nullptr;  // until it is removed
 };
