@@ -5,7 +5,7 @@
 //     void answer(void*, const char* text, int length, UT_NetSocket& socket) {
 //         socket.write(text, length, nullptr, 1000);
 //     }
-//     auto* service = FS_ServerSocketListener::createSocketListener(0, answer, nullptr, "127.0.+.+", false);
+//     auto* service = FS_ServerSocketListener::createSocketListener(0, answer, nullptr, "10.0.+.+", false);
 //     if (service) printf("on port %d\n", service->getPort());
 //
 // Nothing is served without a host (FS_EventGenerator::setInstaller), and no message tells that. Connections are not
@@ -29,8 +29,8 @@ public:
                                                          const char* ipMask, bool useUnprivilegedPort);
     // Tells a child-exit callback that is still there, then closes the socket.
     ~FS_ServerSocketListener() override;
-    // A copy borrows the socket and the child: the original owns them and must outlive the copy. Assigning to an owner
-    // closes what it had.
+    // A copy borrows the socket and the child: the original owns them and must outlive the copy, which is only good for
+    // being destroyed once the original has found its child to have exited. Assigning to an owner closes what it had.
     FS_ServerSocketListener(const FS_ServerSocketListener& other);
     FS_ServerSocketListener& operator=(const FS_ServerSocketListener& other);
 
