@@ -35,7 +35,7 @@ Lines describe() {
     return lines;
 }
 
-Lines step(const CaseRun& run, const std::string& verb, const std::string& rest) {
+Lines step(const CaseRun& run, const Verb& verb, const std::string& rest) {
     const UT_OptionFile* options = nullptr;
     if (verb == "write") std::ofstream(run.directory + "/ROPfeatures") << rest;
     if (verb == "default") return shown(FS_RibFeatures::getDefaultRenderer());

@@ -47,7 +47,7 @@ Lines saved(const FS_FileHistory& list) {
 std::string runLists(const CaseRun& run) {
     Objects<FS_FileHistory> lists;
     std::unique_ptr<UT_IFStream> file;
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) -> Lines {
         FS_FileHistory* const list = lists.current;
         if (verb == "new" || verb == "absolute") {
             const char* const type = rest.c_str() + rest.find(' ') + 1;
@@ -97,7 +97,7 @@ std::string runFiles(const CaseRun& run) {
     ::setenv("TARVANI_HOME", (run.directory + "/home").c_str(), 1);
     Objects<History> managers;
     managers.add(std::make_unique<History>());
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) -> Lines {
         History& history = *managers.current;
         const std::string word = rest.substr(0, rest.find(' ')), path = run.directory + "/" + rest;
         const char* const second = rest.c_str() + std::min(word.size() + 1, rest.size());

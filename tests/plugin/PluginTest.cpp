@@ -62,7 +62,7 @@ bool write(const char* path, const char* text) {
     return writer.finish();
 }
 
-void take(const CaseRun& run, const std::string& verb, const std::vector<std::string>& words) {
+void take(const CaseRun& run, const Verb& verb, const std::vector<std::string>& words) {
     const auto word = [&](std::size_t i) {
         return i < words.size() && words[i] != "(null)" ? words[i].c_str() : nullptr;
     };
@@ -92,7 +92,7 @@ std::string runPlugins(const CaseRun& run) {
         const std::vector<std::string> words = splitWords(value);
         if (kind == "plugin") copyPlugin(words.at(0), run.directory + "/" + words.at(1));
     }
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) {
         notes.clear();
         take(run, verb, splitWords(rest));
         Lines lines;

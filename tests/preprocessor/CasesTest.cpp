@@ -57,7 +57,7 @@ std::string runManager(const CaseRun& run) {
     Objects<CPP_Manager> managers;
     const std::string given = run.directory + "/none:" + run.directory + "/given";
     managers.add(std::make_unique<CPP_Manager>(-1, given.c_str()));
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) {
         CPP_Manager* const manager = managers.current;
         const char* const text = rest.empty() ? nullptr : rest.c_str();
         UT_String line("left");
@@ -120,7 +120,7 @@ std::string runWords(const CaseRun& run) {
     const char* const* const options = run.hasOptions ? words.data() : nullptr;
     std::vector<std::unique_ptr<UT_IStream>> sources;
     Objects<CPP_TokenStream> streams;
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) {
         const char* const text = rest.empty() ? nullptr : rest.c_str();
         CPP_TokenStream* const current = streams.current;
         UT_String word("left");
@@ -141,7 +141,7 @@ std::string runWords(const CaseRun& run) {
 
 std::string runMacroClass(const CaseRun& run) {
     Objects<CPP_Macro> macros;
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) -> Lines {
         if (verb == "macro" || verb == "option")
             macros.add(std::make_unique<CPP_Macro>(rest.empty() ? nullptr : rest.c_str(), verb == "option"));
         CPP_Macro& macro = *macros.current;
@@ -170,7 +170,7 @@ std::string runFileClass(const CaseRun& run) {
         for (std::string line; std::getline(in, line);) texts.push_back(line);
         return new MadeLines(listed(texts), encrypted);
     };
-    return runSteps(run, [&](const std::string& verb, const std::string& rest) -> Lines {
+    return runSteps(run, [&](const Verb& verb, const std::string& rest) -> Lines {
         const bool opens = verb == "open" || verb == "encrypted";
         if (opens) files.add(std::make_unique<CPP_File>());
         CPP_File& file = *files.current;

@@ -130,14 +130,14 @@ void expectCases(const std::string& group, const Check& check) {
     }
 }
 
-std::string runSteps(const CaseRun& run,
-                     const std::function<Lines(const std::string& verb, const std::string& rest)>& step) {
+std::string runSteps(const CaseRun& run, const std::function<Lines(const Verb& verb, const std::string& rest)>& step) {
     Lines found;
     for (const std::string& line : run.lines("steps")) {
         if (!line.starts_with("> ")) continue;
         const std::size_t end = line.size() - 1, blank = std::min(line.find(' ', 2), end);
-        const Lines given = step(line.substr(2, blank - 2), line.substr(blank, end - blank).substr(blank < end));
-        found.push_back(line);
+        const Verb verb(line.substr(2, blank - 2));
+        const Lines given = step(verb, line.substr(blank, end - blank).substr(blank < end));
+        found.push_back(verb.isKnown() ? line : "unknown verb: " + line);
         found.insert(found.end(), given.begin(), given.end());
     }
     return difference(run.lines("steps"), found);

@@ -56,10 +56,21 @@ std::string runCase(const Case& c, const Check& check);
 // Runs the cases of a group.
 void expectCases(const std::string& group, const Check& check);
 
+// The verb of a step. One that was compared with no word that it equals is a mistake in the case.
+class Verb {
+public:
+    explicit Verb(std::string word) : word_(std::move(word)) {}
+    bool operator==(std::string_view word) const { return word_ == word && (isKnown_ = true); }
+    bool isKnown() const { return isKnown_; }
+
+private:
+    std::string word_;
+    mutable bool isKnown_ = false;
+};
+
 // What differs in the section "steps", a transcript: behind a line "> VERB REST" stand the lines that `step` gives for
 // it.
-std::string runSteps(const CaseRun& run,
-                     const std::function<Lines(const std::string& verb, const std::string& rest)>& step);
+std::string runSteps(const CaseRun& run, const std::function<Lines(const Verb& verb, const std::string& rest)>& step);
 
 // What a step gives that has one thing to show.
 inline Lines shown(const std::string& text) {
@@ -76,7 +87,7 @@ struct Objects {
     T* current = nullptr;
 
     void add(std::unique_ptr<T> object) { current = all.emplace_back(std::move(object)).get(); }
-    Lines step(const std::string& verb, const std::string& rest) {
+    Lines step(const Verb& verb, const std::string& rest) {
         if (verb == "copy") add(std::make_unique<T>(*current));
         if (verb == "assign") *current = *all.at(std::stoul(rest));
         if (verb == "use") current = all.at(std::stoul(rest)).get();
