@@ -48,6 +48,14 @@ bool isExact(const FS_IndexCheck& check) {
     return check.isWhole() && check.getUnusedBytes() == 0;
 }
 
+// Room that a commit has reserved, and not yet written, is zero. The name of a temporary alone proves nothing: inode
+// numbers are used again.
+bool beginsAsContainer(const std::string& path, bool orReserved) {
+    UT_IStream in = openPlain(path);
+    const std::string_view begin = in.buffered().substr(0, indexformat::kMagic.size());
+    return begin == indexformat::kMagic || (orReserved && begin.find_first_not_of('\0') == std::string_view::npos);
+}
+
 bool refuse(UT_String* reason, std::string_view words) {
     if (reason != nullptr) reason->harden(words);
     return false;
@@ -134,8 +142,7 @@ bool FS_IndexRecovery::put(const char* temporary, UT_String* reason) {
     if (target && target.device == source.device && target.inode == source.inode)
         return refuse(reason, from + ": is the same file");
     if (target && target.kind != platform::FileKind::File) return refuse(reason, "is not a regular file");
-    if (!isOwn(from.substr(from.rfind('/') + 1)) && target.size > 0 &&
-        !openPlain(path_).buffered().starts_with(indexformat::kMagic))
+    if (target.size > 0 && !beginsAsContainer(path_, isOwn(from.substr(from.rfind('/') + 1))))
         return refuse(reason, "is not a container, and is left as it is");
     if (found.state != State::Same) {
         platform::ReplacementFile file(path_, platform::ReplaceBy::Copy);

@@ -51,7 +51,7 @@ public:
 
     // Puts a whole container, of whatever state and place, into the file, by the commit that every writer uses, and
     // removes it from where it was. False, with the reason in words and nothing changed, if it isn't whole or is in
-    // use, and if the file holds something else than a container and the temporary isn't one of it.
+    // use, and if the file holds something else than a container, or than the room that a commit has reserved for one.
     bool put(const char* temporary, UT_String* reason = nullptr);
 
 private:
