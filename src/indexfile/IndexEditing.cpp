@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <set>
 #include <string>
+#include <string_view>
 
 #include "IndexParts.h"
 #include "ReadBytes.h"
@@ -235,10 +237,14 @@ void FS_IndexFile::merge(const FS_IndexFile& other, bool overwrite, bool link) {
         opened->source = *other.reader;
         if (other.decryptionFilter != nullptr) opened->filter.reset(other.decryptionFilter->clone());
     }
+    std::set<std::string_view> repeated;
     for (int i = 0; i < other.getNumSections(); ++i) {
         // By its name, so that of two sections with one name the same one is taken that other operations find.
         Place place;
-        if (!other.locate(other.getSectionName(i), place) || (!overwrite && hasSection(place.name))) continue;
+        const char* const name = other.getSectionName(i);
+        if (!other.locate(name, place) || (!overwrite && hasSection(place.name))) continue;
+        // What is found bears its own name; any other comes again, and is not to be read as often as it does.
+        if (place.name != name && !repeated.insert(place.name).second) continue;
         if (place.isStored() && opened) {
             sectionFor(place.name).setContent(opened, place.offset, place.sectionSize, place.dataSize, place.modTime);
         } else if (place.section != nullptr && place.section->link_ && link) {
