@@ -281,7 +281,8 @@ int UT_SymbolTable::traverseConst(Callback callback, void* data) const {
 }
 
 UT_SymbolTable::traverser UT_SymbolTable::begin() {
-    return {body_.get(), body_ ? body_->skipGaps(0) : 0};
+    if (!body_) body_ = std::make_unique<Entries>();  // what is added meanwhile is reached
+    return {body_.get(), body_->skipGaps(0)};
 }
 
 UT_SymbolTable::traverser UT_SymbolTable::end() {

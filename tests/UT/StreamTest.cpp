@@ -117,6 +117,8 @@ TEST(StreamRules, HoldForEachRow) {
                 {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}, {"steps", stepped}});
     UT_IStream stream = over("text");
     stream.pushBinary(UT_ISTREAM_ASCII);
+    { const UT_IStreamAutoBinary mode(stream, UT_ISTREAM_BINARY); }
+    EXPECT_FALSE(stream.isBinary());
     for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
         stream.popBinary();
         EXPECT_TRUE(stream.isBinary());

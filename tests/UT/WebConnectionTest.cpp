@@ -91,9 +91,11 @@ TEST(WebConnection, AsksForOnePageAndGivesItWithItsTime) {
         EXPECT_TRUE(before <= time && time <= std::time(nullptr)) << time;
     }
     const ScriptedServer failing("HTTP/1.1 404 Not Found\r\n\r\n"),
-        endless("HTTP/1.1 200 OK\r\nContent-Length: 2147483648\r\n\r\n");
+        endless("HTTP/1.1 200 OK\r\nContent-Length: 2147483648\r\n\r\n"),
+        cutShort("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhello");
     EXPECT_THAT(retrieve(failing).header, StartsWith("HTTP/1.1 404 Not Found"));
     EXPECT_EQ(retrieve(endless).error, "a length that is none, or too long a page");
+    EXPECT_EQ(retrieve(cutShort).error, "the page is cut short");
 }
 
 TEST(WebConnection, FollowsFiveRedirectsAndNoMore) {
