@@ -50,10 +50,10 @@ std::string fetch(int port, const WebLimits& limits) {
 std::string fetched(const Columns& row) {
     const std::string then = row.size() > 1 ? row[1] : "";
     const ScriptedServer server([&](const Peer& peer, const std::string&) {
-        peer.say(row[0]);
-        if (then == "waits") return peer.wait();
+        peer.send(row[0]);
+        if (then == "waits") return static_cast<void>(peer.hasEnded());
         if (then == "resets") return peer.reset();
-        if (!then.empty()) peer.repeat(then, 1);
+        while (!then.empty() && peer.send(then)) ::poll(nullptr, 0, 1);
     });
     WebLimits limits{.answer = {.body = 1'000'000}};
     if (then == "waits") limits.silenceMs = 50;
@@ -101,9 +101,9 @@ TEST(WebConnection, AsksForOnePageAndGivesItWithItsTime) {
 TEST(WebConnection, FollowsFiveRedirectsAndNoMore) {
     ScriptedServer server([](const Peer& peer, const std::string& request) {
         const int left = request[5] - '0', statuses[] = {301, 302, 303, 307, 308};
-        peer.say(left == 0 ? ok("the end")
-                           : "HTTP/1.1 " + std::to_string(statuses[left % 5]) +
-                                 " Elsewhere\r\nLocation: " + std::to_string(left - 1) + "\r\n\r\n");
+        peer.send(left == 0 ? ok("the end")
+                            : "HTTP/1.1 " + std::to_string(statuses[left % 5]) +
+                                  " Elsewhere\r\nLocation: " + std::to_string(left - 1) + "\r\n\r\n");
     });
     EXPECT_EQ(retrieve(server, "/5").body, "the end");
     EXPECT_EQ(server.requests().size(), 6u);

@@ -86,7 +86,7 @@ TEST_F(HttpHelpers, AFetchThatFailsLeavesNothingAndIsTriedAgain) {
     const std::string answers[] = {"HTTP/1.1 503 Not Now\r\n\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf",
                                    ok("at last")};
     int round = 0;
-    const ScriptedServer server([&](const Peer& peer, const std::string&) { peer.say(answers[round++]); });
+    const ScriptedServer server([&](const Peer& peer, const std::string&) { peer.send(answers[round++]); });
     const std::string url = server.url(page());
     EXPECT_FALSE(FS_Info(url.c_str()).hasAccess(0));
     EXPECT_EQ(errorText(url), "503 Not Now");

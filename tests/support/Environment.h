@@ -16,11 +16,7 @@ public:
 
 private:
     void put(const char* value) const {
-        if (value) {
-            ::setenv(name_.c_str(), value, 1);
-        } else {
-            ::unsetenv(name_.c_str());
-        }
+        value ? ::setenv(name_.c_str(), value, 1) : ::unsetenv(name_.c_str());
     }
 
     std::string name_;

@@ -1,7 +1,5 @@
 #pragma once
 // A web server on 127.0.0.1 that answers as a test says, however badly.
-#include <gtest/gtest.h>
-#include <poll.h>
 
 #include <functional>
 #include <mutex>
@@ -12,43 +10,6 @@
 
 #include "Network.h"
 
-// The server's end of one connection.
-class Peer {
-public:
-    explicit Peer(int fd) : fd_(fd) {}
-    ~Peer() { ::close(fd_); }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    // False once the client has gone.
-    bool say(std::string_view bytes) const {
-        return ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-    }
-    // Says the same until the client goes, one piece a `pause`.
-    void repeat(std::string_view bytes, int pauseMs = 0) const {
-        while (say(bytes)) ::poll(nullptr, 0, pauseMs);
-    }
-    std::string hear() const {
-        std::string request;
-        char part[4096];
-        for (ssize_t n; request.find("\r\n\r\n") == request.npos && (n = ::recv(fd_, part, sizeof part, 0)) > 0;)
-            request.append(part, static_cast<std::size_t>(n));
-        return request;
-    }
-    // Says nothing until the client goes.
-    void wait() const {
-        for (char byte; ::recv(fd_, &byte, 1, 0) > 0;) continue;
-    }
-    // Ends the connection so that the client's next read fails.
-    void reset() const {
-        const linger now{1, 0};
-        ::setsockopt(fd_, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    }
-
-private:
-    const int fd_;
-};
-
 // Answers one connection after the other, in a thread of its own, until it goes.
 class ScriptedServer {
 public:
@@ -58,7 +19,7 @@ public:
         : listening_(listenSomewhere(port_)), thread_([this, answer = std::move(answer)] { serve(answer); }) {}
     // Says always the same.
     explicit ScriptedServer(std::string bytes)
-        : ScriptedServer([bytes = std::move(bytes)](const Peer& peer, const std::string&) { peer.say(bytes); }) {}
+        : ScriptedServer([bytes = std::move(bytes)](const Peer& peer, const std::string&) { peer.send(bytes); }) {}
     ~ScriptedServer() {
         ::shutdown(listening_, SHUT_RDWR);
         thread_.join();
@@ -79,11 +40,10 @@ private:
     void serve(const Answer& answer) {
         for (int fd; (fd = ::accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
             const Peer peer(fd);
-            const std::string request = peer.hear();
-            {
-                const std::lock_guard lock(mutex_);
-                requests_.push_back(request);
-            }
+            std::string request;
+            for (std::string byte; !request.ends_with("\r\n\r\n") && !(byte = peer.receive(1)).empty();)
+                request += byte;
+            (std::lock_guard(mutex_), requests_.push_back(request));
             answer(peer, request);
         }
     }

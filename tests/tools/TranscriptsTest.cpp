@@ -170,9 +170,9 @@ private:
     void serve(const Peer& peer, const std::string& request) const {
         const std::string page = request.substr(5, request.find(" HTTP") - 5);  // behind "GET /"
         std::ofstream(dir_.path("requests"), std::ios::app) << page << "\n";
-        peer.say(dir_.exists(page)
-                     ? "HTTP/1.1 200 OK\r\nLast-Modified: Sun, 06 Nov 1994 08:49:37 GMT\r\n\r\n" + dir_.read(page)
-                     : "HTTP/1.1 404 Not Found\r\n\r\n");
+        peer.send(dir_.exists(page)
+                      ? "HTTP/1.1 200 OK\r\nLast-Modified: Sun, 06 Nov 1994 08:49:37 GMT\r\n\r\n" + dir_.read(page)
+                      : "HTTP/1.1 404 Not Found\r\n\r\n");
     }
 
     const Session session_;
