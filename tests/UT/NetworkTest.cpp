@@ -2,41 +2,21 @@
 #include <UT/UT_NetSocket.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 
 #include <map>
 #include <memory>
 
 #include "../support/Network.h"
-#include "../support/Rules.h"
 
-TEST(NetworkRules, HoldForEachRow) {
-    const auto matched = [](const char* mask, const char* address) {
-        return UT_NetPacket::matchIPMask(mask, address, nullptr) ? "matches" : "none";
-    };
-    const auto mapped = [](const Columns& row) {
-        return std::to_string(UT_NetSocket::mapToUnprivilegedPort(std::stoi(row[0])));
-    };
-    expectRules(
-        TARVANI_RULES "/network.rules",
-        {{"mask", [&](const Columns& row) { return matched(row[0].c_str(), row[1].c_str()); }}, {"port", mapped}});
-    EXPECT_STREQ(matched("+.+.+.+", nullptr), "none");
-    EXPECT_STREQ(matched(nullptr, "10.1.2.3"), "none");
+// Masks of addresses are held by fuzz/ip_mask, with its corpus.
+TEST(NetPacket, AMaskOrAnAddressThatIsNullMatchesNothing) {
+    EXPECT_FALSE(UT_NetPacket::matchIPMask(nullptr, "10.1.2.3", nullptr));
+    EXPECT_FALSE(UT_NetPacket::matchIPMask("+.+.+.+", nullptr, nullptr));
 }
 
-TEST(NetSocket, DoesNotListenWithTheLastDescriptor) {
-    // It could never take a peer, nor drop one, which would then be found waiting for ever.
-    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ::close(next);
-    rlimit before;
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    for (const int left : {1, 8}) {
-        const rlimit few = {static_cast<rlim_t>(next + left), before.rlim_max};
-        ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
-        const std::unique_ptr<UT_NetSocket> server(UT_NetSocket::newSocket(0, true, false));
-        ::setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(server != nullptr, left > 1);
-    }
+TEST(NetSocket, MapsPrivilegedPortsAlone) {
+    for (const auto& [port, mapped] : std::map<int, int>{{-1, -1}, {0, 0}, {1, 10001}, {1023, 11023}, {1024, 1024}})
+        EXPECT_EQ(UT_NetSocket::mapToUnprivilegedPort(port), mapped);
 }
 
 TEST(NetSocket, FindsTheAddressOfAHost) {

@@ -1,4 +1,4 @@
-// The service: its port, the child that it watches, and what it may cost in descriptors.
+// Generators, and the service: its port, the child that it watches, and what it may cost in descriptors.
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -43,6 +43,29 @@ protected:
     std::string told;
     std::function<void(FS_ServerSocketListener&)> whenTold;
 };
+
+TEST(EventGenerator, ReachesTheHostThroughItsFunctionsAndWantsNothingItself) {
+    struct Plain : FS_EventGenerator {
+        const char* getClassName() const override { return "Plain"; }
+        int processEvents() override { return 0; }
+    } plain;
+    EXPECT_EQ(plain.getFileDescriptor() + plain.getPollTime(), -2);
+    EXPECT_FALSE(plain.areEventsWaiting() || FS_EventGenerator::isEventLoopPollCallbackSet());
+    static std::string calls;
+    EXPECT_EQ(plain.installGenerator(), 0) << "without a host";
+    plain.uninstallGenerator();
+    plain.pollEventLoop(true);
+    FS_EventGenerator::setInstaller([](FS_EventGenerator* generator, int install) {
+        calls += generator->getClassName() + std::to_string(install);
+        return 7;
+    });
+    FS_EventGenerator::setEventLoopPollCallback([](bool value) { calls += value ? "+" : "-"; });
+    EXPECT_TRUE(FS_EventGenerator::isEventLoopPollCallbackSet());
+    EXPECT_EQ(plain.installGenerator(), 7);
+    plain.uninstallGenerator();
+    for (const bool value : {true, false}) plain.pollEventLoop(value);
+    EXPECT_EQ(calls, "Plain1Plain0+-");
+}
 
 TEST_F(Server, KnowsThePortThatIsUsedAndTheOneThatWasAskedFor) {
     auto* const service = serve();
@@ -195,7 +218,10 @@ TEST_F(Server, WithoutDescriptorsDropsNewPeersAndKeepsTheOldOnes) {
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &all), 0);
     const int next = ::open("/dev/null", O_RDONLY);
     ::close(next);
-    const rlimit few = {static_cast<rlim_t>(next) + kDescriptors, all.rlim_max};
+    rlimit few = {static_cast<rlim_t>(next) + 1, all.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    EXPECT_EQ(serve(), nullptr) << "it could not even drop a peer";
+    few.rlim_cur += kDescriptors - 1;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     std::size_t turns = 0;
     for (; service->areEventsWaiting() && turns < 10 * kClients; ++turns) service->processEvents();
