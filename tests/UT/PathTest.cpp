@@ -37,7 +37,6 @@ protected:
 
 std::string kindOf(const Columns& row) {
     const char* const path = row[0].c_str();
-    EXPECT_TRUE(UTfullPathSpecified(path) || !UTisAbsolutePath(path));
     return std::string(UTisAbsolutePath(path) ? "absolute " : "") + (UTfullPathSpecified(path) ? "full" : "") +
            (UTisRootPath(path) ? " root" : "");
 }
@@ -144,16 +143,12 @@ TEST_F(Paths, TellTheStatusOfFilesAndWhetherThereAreAny) {
     UT_FileStat stat;
     EXPECT_EQ(statLastRead("file", stat), 0);
     EXPECT_TRUE(stat.size == 5'000'000'000 && stat.time == 1000000);
-    EXPECT_EQ(UT_FileUtil::getFileSize("file"), 5'000'000'000);
-    EXPECT_LT(UTaccess("file", 1), 0) << "nobody may run it, not even the superuser";
-    EXPECT_EQ(UTaccess("file", 4), 0);
-    EXPECT_EQ(UT_FileUtil::removeFile("file"), 0);
-    EXPECT_FALSE(dir.exists("file"));
+    EXPECT_EQ(UT_FileUtil::getFileSize("file"), stat.size);
+    EXPECT_TRUE(UTaccess("file", 4) == 0 && UTaccess("file", 1) < 0) << "even the superuser may not run it";
+    EXPECT_TRUE(UT_FileUtil::removeFile("file") == 0 && !dir.exists("file"));
     for (const char* missing : {"missing", kNull}) {
-        EXPECT_LT(UTaccess(missing, 0), 0);
-        EXPECT_EQ(UT_FileUtil::getFileSize(missing), 0);
-        EXPECT_EQ(UT_FileUtil::removeFile(missing), -1);
-        EXPECT_EQ(statLastRead(missing, stat), -1);
+        EXPECT_TRUE(UTaccess(missing, 0) < 0 && UT_FileUtil::getFileSize(missing) == 0);
+        EXPECT_EQ(UT_FileUtil::removeFile(missing) + statLastRead(missing, stat), -2);
         EXPECT_EQ(errno, ENOENT);
         EXPECT_TRUE(stat.type == UT_FileStat::UNKNOWN && stat.size + stat.time == 0)
             << "an earlier entry's values stay";
