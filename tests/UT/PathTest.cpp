@@ -94,6 +94,9 @@ TEST_F(Paths, KeepTheirRules) {
         bool isDirectory = true;
         const bool leads = UT_FileShortcutUtil().resolve(row[0].c_str(), target, false, &isDirectory);
         EXPECT_NE(leads, target.isNull());
+        // What a link stands for is asked about, not the link itself.
+        EXPECT_EQ(UTisValidDirectory(row[0].c_str()), isDirectory || stat.type == UT_FileStat::DIRECTORY);
+        EXPECT_TRUE(UTisValidDirectory(row[0].c_str()) || UT_FileUtil::getFileSize(row[0].c_str()) == 0);
         return types[stat.type] + (leads ? " to " + shown(target.view()) : "") + (isDirectory ? "/" : "");
     };
     expectRules(TARVANI_RULES "/paths.rules", {{"kind", kindOf},
