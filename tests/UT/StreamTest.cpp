@@ -79,8 +79,11 @@ std::string textIn(const Columns& row) {
 
 std::string wordsIn(const Columns& row) {
     UT_IStream stream = over(row[0]);
-    UT_IStreamAutoBinary mode(stream, UT_ISTREAM_ASCII);
-    return barred<UT_String>([&](auto& word) { return stream.readString(word, false); });
+    stream.pushBinary(UT_ISTREAM_ASCII);
+    const std::string words = barred<UT_String>([&](auto& word) { return stream.readString(word, false); });
+    for (int pops = 0; pops < 2; ++pops) stream.popBinary();  // more than pushes change nothing
+    EXPECT_TRUE(stream.isBinary());
+    return words;
 }
 
 std::string readAll(UT_IStream* owned) {
@@ -115,14 +118,6 @@ std::string stepped(const Columns& row) {
 TEST(StreamRules, HoldForEachRow) {
     expectRules(TARVANI_RULES "/streams.rules",
                 {{"lines", linesIn}, {"text", textIn}, {"words", wordsIn}, {"steps", stepped}});
-    UT_IStream stream = over("text");
-    stream.pushBinary(UT_ISTREAM_ASCII);
-    { const UT_IStreamAutoBinary mode(stream, UT_ISTREAM_BINARY); }
-    EXPECT_FALSE(stream.isBinary());
-    for (int pops = 0; pops < 2; ++pops) {  // more pops than pushes change nothing
-        stream.popBinary();
-        EXPECT_TRUE(stream.isBinary());
-    }
 }
 
 TEST(IsEof, IsTrueAtOnceForWhatCanNotBeOpened) {

@@ -47,7 +47,7 @@ TEST_F(Connection, ItsCallbackMayDeleteIt) {
         delete peer;
         EXPECT_STREQ(message, "bye\n");
     };
-    arrive(*client, *peer, "bye\n");
+    EXPECT_TRUE(client->send("bye\n") && comes(peer->getFileDescriptor()));
     EXPECT_TRUE(peer->areEventsWaiting());
     EXPECT_EQ(peer->processEvents(), 1);
     EXPECT_TRUE(client->hasEnded());

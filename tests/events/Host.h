@@ -41,18 +41,10 @@ protected:
         EXPECT_EQ(service.processEvents(), 1);
         return client;
     }
-    // Sends, and waits until all of it has arrived, also at `listener`.
-    static void arrive(const Client& client, FS_EventGenerator& listener, const std::string& bytes) {
-        ASSERT_TRUE(client.send(bytes));
-        for (int waiting = 0; waiting < static_cast<int>(bytes.size());) {
-            ASSERT_TRUE(comes(listener.getFileDescriptor()));
-            ASSERT_EQ(::ioctl(listener.getFileDescriptor(), FIONREAD, &waiting), 0);
-        }
-    }
     // A line of a client goes through its connection.
     void serveText(const Client& client, FS_EventGenerator& listener) {
         messages.clear();
-        arrive(client, listener, "text\n");
+        EXPECT_TRUE(client.send("text\n") && comes(listener.getFileDescriptor()));
         EXPECT_EQ(listener.processEvents(), 1);
         EXPECT_EQ(messages, std::vector<std::string>{"text\n"});
     }
