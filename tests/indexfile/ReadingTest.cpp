@@ -106,22 +106,6 @@ TEST_F(ReadingAContainer, GivesAStreamOfAllFromWhereItBegins) {
     EXPECT_FALSE(FS_Reader(FS_IndexFile().getStreamCopy()).isGood());
 }
 
-TEST_F(ReadingAContainer, FindsTheLastOfTwoSectionsWithOneNameWhichEndsAtANul) {
-    const std::string bytes = containerBytes({{"a", "first"}, {"b", "other"}, {{"a\0cd", 4}, "second"}});
-    UT_IStream stream = streamOver(bytes);
-    EXPECT_EQ(findSection(stream, "a")->size, 6);
-    FS_IndexFile index(dir.write("x.idx", bytes).c_str());
-    EXPECT_THAT(namesOf(index), ElementsAre("a", "b", "a"));
-    FS_IndexFile linked;
-    linked.linkIndexFile(index, false);
-    EXPECT_EQ(contentOf(linked, "a"), "second");
-    for (const char* expected : {"second", "first"}) {
-        EXPECT_EQ(contentOf(index, "a"), expected);
-        index.removeSection("a");
-    }
-    EXPECT_THAT(namesOf(index), ElementsAre("b"));
-}
-
 // The eight bytes behind each number stand for a factor that makes zero of a product with a known constant, so that
 // nothing in front of them counts any more.
 TEST_F(ReadingAContainer, SpreadsNamesThatWereMadeToFallIntoOneSlot) {

@@ -63,67 +63,8 @@ TEST_F(Saving, WritesIntoTheFileThatIsThereAndOverNothingButContainers) {
     };
     dir.cutAt((dir.write("huge", ""), "huge"), 3'000'000'000);
     expectRules(TARVANI_RULES "/saves.rules", {{"saved", saved}, {"packed", packs}});
-    EXPECT_FALSE(index.save(nullptr) || index.save(""));
     FS_IndexWriter givenUp(dir.path("other.idx").c_str());
     EXPECT_TRUE(givenUp.addName("a") && !givenUp.addFile(nullptr) && !dir.exists("other.idx"));
-}
-
-TEST_F(Saving, RefusesPlacesThatSomebodyElseHasMoved) {
-    const std::string path = dir.path("x.idx"),
-                      other = dir.read((dir.write("y.idx", containerBytes({{"good", "data"}})), "y.idx"));
-    for (const auto& [byReader, target] :
-         {std::pair(false, "x.idx"), {false, "y.idx"}, {false, "new.idx"}, {true, "x.idx"}}) {
-        dir.write("x.idx", containerBytes({{"a", "1234"}, {"b", std::string(100'000, 'l')}, {"b", "twice"}}));
-        FS_IndexFile byPath(path.c_str()), reading(new FS_Reader(path.c_str())), faster(path.c_str());
-        faster.moveSections(0, 0, 1);
-        ASSERT_EQ(save(faster, path), "done");
-        const std::string now = dir.read("x.idx");
-        EXPECT_THAT(save(byReader ? reading : byPath, dir.path(target)), HasSubstr("has changed")) << target;
-        EXPECT_TRUE(dir.read("x.idx") == now && dir.read("y.idx") == other && !dir.exists("new.idx")) << target;
-    }
-}
-
-// What was linked from the file that is written over is read on in the new one.
-TEST_F(Saving, OverWhatItsLinksReadFrom) {
-    const std::string a(100'000, 'a'), b(100'000, 'b');
-    const std::string path =
-        dir.write("x.idx", containerBytes({{"a", a}, {"b", b}, {"in", containerBytes({{"c", a}})}}));
-    FS_IndexFile index;
-    for (const char* from : {"", "?in"}) index.linkIndexFile(FS_IndexFile((path + from).c_str()), true);
-    ASSERT_TRUE(index.linkSection("a", (path + "?b").c_str()));
-    ASSERT_TRUE(index.linkSection("b", (path + "?a").c_str()));
-    add(index, "first", "moves all others");
-    index.moveSections(4, 4, -4);
-    const Sections now = sectionsIn(index);
-    ASSERT_EQ(now[1].second, b);
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_EQ(save(index, path), "done");
-        EXPECT_EQ(sectionsOf(dir.read("x.idx")), now);
-        EXPECT_EQ(sectionsIn(index), now);
-    }
-    ASSERT_EQ(save(index, path + "?in"), "done");
-    EXPECT_EQ(sectionsOf(sectionsOf(dir.read("x.idx")).at(3).second), now);
-    EXPECT_EQ(sectionsIn(index), now);
-}
-
-// The bytes that are read from would change under the reader.
-TEST_F(Saving, OfASectionGoesNowhereElseInItsFile) {
-    const std::string outer = dir.write("x.idx", containerBytes({{"in", containerBytes({{"a", "1"}})}, {"o", "2"}}));
-    FS_IndexFile inner((outer + "?in").c_str());
-    inner.setDescription("new");
-    EXPECT_EQ(save(inner, outer + "?in"), "done");
-    for (const std::string& other : {outer, outer + "?o"}) EXPECT_THAT(save(inner, other), HasSubstr("another part"));
-    EXPECT_EQ(contentOf(inner, "a"), "1");
-    EXPECT_EQ(sectionsOf(dir.read("x.idx")), (Sections{{"in", containerBytes({{"a", "1"}}, "new")}, {"o", "2"}}));
-}
-
-TEST_F(Saving, TellsWhichSectionCannotBeWritten) {
-    const std::string bytes = containerBytes({{"a", "one"}, {"b", "two"}, {"c", "three"}});
-    FS_IndexFile index(dir.write("x.idx", bytes).c_str());
-    dir.cutAt("x.idx", bytes.size() - 6);
-    dir.write("y.idx", bytes);
-    for (const char* target : {"y.idx", "new.idx"}) EXPECT_THAT(save(index, dir.path(target)), HasSubstr("\"b\""));
-    EXPECT_TRUE(!dir.exists("new.idx") && dir.read("y.idx") == bytes);
 }
 
 TEST_F(Saving, InOnePassGivesTheBytesOfTheModel) {

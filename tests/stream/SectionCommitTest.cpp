@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <ctime>
-#include <map>
 #include <optional>
 
 #include "../support/FaultPlan.h"
@@ -13,14 +12,6 @@
 #include "Streams.h"
 
 namespace {
-
-// A container as text: (name=content name(name=content)).
-std::string treeOf(std::string_view bytes) {
-    if (bytes.substr(0, 4) != "INDX") return "=" + std::string(bytes);
-    std::string text = "(";
-    for (const auto& [name, content] : sectionsOf(bytes)) text += (text == "(" ? "" : " ") + name + treeOf(content);
-    return text + ")";
-}
 
 class SectionCommit : public testing::Test {
 protected:
@@ -46,32 +37,9 @@ protected:
 
 const Sections kOld = {{"a", "old a"}, {"b", ""}, {"c", std::string(200'000, 'c')}};
 
-// The bytes that treeOf shows so. They go from the front of `text`.
-std::string bytesOfTree(std::string_view& text) {
-    static const std::string whole = containerBytes({{"a", "1"}, {"b", ""}, {"c", "whole"}});
-    static const std::map<std::string, std::string> odd = {{"@newer", containerHead(0, 1)},
-                                                           {"@damaged", containerHead(1) + tableEntry("a", 0, -5)},
-                                                           {"@short", whole.substr(0, whole.size() - 1)},
-                                                           {"@cut", containerHead(1) + tableEntry("in", 0, 50)}};
-    if (!text.starts_with('(')) {
-        const std::string word(text.substr(0, text.find_first_of(" )")));
-        text.remove_prefix(word.size());
-        return odd.contains(word) ? odd.at(word) : word;
-    }
-    Sections sections;
-    for (text.remove_prefix(1); !text.starts_with(')'); text.remove_prefix(text.starts_with(' ') ? 1 : 0)) {
-        const std::string name(text.substr(0, text.find_first_of("=(")));
-        text.remove_prefix(name.size() + (text[name.size()] == '=' ? 1 : 0));
-        sections.emplace_back(name, bytesOfTree(text));
-    }
-    text.remove_prefix(1);
-    return containerBytes(sections, "text");
-}
-
 TEST_F(SectionCommit, PutsASectionInItsPlaceTakesItOutOrRefuses) {
     const auto commit = [&](const Columns& c) {
-        std::string_view tree = c[0];
-        const std::string before = c[0] == "none" ? "" : bytesOfTree(tree);
+        const std::string before = c[0] == "none" ? "" : bytesOfTree(c[0]);
         std::filesystem::remove(dir.path("f"));
         if (c[0] != "none") dir.write("f", before);
         const std::time_t start = std::time(nullptr);

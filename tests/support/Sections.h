@@ -2,6 +2,7 @@
 // The bytes of a container, put together by hand and taken apart again, so that tests of the one don't rest on the
 // library's other.
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -76,4 +77,37 @@ inline Sections sectionsOf(std::string_view bytes) {
     }
     for (std::size_t i = 0; whole && i < sizes.size(); ++i) sections[i].second = take(sizes[i]);
     return whole && left.empty() ? sections : Sections{{"(damaged)", std::string(bytes)}};
+}
+
+// A container as text: (name=content name(name=content)). Other bytes have a "=" in front.
+inline std::string treeOf(std::string_view bytes) {
+    if (bytes.substr(0, 4) != "INDX") return "=" + std::string(bytes);
+    std::string text = "(";
+    for (const auto& [name, content] : sectionsOf(bytes)) text += (text == "(" ? "" : " ") + name + treeOf(content);
+    return text + ")";
+}
+
+// Takes a tree from the front of `text`. Gives its bytes, of a container with a description.
+inline std::string takeTree(std::string_view& text) {
+    static const std::string whole = containerBytes({{"a", "1"}, {"b", ""}, {"c", "whole"}});
+    static const std::map<std::string, std::string> odd = {{"@newer", containerHead(0, 1)},
+                                                           {"@damaged", containerHead(1) + tableEntry("a", 0, -5)},
+                                                           {"@short", whole.substr(0, whole.size() - 1)},
+                                                           {"@cut", containerHead(1) + tableEntry("in", 0, 50)}};
+    if (!text.starts_with('(')) {
+        const std::string word(text.substr(0, text.find_first_of(" )")));
+        text.remove_prefix(word.size());
+        return odd.contains(word) ? odd.at(word) : word;
+    }
+    Sections sections;
+    for (text.remove_prefix(1); !text.starts_with(')'); text.remove_prefix(text.starts_with(' ') ? 1 : 0)) {
+        const std::string name(text.substr(0, text.find_first_of("=(")));
+        text.remove_prefix(name.size() + (text[name.size()] == '=' ? 1 : 0));
+        sections.emplace_back(name, takeTree(text));
+    }
+    text.remove_prefix(1);
+    return containerBytes(sections, "text");
+}
+inline std::string bytesOfTree(std::string_view text) {
+    return takeTree(text);
 }
