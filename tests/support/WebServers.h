@@ -1,6 +1,5 @@
 #pragma once
 // A web server on 127.0.0.1 that answers as a test says, however badly.
-
 #include <functional>
 #include <mutex>
 #include <string>
@@ -43,7 +42,10 @@ private:
             std::string request;
             for (std::string byte; !request.ends_with("\r\n\r\n") && !(byte = peer.receive(1)).empty();)
                 request += byte;
-            (std::lock_guard(mutex_), requests_.push_back(request));
+            {
+                const std::lock_guard lock(mutex_);
+                requests_.push_back(request);
+            }
             answer(peer, request);
         }
     }
