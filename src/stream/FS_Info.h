@@ -56,8 +56,8 @@ public:
     // names of what has contents itself to `dirs` instead; in the order in which they come, a local directory's without
     // "." and "..". Without `dirs` nothing looks into the entries, and all count as files. `fileStats` and `dirStats`,
     // where not null, get a record for each name listed, in a container or from a helper for each name that the array
-    // then holds; a link's record is its own, not its target's, and one of an entry that can't be looked at is zero.
-    // False, and nothing appended, if the path can't be listed.
+    // then holds; a link's record is its own, not its target's, and one of an entry that can't be looked at is zero, as
+    // is that of a section whose name is an absolute path. False, and nothing appended, if the path can't be listed.
     bool getContents(UT_StringArray& files, UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
                      UT_RefArray<FS_Stat>* dirStats);
 
@@ -85,7 +85,7 @@ private:
     bool listDirectory(UT_StringArray& files, UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
                        UT_RefArray<FS_Stat>* dirStats) const;
     void appendStats(const UT_StringArray& files, const UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
-                     UT_RefArray<FS_Stat>* dirStats) const;
+                     UT_RefArray<FS_Stat>* dirStats, bool areSections) const;
 
     UT_String path;     // without the section
     UT_String section;  // empty where there is none

@@ -20,14 +20,14 @@ bool FS_Info::getContents(UT_StringArray& files, UT_StringArray* dirs, UT_RefArr
     const bool isSection = !section.isEmpty();
     if (auto* helper = isSection ? nullptr : claimingHelper(path.buffer())) {
         if (!helper->getContents(path.buffer(), files, dirs)) return false;
-        appendStats(files, dirs, fileStats, dirStats);
+        appendStats(files, dirs, fileStats, dirStats, false);
         return true;
     }
     // A section is listed as a container whatever it holds, a path only if it is one with sections.
     const std::unique_ptr<FS_IndexFile> index = openIndexFile(wholePath());
     if (!isSection && index->getNumSections() == 0) return listDirectory(files, dirs, fileStats, dirStats);
     getContentsFromIndexFile(*index, files, dirs);
-    appendStats(files, dirs, fileStats, dirStats);
+    appendStats(files, dirs, fileStats, dirStats, true);
     return true;
 }
 
@@ -36,7 +36,7 @@ bool FS_Info::getContentsFromIndexFile(FS_IndexFile& index, UT_StringArray& file
     std::int64_t left = dirs != nullptr ? index.sharingLimit() : 0;
     for (int i = 0; i < index.getNumSections(); ++i) {
         const char* const name = index.getSectionName(i);
-        left -= index.getSectionDataSizeAt(i);
+        left -= index.getSectionDataSize(name);  // of the one that is looked into, where a name comes again
         const bool hasContents =
             dirs != nullptr && left >= 0 && FS_IndexFile(index.getSectionReader(name)).getNumSections() > 0;
         (hasContents ? *dirs : files).append(name);
@@ -82,13 +82,14 @@ bool FS_Info::listDirectory(UT_StringArray& files, UT_StringArray* dirs, UT_RefA
     return true;
 }
 
-// Looks at each name from outside, as a user would: below the path without its section.
+// Looks at each name from outside, as a user would: below the path without its section. A section may have any name,
+// and none is to send a listing to a server or to a device.
 void FS_Info::appendStats(const UT_StringArray& files, const UT_StringArray* dirs, UT_RefArray<FS_Stat>* fileStats,
-                          UT_RefArray<FS_Stat>* dirStats) const {
-    const auto appendAll = [this](const UT_StringArray& names, UT_RefArray<FS_Stat>& stats) {
+                          UT_RefArray<FS_Stat>* dirStats, bool areSections) const {
+    const auto appendAll = [=, this](const UT_StringArray& names, UT_RefArray<FS_Stat>& stats) {
         for (const UT_String& name : names) {
             FS_Stat stat;
-            statFile(path.buffer(), name.buffer(), &stat);
+            if (!areSections || !UTisAbsolutePath(name.buffer())) statFile(path.buffer(), name.buffer(), &stat);
             stats.append(stat);
         }
     };
