@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <set>
+#include <string_view>
 
 #include "Arguments.h"
 #include "Command.h"
@@ -34,25 +36,38 @@ bool readList(const std::string& directory, std::vector<ListEntry>& entries) {
     return true;
 }
 
+// What stands at a path itself: no link is followed, as the library follows none.
+mode_t modeOf(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode : 0;
+}
+
 // Why a directory that holds a list can't be read back. Throws Failure for the first thing that stands in the way.
 void checkDirectory(const std::string& directory, int level) {
     std::vector<ListEntry> entries;
     const std::string list = directory + "/" + kListFile;
     if (level > kMostLevels) throw Failure{directory, "lies deeper than " + std::to_string(kMostLevels) + " levels"};
-    if (::access(list.c_str(), F_OK) != 0)
+    const mode_t listMode = modeOf(list);
+    if (listMode == 0)
         throw Failure{directory, errno == ENOENT ? std::string("holds no ") + kListFile + ": not an expanded container"
                                                  : errorWords(errno)};
+    if (!S_ISREG(listMode)) throw Failure{list, "is not a regular file"};
     if (!readList(directory, entries))
         throw Failure{list, ::access(list.c_str(), R_OK) == 0 ? "damaged: it has no description" : errorWords(errno)};
+    std::set<std::string_view> seen;
     for (const ListEntry& entry : entries) {
         if (entry.file.find_first_of("/?") != std::string::npos || entry.file == "." || entry.file == "..")
             throw Failure{list, "names \"" + entry.file + "\", which isn't the name of a file beside it"};
+        // Lists that did so at every level would be walked without end.
+        if (!seen.insert(entry.file).second) throw Failure{list, "names \"" + entry.file + "\" twice"};
         const std::string file = directory + "/" + entry.file;
-        struct stat status {};
-        if (::stat(file.c_str(), &status) != 0) throw Failure{file, errorWords(errno)};
-        if (S_ISDIR(status.st_mode))
+        const mode_t mode = modeOf(file);
+        if (mode == 0) throw Failure{file, errorWords(errno)};
+        if (S_ISDIR(mode))
             checkDirectory(file, level + 1);
-        else if (!S_ISREG(status.st_mode))
+        else if (S_ISLNK(mode))
+            throw Failure{file, "a symbolic link, which isn't followed"};
+        else if (!S_ISREG(mode))
             throw Failure{file, "neither a file nor a directory"};
         else if (::access(file.c_str(), R_OK) != 0)
             throw Failure{file, errorWords(errno)};
