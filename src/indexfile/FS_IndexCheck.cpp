@@ -45,7 +45,12 @@ struct FS_IndexCheck::Level {
     }
     // The name, one that is longer shortened to `most`: a thousand faults may hold it.
     std::string shown(std::size_t i, int most) const {
-        UT_String text(name(i));
+        std::string_view whole = name(i);
+        // No more is copied than may be shown: what all faults of a container tell of may be one name of megabytes.
+        const auto part = static_cast<std::size_t>(most);
+        std::string ends(whole.substr(0, part));
+        if (whole.size() > 2 * part) whole = ends += whole.substr(whole.size() - part);
+        UT_String text(whole);
         text.truncateMiddle(most);
         return std::string(text.view());
     }
