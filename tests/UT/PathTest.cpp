@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -99,11 +100,15 @@ TEST_F(Paths, KeepTheirRules) {
         EXPECT_TRUE(UTisValidDirectory(row[0].c_str()) || UT_FileUtil::getFileSize(row[0].c_str()) == 0);
         return types[stat.type] + (leads ? " to " + shown(target.view()) : "") + (isDirectory ? "/" : "");
     };
+    const auto made = [](const Columns& row) {
+        return TarvaniMakeDirectory(row[0].c_str(), 0777) == 0 ? "made" : std::strerror(errno);
+    };
     expectRules(TARVANI_RULES "/paths.rules", {{"kind", kindOf},
                                                {"absolute", absolute},
                                                {"resolved", resolved},
                                                {"condensed", condensed},
                                                {"leads", ledTo},
+                                               {"made", made},
                                                {"temporary", endingOfTemporary},
                                                {"variables", scanned}});
 }
@@ -156,14 +161,6 @@ TEST_F(Paths, TellTheStatusOfFilesAndWhetherThereAreAny) {
         EXPECT_TRUE(stat.type == UT_FileStat::UNKNOWN && stat.size + stat.time == 0)
             << "an earlier entry's values stay";
     }
-}
-
-TEST_F(Paths, BecomeDirectoriesWithTheirParents) {
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(TarvaniMakeDirectory("a/b//c/", 0777), 0) << "the second time it exists";
-    dir.write("file", "");
-    EXPECT_EQ(UTisValidDirectory("a/b/c") - UTisValidDirectory("file"), 1);
-    for (const char* path : {"file/below", "", "file"}) EXPECT_EQ(TarvaniMakeDirectory(path, 0777), -1);
-    EXPECT_EQ(errno, EEXIST);
 }
 
 TEST_F(Paths, OfTemporariesNeedADirectory) {
