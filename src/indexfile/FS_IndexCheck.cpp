@@ -78,7 +78,7 @@ FS_IndexCheck::FS_IndexCheck(const char* path, bool nested) : nested_(nested) {
         add(path != nullptr ? path : "", "can't be read");
 }
 
-FS_IndexCheck::FS_IndexCheck(UT_IStream& in, std::string path, bool nested) : nested_(nested) {
+FS_IndexCheck::FS_IndexCheck(UT_IStream& in, const std::string& path, bool nested) : nested_(nested) {
     check(in, path, 0);
 }
 

@@ -32,7 +32,7 @@ public:
     // Checks the container at a path that FS_Reader opens. `nested` checks sections that begin as containers do, too.
     explicit FS_IndexCheck(const char* path, bool nested = false);
     // The one that begins where `in` stands; `path` is what faults call it.
-    FS_IndexCheck(UT_IStream& in, std::string path, bool nested = false);
+    FS_IndexCheck(UT_IStream& in, const std::string& path, bool nested = false);
 
     // True if there is no fault.
     bool isWhole() const { return faultCount_ == 0; }

@@ -70,7 +70,7 @@ Outcome openContainer(Level& level, std::unique_ptr<FS_Reader> reader) {
     if (!holdsContainer(stream)) return untouched(level.container, "not a container");
     if (!stream.seekg(begin, 0)) return untouched(level.container, "cannot be read from the beginning");
     // Memory is taken before the reader lets go, unlike with make_unique.
-    level.index.reset(new FS_IndexFile(reader.release()));
+    level.index.reset(new FS_IndexFile(reader.release()));  // NOLINT(modernize-make-unique)
     if (!canUndo(level.index->getEncryptionFilter(), level.index->getDecryptionFilter()))
         return untouched(level.container, "its filters are no pair");
     return platform::success();

@@ -52,10 +52,13 @@ std::string printable(std::string_view text) {
 }
 
 std::string inBold(std::string_view text, StandardStream stream) {
-    const auto isSet = [](const char* name) { return std::getenv(name) != nullptr && *std::getenv(name) != '\0'; };
+    const auto variable = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return std::string_view(value != nullptr ? value : "");
+    };
     const bool isTerminal = ::isatty(stream == StandardStream::Output ? STDOUT_FILENO : STDERR_FILENO) == 1;
     const bool isPlain =
-        !isTerminal || isSet("NO_COLOR") || !isSet("TERM") || std::getenv("TERM") == std::string_view("dumb");
+        !isTerminal || !variable("NO_COLOR").empty() || variable("TERM").empty() || variable("TERM") == "dumb";
     return isPlain ? std::string(text) : "\033[1m" + std::string(text) + "\033[0m";
 }
 

@@ -80,11 +80,11 @@ std::string valueEntry(const ArgumentInfo& argument) {
 }
 
 std::string optionEntries(const ArgumentInfo& option) {
+    const std::string exclusion = option.names.size() > 1 ? "(" + inOneLine(option.names) + ")" : "";
+    const std::string begin = " \\\n        '" + exclusion;
+    const std::string end = "[" + quoted(option.help) + "]" + valueEntry(option) + "'";
     std::string entries;
-    for (const std::string& name : option.names) {
-        const std::string exclusion = option.names.size() > 1 ? "(" + inOneLine(option.names) + ")" : "";
-        entries += " \\\n        '" + exclusion + name + "[" + quoted(option.help) + "]" + valueEntry(option) + "'";
-    }
+    for (const std::string& name : option.names) entries.append(begin).append(name).append(end);
     return entries;
 }
 
