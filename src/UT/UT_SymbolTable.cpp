@@ -184,6 +184,14 @@ private:
         slots_[hole] = Slot();
     }
 
+    // Slots for a good deal more names than there are, so that the work that a removal leaves to be done later follows
+    // the names that are still there, not those that once were.
+    std::size_t fittingSlots() const {
+        std::size_t count = 8;
+        while (count < std::size_t{live_} * 2) count *= 2;
+        return std::min(count, slots_.size());
+    }
+
     // Makes the index anew, with `count` slots, a power of two.
     void index(std::size_t count) {
         slots_.assign(count, Slot());
@@ -201,7 +209,7 @@ private:
         NameStore kept;
         for (Entry& entry : entries_) entry.text = kept.add(entry.name());
         std::swap(kept, names_);
-        index(slots_.size());
+        index(fittingSlots());
         return kept;
     }
 
