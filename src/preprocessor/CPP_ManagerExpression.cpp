@@ -19,6 +19,7 @@ using cppwords::skipSpace;
 
 constexpr std::size_t kMostName = 1024;     // characters of a name or a text in a condition
 constexpr std::size_t kMostDefined = 4096;  // of the name that #ifdef looks up
+constexpr std::size_t kMostRead = 4096;     // of a definition, since each name of a condition reads one anew
 constexpr std::int64_t kHighest = std::numeric_limits<std::int32_t>::max();
 constexpr int kDividedByZero = 1000;
 
@@ -307,11 +308,16 @@ std::optional<int> Condition::takeComparison() {
     return (order > 0) - (order < 0);
 }
 
+// The definition of a macro as far as a condition reads it, without white space in front.
+std::string_view frontOf(const CPP_Macro& macro) {
+    return skipSpace(macro.getDefinitionView().substr(0, kMostRead));
+}
+
 // What strcmp compares for an argument: the first name or quoted text of the definition, if it names a macro and that
 // begins with one. None if a quote in the definition isn't closed.
 std::optional<std::string_view> Condition::compared(std::string_view argument) const {
     const CPP_Macro* const macro = macros_.find(argument);
-    std::string_view definition = macro ? skipSpace(macro->getDefinitionView()) : std::string_view();
+    std::string_view definition = macro ? frontOf(*macro) : std::string_view();
     const bool begins = definition.starts_with('"') || (!definition.empty() && cppwords::isStart(definition[0]));
     return begins ? takeArgument(definition) : argument;
 }
@@ -319,7 +325,7 @@ std::optional<std::string_view> Condition::compared(std::string_view argument) c
 std::optional<int> Condition::valueOfMacro(std::string_view name) const {
     const CPP_Macro* const macro = macros_.find(name);
     if (!macro) return 0;
-    const std::string_view definition = skipSpace(macro->getDefinitionView());
+    const std::string_view definition = frontOf(*macro);
     return definition.empty() ? std::nullopt : std::optional(cppwords::leadingNumber(definition));
 }
 

@@ -75,6 +75,7 @@ int CPP_Manager::close() {
 bool CPP_Manager::push(std::unique_ptr<CPP_File> file) {
     if (files.isEmpty()) {
         work_->forgetFiles();
+        work_->included = 0;
     } else if (pendingIsSource && !pendingLine.isEmpty()) {
         // A line that waits behind its marker belongs to the file that was read so far, and comes when that goes on.
         files.last()->ungetLine(pendingLine.view());

@@ -298,7 +298,11 @@ void CPP_Manager::doInclude(std::string_view operand, UT_WorkBuffer& out, bool s
         UTVariableScan(expanded, operand.data(), includeVariable, nullptr, true, true);
         operand = expanded.view();
     }
-    if (openFile(operand, 1) || silent) return;
+    if (work_->included < Work::kMostIncluded && openFile(operand, 1)) {
+        ++work_->included;
+        return;
+    }
+    if (silent) return;
     UT_WorkBuffer message;
     message.append("Unable to include ");
     message.append(operand);

@@ -115,6 +115,10 @@ private:
 };
 
 struct CPP_Manager::Work {
+    // Files that are included between the first open file and its end. A few that include each other twice would be
+    // read without end otherwise, however few can be open at once.
+    static constexpr int kMostIncluded = 1'000'000;
+
     explicit Work(CPP_Manager& manager) : expansion(manager) {}
 
     // True if the file at `path` can be read; asks the file system once for each path, as long as there aren't too
@@ -128,6 +132,7 @@ struct CPP_Manager::Work {
         remembered_ = 0;
     }
 
+    int included = 0;         // files so far
     UT_WorkBuffer line;       // as it was read, and then the output line that getLine gives
     UT_WorkBuffer output;     // the output line while it is being made
     UT_WorkBuffer directive;  // a directive with its macros expanded

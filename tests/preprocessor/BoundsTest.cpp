@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <new>
 
 #include "../support/Child.h"
@@ -71,6 +72,18 @@ TEST(Bounds, ALineThatMemoryCannotHoldIsNotTakenForTheEnd) {
             return true;
         }
     }));
+}
+
+TEST(Bounds, AMillionFilesAreIncludedAndNoMore) {
+    const ScratchDir dir;
+    const std::string line = "#include \"" + dir.write("x", "") + "\"";
+    // The included file ends at once, and what includes it goes on.
+    MadeManager manager([&, asked = std::make_shared<int>(0)](UT_WorkBuffer& next) {
+        next.assign(line);
+        return ++*asked % 2 == 1;
+    });
+    const std::string error = "# error cpp error: \"main\":1000001 Unable to " + line.substr(1) + "\n\n";
+    EXPECT_TRUE(restOf(manager) == std::string(1'000'000, '\n') + error);
 }
 
 TEST(Bounds, AFileThatIncludesItselfRunsOutOfFiles) {
