@@ -103,6 +103,11 @@ const char* UT_OptionFile::getName(int index) const {
     return std::next(options_.begin(), index)->first.c_str();
 }
 
+const char* UT_OptionFile::getNextName(const char* name) const {
+    const auto next = name ? options_.upper_bound(std::string_view(name)) : options_.begin();
+    return next == options_.end() ? nullptr : next->first.c_str();
+}
+
 const UT_OptionFile::Value* UT_OptionFile::find(const char* name) const {
     if (!name) return nullptr;
     const auto found = options_.find(std::string_view(name));

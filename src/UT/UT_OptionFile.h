@@ -46,10 +46,12 @@ public:
     // Takes over the options of `other` that are not set here yet: a value that is set already stays.
     void merge(const UT_OptionFile& other);
 
-    // The options in order of their names: how many there are, and a name by its index, null out of range, borrowed
-    // until the next change.
+    // The options in order of their names: how many there are; a name by its index, null out of range; and the name
+    // that stands behind `name`, the first one behind null, null behind the last. The first of the two counts from the
+    // front each time, so that the second one is for going over many. Borrowed until the option changes.
     int entries() const;
     const char* getName(int index) const;
+    const char* getNextName(const char* name) const;
 
 private:
     using Value = std::variant<int, float, bool, std::string>;

@@ -6,9 +6,12 @@
 #include <UT/UT_String.h>
 #include <preprocessor/CPP_TokenStream.h>
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 // The definitions come into the table, which doesn't own them. It may hold some already.
 class FeatureReader {
@@ -26,6 +29,9 @@ public:
 private:
     static constexpr const char* kTokenKey = "rib.renderer.token";
     static constexpr const char* kLabelKey = "rib.renderer.label";
+    // Bytes of memory that all definitions inherit, more or less, and the last one beyond that. Each takes over what
+    // its parent took over: a few thousand in a row would fill any memory.
+    static constexpr std::size_t kMostInherited = std::size_t{64} << 20;
 
     UT_OptionFile* find(const UT_String& token) const { return renderers_[token.view()].as<UT_OptionFile>(); }
 
@@ -49,7 +55,20 @@ private:
         if (!words_.getToken(token)) return report("Missing inherit value");
         const UT_OptionFile* const parent = find(token);
         if (!parent) return report("Unable to find %s to inherit options from", token.buffer());
+        if (left_ == 0) return report("Too much is inherited: nothing more from %s", token.buffer());
+        left_ -= std::min(left_, bytesOf(*parent));
         open_->merge(*parent);
+    }
+
+    static std::size_t bytesOf(const UT_OptionFile& options) {
+        constexpr std::size_t kEntry = 128;
+        std::size_t count = 0;
+        UT_String text;
+        for (const char* name = options.getNextName(nullptr); name; name = options.getNextName(name)) {
+            options.getOption(name, text, nullptr);
+            count += kEntry + std::string_view(name).size() + text.view().size();
+        }
+        return count;
     }
 
     void setOption(UT_String& key) {
@@ -93,4 +112,5 @@ private:
     CPP_TokenStream& words_;
     UT_SortedSymbolTable& renderers_;
     std::unique_ptr<UT_OptionFile> open_;  // the definition between its braces
+    std::size_t left_ = kMostInherited;
 };

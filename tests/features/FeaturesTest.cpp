@@ -26,8 +26,7 @@ Lines describe() {
         const std::string token = textOf(options, "rib.renderer.token");
         const bool isFound = FS_RibFeatures::getRenderer(token.c_str()) == &options;
         lines.push_back("renderer: " + token + (isFound ? "\n" : " isn't found\n"));
-        for (int k = 0; k < options.entries(); ++k) {
-            const char* const key = options.getName(k);
+        for (const char* key = options.getNextName(nullptr); key; key = options.getNextName(key)) {
             const std::string sign = options.getOptionType(key) == UT_OptionFile::STRING ? ": " : " = ";
             lines.push_back("    " + (key + sign) + textOf(options, key) + "\n");
         }

@@ -34,16 +34,18 @@ nlohmann::ordered_json valueOf(const UT_OptionFile& options, const char* key) {
 }
 
 nlohmann::ordered_json toJson(const UT_OptionFile& options) {
-    auto json = nlohmann::ordered_json::object();
-    for (int i = 0; i < options.entries(); ++i) json[options.getName(i)] = valueOf(options, options.getName(i));
-    return json;
+    // Appended to as the list that it is, since no name comes twice and looking for one takes the whole of it.
+    nlohmann::ordered_json::object_t object;
+    for (const char* name = options.getNextName(nullptr); name; name = options.getNextName(name))
+        object.push_back({name, valueOf(options, name)});
+    return object;
 }
 
 void printOptions(const UT_OptionFile& options) {
-    for (int i = 0; i < options.entries(); ++i) {
-        standardOutput().writeName(options.getName(i));
+    for (const char* name = options.getNextName(nullptr); name; name = options.getNextName(name)) {
+        standardOutput().writeName(name);
         standardOutput().write(": ");
-        standardOutput().writeName(textOf(options, options.getName(i)));
+        standardOutput().writeName(textOf(options, name));
         standardOutput().write("\n");
     }
 }
