@@ -58,6 +58,9 @@ TEST(KnownPath, BeginsWhereTheUserDatabaseSaysIfNoVariableDoes) {
     UT_String out;
     UT_PathSearch::getHomeTarvani(out);
     EXPECT_TRUE(out.endsWith("/.config/tarvani"));
+    const WithVariable place("TARVANI_TEST", "/place"), named("TARVANI_HOME", "$TARVANI_TEST/ours/");
+    UT_PathSearch::getHomeTarvani(out);
+    EXPECT_EQ(out, "/place/ours");
     EXPECT_EQ(UT_PathSearch::getVariable(static_cast<UT_KnownPath>(UT_PathSearch::kKnownPaths)), nullptr);
 }
 

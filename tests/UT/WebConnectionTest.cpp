@@ -25,8 +25,10 @@ Page retrieve(const std::string& host, int port, const std::string& page) {
     UT_WebConnection web;
     web.setHostName(host.c_str());
     web.setPageName(page.c_str());
-    web.port = port;
     UT_WorkBuffer body(std::string_view("old")), header(std::string_view("old"));
+    web.port = 0;
+    EXPECT_FALSE(web.retrievePage(body, header)) << "and no later fetch knows of that";
+    web.port = port;
     const bool good = web.retrievePage(body, header);
     const Page got{std::string(body.view()), std::string(header.view()), web.getErrorText(), web.getModTime()};
     EXPECT_EQ(good, got.error.empty());
