@@ -20,7 +20,7 @@ public:
     virtual ~UT_StreamBufferFilter();
 
     // Takes `count` bytes, borrowed for the call, and appends to `out` what is ready; `out` arrives empty. `last` is
-    // true exactly once, in the last call, which may bring no bytes; a write that fails ends without it. False fails the
-    // write.
+    // true exactly once, in the last call, which may bring no bytes; a write that fails ends without it. False fails
+    // the write.
     virtual bool filter(const char* data, std::size_t count, bool last, UT_WorkBuffer& out) = 0;
 };
