@@ -25,6 +25,7 @@ Lines step(Objects<FS_IndexFile>& indexes, const Verb& verb, const std::string& 
         return std::string(left);
     };
     const auto number = [&](std::size_t i) { return std::stoi(words.at(i)); };
+    const auto made = [&] { return indexes.all.at(std::stoul(rest)).get(); };
     FS_IndexFile& index = *indexes.current;
     UT_String reason;
     bool done = true;
@@ -36,19 +37,19 @@ Lines step(Objects<FS_IndexFile>& indexes, const Verb& verb, const std::string& 
     if (verb == "new") indexes.add(std::make_unique<FS_IndexFile>());
     if (verb == "open") indexes.add(std::make_unique<FS_IndexFile>(word(0)));
     if (verb == "reader") indexes.add(std::make_unique<FS_IndexFile>(new FS_Reader(word(0))));
-    if (verb == "use") indexes.current = indexes.all.at(static_cast<std::size_t>(number(0))).get();
+    if (verb == "use") indexes.current = made();
     if (verb == "add") add(index, word(1), bytesOfTree(behind(2)), number(0));
     if (verb == "file") index.addSection(word(0), word(1));
     if (verb == "take") index.addSection(word(0), FS_IndexFile(word(1)));
     if (verb == "link") done = index.linkSection(word(0), word(1), &reason);
     if (verb == "linkAll") index.linkIndexFile(FS_IndexFile(word(0)), true);
-    if (verb == "linkThose") index.linkIndexFile(*indexes.all.at(static_cast<std::size_t>(number(0))), true);
+    if (verb == "linkThose") index.linkIndexFile(*made(), true);
     if (verb == "remove") index.removeSection(word(0));
     if (verb == "move") index.moveSections(number(0), number(1), number(2));
     if (verb == "list") return shown(treeOf(written(index)));
     if (verb == "read") return shown(contentOf(index, word(0)));
-    if (verb == "time")
-        return index.getSectionModTime(word(0)) >= start ? shown("now") : shown(index.getSectionModTime(word(0)));
+    const int time = index.getSectionModTime(word(0));
+    if (verb == "time") return time >= start ? shown("now") : shown(time);
     if (verb == "save") done = index.save(word(0), &reason);
     if (verb == "expand") done = index.expandToDirectory(word(0));
     if (verb == "collapse") done = index.collapseFromDirectory(word(0));

@@ -2,6 +2,8 @@
 #include <UT/UT_StringArray.h>
 #include <stream/FS_Info.h>
 
+#include <cstdlib>
+
 #include "../support/Rules.h"
 #include "Streams.h"
 
@@ -50,19 +52,13 @@ std::string known(const std::string& path) {
 }
 
 TEST_F(FileAndSectionPaths, LeadWhereTheRulesSay) {
-    const std::pair<const char*, std::string> files[] = {
-        {"free", "content"},           {"locked", "content"}, {"secret", "content"},  {"empty", ""},     {"sparse", ""},
-        {"../closed/free", "content"}, {"x.idx", sample},     {"locked.idx", sample}, {"none.idx", none}};
-    const std::pair<const char*, unsigned> modes[] = {
-        {"free", 0777},           {"locked", 0444},   {"secret", 0},        {"empty", 0666},    {"sparse", 0666},
-        {"../closed/free", 0666}, {"x.idx", 0666},    {"locked.idx", 0444}, {"none.idx", 0666}, {"../open", 0777},
-        {"../closed", 0755},      {"../blind", 0333}, {"../shut", 0222},    {"..", 0755}};
-    for (const char* name : {"blind", "shut"}) scratch.makeDirectory(name);
-    for (const auto& [name, bytes] : files)
-        scratch.setTime((scratch.write(std::string("open/") + name, bytes), std::string("open/") + name), 99);
-    scratch.cutAt("open/sparse", 3LL << 30);
-    scratch.setTime("open/sparse", 99);
-    for (const auto& [name, mode] : modes) fs::permissions(name, fs::perms(mode));
+    for (const auto& [name, bytes] : Sections{{"x.idx", sample}, {"locked.idx", sample}, {"none.idx", none}})
+        scratch.write("open/" + name, bytes);
+    ASSERT_EQ(std::system("mkdir ../closed ../blind ../shut; touch empty; truncate -s 3G sparse;"
+                          "printf content | tee free locked secret > ../closed/free; touch -d @99 * ../closed/free;"
+                          "chmod 666 * ../closed/free; chmod 444 locked locked.idx; chmod 0 secret;"
+                          "chmod 777 free ../open; chmod 755 .. ../closed; chmod 333 ../blind; chmod 222 ../shut"),
+              0);
     const std::string filtered = packedContainer({{"geo", keyed("geometry"), 11}, {"inner", keyed(inner), 22}});
     const TestHelper later =
         servesFile("/later", scratch.write("behind", std::string(100, '-') + sample), false, false, 100);

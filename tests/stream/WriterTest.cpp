@@ -14,29 +14,21 @@ public:
     explicit UploadHelper(std::string prefix) : prefix_(std::move(prefix)) {}
     FS_WriterStream* createStream(const char* dest) override {
         asked.push_back(dest);
-        return asked.back().starts_with(prefix_) ? new Upload(arrived, refuses) : nullptr;
+        return asked.back().starts_with(prefix_) ? new Upload(*this) : nullptr;
     }
 
     std::vector<std::string> asked, arrived;
     bool refuses = false;
 
 private:
-    class Upload : public FS_WriterStream {
-    public:
-        Upload(std::vector<std::string>& arrived, bool refuses) : arrived_(arrived), refuses_(refuses) {
-            adoptStream(new std::ostringstream);
-        }
-
-    protected:
+    struct Upload : FS_WriterStream {
+        explicit Upload(UploadHelper& helper) : to(helper) { adoptStream(new std::ostringstream); }
         bool destroy(bool remove) override {
             if (getStream() == nullptr) return false;
-            arrived_.push_back(remove ? "(removed)" : dynamic_cast<std::ostringstream*>(getStream())->str());
-            return FS_WriterStream::destroy(false) && !refuses_;
+            to.arrived.push_back(remove ? "(removed)" : dynamic_cast<std::ostringstream*>(getStream())->str());
+            return FS_WriterStream::destroy(false) && !to.refuses;
         }
-
-    private:
-        std::vector<std::string>& arrived_;
-        const bool refuses_;
+        UploadHelper& to;
     };
     const std::string prefix_;
 };
