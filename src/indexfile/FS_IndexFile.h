@@ -118,8 +118,8 @@ public:
     // Writes each section, as it would be stored, to a file in the directory `path`, which is made when missing, and
     // "Sections.list" beside them; a section that is a container with sections becomes a directory of the same form, to
     // 64 levels. False when there are no sections (nothing is written) and at the first step that fails, also when
-    // sections that share bytes come to more than 64 times the source: what has been written stays. Works in the
-    // process's current directory and puts it back.
+    // sections that share bytes come to more than 64 times the source, and when a file would be written over the
+    // container: what has been written stays. Works in the process's current directory and puts it back.
     virtual bool expandToDirectory(const char* path);
     // Adds the sections of the directory form at `path`, replacing those of the same name, and takes over its
     // description. False at the first step that fails; what was added so far stays. A file that can't be read whole
@@ -255,6 +255,7 @@ private:
     void followSource();
     void followLinks(const char* path);
     bool refuseExpansion(std::string_view file, std::string_view reason);
+    bool isSource(const char* path) const;
     std::int64_t sharingLimit() const;
     bool expandLevel(const char* path, int level, std::int64_t& left);
     bool expandSection(int index, int level, NameSet& written, std::int64_t& left);

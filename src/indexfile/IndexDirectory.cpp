@@ -29,6 +29,7 @@ namespace {
 
 constexpr int kMostLevels = 64;
 constexpr std::string_view kListFile = "Sections.list";
+constexpr std::string_view kIsSource = "is the container that is being expanded, and stays as it is";
 constexpr std::string_view kNamesSections = "a \"?\" in the path stands for sections";
 
 std::string here(std::string_view name) {
@@ -100,8 +101,18 @@ bool FS_IndexFile::refuseExpansion(std::string_view file, std::string_view reaso
     return false;
 }
 
+// Whether the sections are read from the file that stands there: a container may have a section of its own name.
+bool FS_IndexFile::isSource(const char* path) const {
+    if (reader == nullptr) return false;
+    UT_String source;
+    reader->getFilename(source);
+    const FileStatus there = platform::linkStatus(path);
+    return there && isSameFile(there, platform::fileStatus(source.buffer()));
+}
+
 bool FS_IndexFile::writeSectionListFile(const char* path) {
     if (const std::string what = obstacle(FileKind::File, path); !what.empty()) return refuseExpansion(kListFile, what);
+    if (isSource(path)) return refuseExpansion(kListFile, kIsSource);
     FS_Writer writer(path);
     std::ostream* const out = writer.getStream();
     if (out != nullptr) *out << description << '\n';
@@ -121,6 +132,8 @@ bool FS_IndexFile::expandToDirectory(const char* path) {
     writeFailure_.clear();
     if (path == nullptr || *path == '\0') return refuseExpansion({}, "no path");
     if (std::string_view(path).find('?') != std::string_view::npos) return refuseExpansion({}, kNamesSections);
+    // Opened once for all sections: to find a container in a container takes a pass over the table of the outer one.
+    const OpenSource source(*this);
     std::int64_t most = sharingLimit();
     return expandLevel(path, 1, most);
 }
@@ -165,6 +178,7 @@ bool FS_IndexFile::expandSection(int index, int level, NameSet& written, std::in
     const bool isContainer = inner.getNumSections() > 0;
     if (const std::string what = obstacle(isContainer ? FileKind::Directory : FileKind::File, path); !what.empty())
         return refuseExpansion(file.view(), what);
+    if (isSource(path.c_str())) return refuseExpansion(file.view(), kIsSource);
     UT_String reason;
     if (isContainer && !inner.expandLevel(path.c_str(), level + 1, left))
         return refuseExpansion(file.view(), inner.getWriteFailure().view());

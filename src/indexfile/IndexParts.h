@@ -9,6 +9,10 @@
 #include <memory>
 #include <string>
 
+inline bool isSameFile(const platform::FileStatus& a, const platform::FileStatus& b) {
+    return a && b && a.device == b.device && a.inode == b.inode;
+}
+
 // What is known of one section, whether it stands in the table as read or has an FS_Section of its own.
 struct FS_IndexFile::Place {
     const char* name = nullptr;

@@ -33,10 +33,6 @@ std::string_view sectionsOf(std::string_view path) {
 
 constexpr std::string_view kChanged = "the file that this container was read from has changed since";
 
-bool isSameFile(const platform::FileStatus& a, const platform::FileStatus& b) {
-    return a && b && a.device == b.device && a.inode == b.inode;
-}
-
 }  // namespace
 
 bool FS_IndexFile::save(const char* path, UT_String* reason) {
