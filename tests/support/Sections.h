@@ -83,7 +83,8 @@ inline Sections sectionsOf(std::string_view bytes) {
 inline std::string treeOf(std::string_view bytes) {
     if (bytes.substr(0, 4) != "INDX") return "=" + std::string(bytes);
     std::string text = "(";
-    for (const auto& [name, content] : sectionsOf(bytes)) text += (text == "(" ? "" : " ") + name + treeOf(content);
+    for (const auto& [name, content] : sectionsOf(bytes))
+        text += (text == "(" ? "" : " ") + name + (content == bytes ? "" : treeOf(content));  // the same: damaged
     return text + ")";
 }
 
