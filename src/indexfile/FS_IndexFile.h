@@ -242,7 +242,7 @@ private:
     void makeSections();
     FS_Section* findSection(const char* name) const;
     FS_Section& sectionFor(const char* name);
-    std::shared_ptr<char[]> readShared(const OpenSource& source) const;
+    std::shared_ptr<char[]> readShared(const OpenSource& source, std::int64_t& size) const;
     void merge(const FS_IndexFile& other, bool overwrite, bool link);
     bool addFrom(FS_Reader& source, const char* name, UT_String* reason);
     bool fail(std::ostream& out, std::string_view reason);

@@ -213,10 +213,10 @@ void FS_IndexFile::linkIndexFile(const FS_IndexFile& other, bool overwrite) {
     merge(other, overwrite, true);
 }
 
-// All bytes of the source if its sections share some; else null. Copied one by one these would take memory without
-// relation to what the source holds.
-std::shared_ptr<char[]> FS_IndexFile::readShared(const OpenSource& source) const {
-    const std::int64_t size = source.stream() ? source.stream()->getSize() : -1;
+// All bytes of the source, and how many, if its sections share some; else null. Copied one by one these would take
+// memory without relation to what the source holds.
+std::shared_ptr<char[]> FS_IndexFile::readShared(const OpenSource& source, std::int64_t& size) const {
+    size = source.stream() ? source.stream()->getSize() : -1;
     if (decryptionFilter != nullptr || size < 0 || size > INT_MAX) return nullptr;
     std::int64_t total = 0;
     for (int i = 0; i < getNumSections(); ++i)
@@ -229,8 +229,8 @@ std::shared_ptr<char[]> FS_IndexFile::readShared(const OpenSource& source) const
 void FS_IndexFile::merge(const FS_IndexFile& other, bool overwrite, bool link) {
     if (&other == this) return;
     const OpenSource source(other);
-    const std::shared_ptr<char[]> shared = link ? nullptr : other.readShared(source);
-    const std::int64_t sharedSize = shared ? source.stream()->getSize() : -1;
+    std::int64_t sharedSize = 0;
+    const std::shared_ptr<char[]> shared = link ? nullptr : other.readShared(source, sharedSize);
     std::shared_ptr<FS_Section::Link> opened;
     if (link && source.stream() != nullptr) {
         opened = std::make_shared<FS_Section::Link>();
@@ -250,7 +250,7 @@ void FS_IndexFile::merge(const FS_IndexFile& other, bool overwrite, bool link) {
         } else if (place.section != nullptr && place.section->link_ && link) {
             const FS_Section& s = *place.section;
             sectionFor(place.name).setContent(s.link_, s.linkStart_, s.linkSize_, s.dataSize, s.modTime);
-        } else if (place.isStored() && std::int64_t{place.offset} + place.dataSize <= sharedSize) {
+        } else if (shared && place.isStored() && std::int64_t{place.offset} + place.dataSize <= sharedSize) {
             sectionFor(place.name).setContent({shared, shared.get() + place.offset}, place.dataSize, place.modTime);
         } else {
             addSection(place.name, other);
