@@ -6,6 +6,7 @@
 #include <preprocessor/Words.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
@@ -43,12 +44,14 @@ CPP_Manager::Expansion::Result CPP_Manager::Expansion::run(const CPP_File* file,
     if (plain == line.size()) return Result::Unchanged;
     limit_ = std::min(static_cast<std::size_t>(std::max(depth, 1)), kMostOpen + 1);
     made_ = 0;
+    most_ = static_cast<std::size_t>(std::min<std::uint64_t>(kMostText, left_));
     held_.clear();
     out.assign(line.substr(0, plain));
     frames_.assign(1, {line.data(), 0, line.size(), plain});
     const CPP_MacroTable::Hold hold(*manager_.macros);
     bool good = true;
     while (good && !frames_.empty()) good = scan(file, out);
+    left_ -= std::min<std::uint64_t>(made_, left_);
     if (good) return Result::Expanded;
     out.assign(message_.view());
     return Result::Failed;
@@ -144,7 +147,7 @@ bool CPP_Manager::Expansion::replaceBuiltIn(CPP_MacroType type, const CPP_File* 
     }
     out.append(text);
     made_ += static_cast<std::size_t>(out.length() - before);
-    return made_ <= kMostText || fail("Macro recursion limit reached");
+    return made_ <= most_ || fail("Macro recursion limit reached");
 }
 
 // Opens the replacement text of a macro as the next one to be scanned. False if the nesting has come to its limit.
@@ -153,7 +156,7 @@ bool CPP_Manager::Expansion::open(const CPP_Macro& macro) {
     const auto start = static_cast<std::size_t>(held_.length());
     if (macro.getArgCount() <= 0) {
         const std::string_view definition = macro.getDefinitionView();
-        if (definition.size() > kMostText - made_) return false;
+        if (definition.size() > most_ - made_) return false;
         frames_.push_back({definition.data(), start, definition.size(), 0});
     } else {
         views_.clear();
@@ -162,7 +165,7 @@ bool CPP_Manager::Expansion::open(const CPP_Macro& macro) {
                 arguments_.view().substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)));
             begin = end;
         }
-        if (!macro.appendExpansion(views_.data(), held_, kMostText - made_)) return false;
+        if (!macro.appendExpansion(views_.data(), held_, most_ - made_)) return false;
         frames_.push_back({nullptr, start, static_cast<std::size_t>(held_.length()) - start, 0});
     }
     made_ += frames_.back().length;

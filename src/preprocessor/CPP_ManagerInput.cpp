@@ -76,6 +76,7 @@ bool CPP_Manager::push(std::unique_ptr<CPP_File> file) {
     if (files.isEmpty()) {
         work_->forgetFiles();
         work_->included = 0;
+        work_->expansion.restart();
     } else if (pendingIsSource && !pendingLine.isEmpty()) {
         // A line that waits behind its marker belongs to the file that was read so far, and comes when that goes on.
         files.last()->ungetLine(pendingLine.view());
@@ -138,6 +139,7 @@ CPP_Manager::RawLine CPP_Manager::getRawLine(UT_WorkBuffer& line) {
     }
     if (!file) return RawLine::None;
     if (file->isCrypted()) crypted = 1;
+    work_->expansion.allowFor(line.view());
     if (!fileEnded || !(flags & CPP_LINE_MARKERS)) return RawLine::Source;
     // The including file goes on: the marker goes first, the line follows on the next call.
     pendingLine = line.view();

@@ -7,6 +7,7 @@
 #include <preprocessor/CPP_MacroTable.h>
 #include <preprocessor/CPP_Manager.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -63,8 +64,14 @@ public:
     static constexpr std::size_t kMostOpen = 100'000;
     static constexpr std::size_t kMostText = std::size_t{1} << 28;
     static constexpr std::size_t kMostArgument = 8191;  // characters of one argument
+    // All lines together have as much as one alone may have, and so much more for each character that is read.
+    static constexpr std::uint64_t kTextPerCharacter = 4096;
 
     explicit Expansion(CPP_Manager& manager) : manager_(manager) {}
+
+    // Begins counting the replacement text of all lines anew, and tells of a line that was read.
+    void restart() { left_ = kMostText; }
+    void allowFor(std::string_view line) { left_ += kTextPerCharacter * line.size(); }
 
     // Unchanged: `line` is its own expansion, and `out` isn't touched. Expanded: `out` is. Failed: `out` is the
     // message.
@@ -104,11 +111,13 @@ private:
 
     CPP_Manager& manager_;
     std::vector<Frame> frames_;
-    std::size_t limit_ = 0;    // of frames_
-    std::size_t made_ = 0;     // characters of replacement text
-    UT_WorkBuffer held_;       // texts of frames, the last one last
-    UT_WorkBuffer arguments_;  // of the call being read, one behind the other
-    std::vector<int> ends_;    // where each complete one ends
+    std::size_t limit_ = 0;           // of frames_
+    std::size_t made_ = 0;            // characters of replacement text
+    std::size_t most_ = 0;            // of them for this line
+    std::uint64_t left_ = kMostText;  // and for all lines that are still to come
+    UT_WorkBuffer held_;              // texts of frames, the last one last
+    UT_WorkBuffer arguments_;         // of the call being read, one behind the other
+    std::vector<int> ends_;           // where each complete one ends
     std::vector<std::string_view> views_;
     UT_WorkBuffer more_;  // a further line of a call
     UT_WorkBuffer message_;
