@@ -15,9 +15,7 @@ public:
     WithVariable& operator=(const WithVariable&) = delete;
 
 private:
-    void put(const char* value) const {
-        value ? ::setenv(name_.c_str(), value, 1) : ::unsetenv(name_.c_str());
-    }
+    void put(const char* value) const { value ? ::setenv(name_.c_str(), value, 1) : ::unsetenv(name_.c_str()); }
 
     std::string name_;
     std::optional<std::string> before_;
