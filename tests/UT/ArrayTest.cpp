@@ -119,7 +119,10 @@ std::string linesIn(const Columns& row) {
     std::string text = row[0], all;
     const CFile file(fmemopen(text.data(), text.size(), "r"), std::fclose);
     UT_WorkBuffer line("old");
-    while (line.getline(file.get())) all.append(line.view()) += '|';
+    while (line.getline(file.get())) {
+        EXPECT_EQ(line.view(), line.buffer()) << "ends in a NUL";
+        all.append(line.view()) += '|';
+    }
     EXPECT_TRUE(line.isEmpty() && !line.getline(nullptr));
     return all;
 }
