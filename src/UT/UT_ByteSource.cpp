@@ -71,6 +71,13 @@ UT_ByteBlock UT_ByteSource::block(std::int64_t position) {
     return fresh;
 }
 
+// True if the byte lies in the block that is kept, or follows on it: somebody reads on from there.
+bool UT_ByteSource::isNearBlock(std::int64_t position) {
+    const Turn mine(busy_);
+    return mine && kept_.length > 0 &&
+           (kept_.holds(position) || position == kept_.start + static_cast<std::int64_t>(kept_.length));
+}
+
 namespace {
 
 class MemorySource : public UT_ByteSource {

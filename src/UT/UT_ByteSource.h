@@ -54,6 +54,10 @@ public:
     virtual UT_ByteBlock block(std::int64_t position);
 
 private:
+    friend class UT_IStream;
+
+    bool isNearBlock(std::int64_t position);
+
     std::atomic_flag busy_;  // set while someone uses the two below; who finds it set reads for himself
     UT_ByteBlock kept_;
     std::size_t keptRoom_ = 0;  // bytes that the storage of kept_ has

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t kLargeRead = UT_ByteSource::kBlockSize;
+constexpr std::int64_t kLargeRead = UT_ByteSource::kBlockSize;
 
 // What stands behind a backslash inside quotes.
 char unescaped(char c) {
@@ -108,6 +108,14 @@ void UT_IStream::consume(std::size_t count) {
     noteEnd();
 }
 
+// Whether a read should go past the block of the source. With a large buffer somebody reads a short window as well, and
+// often one behind the other: then the block saves more calls than its copy costs, unless it would have to be fetched
+// for this window alone.
+bool UT_IStream::isLargeRead(std::int64_t count) const {
+    if (count < kLargeRead || !source_) return false;
+    return left() >= kLargeRead || !source_->isNearBlock(start_ + limitPosition_);
+}
+
 // The part of a read that is as large as a block or larger: straight from the source into the caller's memory.
 int UT_IStream::readLarge(char* buffer, int count) {
     held_.reset();
@@ -132,7 +140,7 @@ int UT_IStream::bread(char* buffer, int count) {
     while (done < count) {
         const int left = count - done;
         if (cursor_ == limit_) {
-            if (static_cast<std::size_t>(left) >= kLargeRead && source_) {
+            if (isLargeRead(left)) {
                 done += readLarge(buffer + done, left);
                 break;
             }

@@ -100,6 +100,7 @@ private:
     std::int64_t left() const;
     bool fill();
     void noteEnd();
+    bool isLargeRead(std::int64_t count) const;
     int readLarge(char* buffer, int count);
     bool readWord(UT_String& text);
     int nextCharacter();

@@ -164,6 +164,18 @@ TEST(Source, IsAskedNoMoreThanNeeded) {
     EXPECT_TRUE(out == large->text);
     EXPECT_EQ(large->reads, 1) << "a large read goes straight to the caller's memory";
     EXPECT_TRUE(whole.isEof());
+
+    // Short windows that follow on what was read share the read-ahead whatever the buffer; one elsewhere reads itself.
+    const auto read = [&](int at) {
+        const std::unique_ptr<UT_IStream> window(whole.getSubStream(at, 1000));
+        const int count = window->bread(out.data(), static_cast<int>(out.size()));
+        return out.compare(0, 1000, *large->text, static_cast<std::size_t>(at), 1000) == 0 ? count : -1;
+    };
+    EXPECT_TRUE(whole.seekg(0, 0) && whole.bread(&byte, 1) == 1);
+    for (int i = 0; i < 640; ++i) EXPECT_EQ(read(i * 1000), 1000);
+    EXPECT_EQ(large->reads, 2 + 9);
+    EXPECT_TRUE(read(2'000'000) == 1000 && read(640'000) == 1000);
+    EXPECT_EQ(large->reads, 2 + 9 + 1);
 }
 
 TEST(Source, AFailedReadIsToldApartFromTheEnd) {
