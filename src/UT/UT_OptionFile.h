@@ -47,8 +47,8 @@ public:
     void merge(const UT_OptionFile& other);
 
     // The options in order of their names: how many there are; a name by its index, null out of range; and the name
-    // that stands behind `name`, the first one behind null, null behind the last. The first of the two counts from the
-    // front each time, so that the second one is for going over many. Borrowed until the option changes.
+    // behind `name`, which is the first for null, and null behind the last. To go over all, use getNextName: getName
+    // counts from the front each time. Names are borrowed until the next change.
     int entries() const;
     const char* getName(int index) const;
     const char* getNextName(const char* name) const;
