@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -60,12 +59,9 @@ int makeDirectories(const char* path, unsigned mode) {
 }
 
 std::optional<std::string> currentDirectory() {
-    char usual[PATH_MAX];
-    if (::getcwd(usual, sizeof usual)) return usual;
-    if (errno != ERANGE) return std::nullopt;
-    // A directory that is deeper than any one path may be: the C library takes as much memory as it needs.
-    const std::unique_ptr<char, decltype(&std::free)> deep(::getcwd(nullptr, 0), std::free);
-    return deep ? std::optional<std::string>(deep.get()) : std::nullopt;
+    // A directory may be deeper than any one path: the C library takes as much memory as it needs.
+    const std::unique_ptr<char, decltype(&std::free)> current(::getcwd(nullptr, 0), std::free);
+    return current ? std::optional<std::string>(current.get()) : std::nullopt;
 }
 
 std::optional<std::string> realPath(const char* path) {
