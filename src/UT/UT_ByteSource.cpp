@@ -44,7 +44,8 @@ UT_ByteBlock UT_ByteSource::block(std::int64_t position) {
     const Turn mine(busy_);
     if (mine && kept_.holds(position)) return kept_;
     UT_ByteBlock fresh;
-    if (mine) fresh = std::move(kept_);
+    // Emptied, so that no place without bytes is kept when memory ends below.
+    if (mine) fresh = std::exchange(kept_, {});
     // A small source needs no whole block.
     const std::int64_t total = size();
     const bool small = total >= 0 && total < static_cast<std::int64_t>(kBlockSize);

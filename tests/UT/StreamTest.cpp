@@ -26,6 +26,7 @@ struct Source : UT_ByteSource {
     std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
         ++reads;
         if (position >= failAt) return -1;
+        if (position >= throwAt) throw std::bad_alloc();
         if (!text) std::memset(out, 0, count);
         const auto at = std::min(static_cast<std::size_t>(position), text ? text->size() : 0);
         return static_cast<std::int64_t>(text ? text->copy(out, count, at) : count) * saidTimes;
@@ -35,7 +36,7 @@ struct Source : UT_ByteSource {
         return {.bytes = std::make_shared<char[]>(8), .start = saidStart, .length = 8};
     }
     std::optional<std::string> text;
-    std::int64_t saidSize = -1, saidTimes = 1, saidStart = -1, failAt = INT64_MAX;
+    std::int64_t saidSize = -1, saidTimes = 1, saidStart = -1, failAt = INT64_MAX, throwAt = INT64_MAX;
     bool seekable = true;
     int reads = 0;
 };
@@ -189,6 +190,19 @@ TEST(Source, AFailedReadIsToldApartFromTheEnd) {
     }
     UT_IFStream unreadable("/proc/self/mem", UT_ISTREAM_BINARY);  // where nothing is mapped
     EXPECT_TRUE(readAll(unreadable).empty() && unreadable.hasFailed());
+}
+
+TEST(Source, ThatRanOutOfMemoryIsReadAgain) {
+    const auto source = std::make_shared<Source>(numbered(200'000));
+    UT_IStream stream = on(source);
+    std::string out(5, 'x');
+    EXPECT_EQ(stream.bread(out.data(), 5), 5);
+    source->throwAt = 100'000;
+    EXPECT_TRUE(stream.seekg(150'000, 0));
+    EXPECT_THROW(stream.bread(out.data(), 5), std::bad_alloc);
+    EXPECT_TRUE(stream.seekg(10, 0));
+    EXPECT_EQ(stream.bread(out.data(), 5), 5);
+    EXPECT_EQ(out, source->text->substr(10, 5));
 }
 
 TEST(Source, ThatLiesDoesNoHarm) {
