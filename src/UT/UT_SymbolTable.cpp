@@ -205,12 +205,18 @@ private:
     // Gives the old names, on which a caller may still stand.
     NameStore closeGaps() {
         if (size() == live_) return {};
-        std::erase_if(entries_, [](const Entry& entry) { return !entry.text; });
-        NameStore kept;
-        for (Entry& entry : entries_) entry.text = kept.add(entry.name());
-        std::swap(kept, names_);
+        std::vector<Entry> kept;
+        NameStore names;
+        kept.reserve(live_);
+        for (std::uint32_t place = skipGaps(0); place < size(); place = skipGaps(place + 1)) {
+            kept.push_back(entries_[place]);
+            kept.back().text = names.add(entries_[place].name());
+        }
+        // From here on nothing takes memory: until then the table is as it was.
+        entries_.swap(kept);
+        std::swap(names_, names);
         index(fittingSlots());
-        return kept;
+        return names;
     }
 
     std::vector<Entry> entries_;

@@ -5,13 +5,33 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "../support/Rules.h"
+
+namespace {
+
+int piecesLeft = -1;  // of memory that are to be had yet; negative: as many as are wanted
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* const piece = piecesLeft < 0 || piecesLeft-- > 0 ? std::malloc(size) : nullptr;
+    if (!piece) throw std::bad_alloc();
+    return piece;
+}
+void operator delete(void* piece) noexcept {
+    std::free(piece);
+}
+void operator delete(void* piece, std::size_t) noexcept {
+    std::free(piece);
+}
 
 namespace {
 
@@ -105,6 +125,33 @@ TEST(SymbolTable, AgreesWithAListWhateverIsDone) {
             if (random() % 5000 == 0) table.clear(), model.clear();
         }
     }
+}
+
+TEST(SymbolTable, LosesNothingWhereMemoryEnds) {
+    int n = 0;
+    for (bool failed = true; failed && n < 1000; ++n) {
+        UT_SymbolTable table;
+        Pairs model;
+        for (int i = 0; i < 100; ++i) table.addSymbol(std::to_string(i) + std::string(200, 'x'), UT_Thing(i));
+        for (int i = 0; i < 100; ++i) {
+            const std::string name = std::to_string(i) + std::string(200, 'x');
+            i < 60 ? static_cast<void>(table.deleteSymbol(name)) : static_cast<void>(model.emplace_back(name, i));
+        }
+        piecesLeft = n;
+        try {
+            table.addSymbol("new", UT_Thing(1));
+            failed = false;
+        } catch (const std::bad_alloc&) {
+        }
+        piecesLeft = -1;
+        if (!failed) model.emplace_back("new", 1);
+        ASSERT_EQ(pairs(table), model) << "piece " << n;
+        for (const auto& [name, value] : model) {
+            UT_Thing thing;
+            ASSERT_TRUE(table.findSymbol(name, &thing) && thing.asInt() == value) << "piece " << n;
+        }
+    }
+    EXPECT_TRUE(1 < n && n < 1000) << n;
 }
 
 TEST(SymbolTable, KnowsNoNullNameAndEveryOtherOne) {
