@@ -38,9 +38,9 @@ std::string homeDirectory() {
 }
 
 // The files that were there when they were to be loaded but could not be read to their end: saved over, what they hold
-// would be lost.
+// would be lost. Never destroyed, since lists are still saved while the process ends.
 std::set<std::string>& unreadFiles() {
-    static std::set<std::string> files;
+    static auto& files = *new std::set<std::string>;
     return files;
 }
 

@@ -5,6 +5,7 @@
 #include <UT/UT_WorkBuffer.h>
 #include <gtest/gtest.h>
 #include <history/FS_FileHistoryManager.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 
 #include "../support/CaseFile.h"
 #include "../support/Environment.h"
+#include "../support/ScratchDir.h"
 
 namespace {
 
@@ -71,6 +73,14 @@ std::string runLists(const CaseRun& run) {
 
 // A manager of its own, as after the start of a process.
 class History : public FS_FileHistoryManager {};
+
+// Saves when the process ends, after all that was made later has gone: 0 if that is refused.
+struct SavedAtTheEnd {
+    ~SavedAtTheEnd() {
+        if (history) ::_exit(history->saveFileHistoryList(nullptr) ? 1 : 0);
+    }
+    History* history = nullptr;
+} savedAtTheEnd;
 
 FS_FileHistoryType typeNamed(const std::string& name) {
     int type = 0;
@@ -166,6 +176,18 @@ TEST(HistoryList, ANameMayBeOneOfTheListsOwn) {
     history.addFileToHistoryList("/directory/of/the/first/file", FS_HISTORY_GEO);
     history.addFileToHistoryList(history.getFilenameFromList(0, FS_HISTORY_GEO) + 13, FS_HISTORY_GEO);
     EXPECT_STREQ(history.getDirFromList(0, FS_HISTORY_GEO), "/the/first/");
+}
+
+TEST(History, IsSavedAlsoWhenTheProcessEnds) {
+    const ScratchDir home;
+    const WithVariable variable("TARVANI_HOME", home.path().c_str());
+    std::filesystem::create_symlink("file.history", home.path() + "/file.history");
+    const auto loadAndEnd = [] {
+        savedAtTheEnd.history = new History;
+        savedAtTheEnd.history->loadFileHistoryList();
+        std::exit(2);
+    };
+    EXPECT_EXIT(loadAndEnd(), testing::ExitedWithCode(0), "");
 }
 
 TEST(History, WhatIsNotThereDoesNoHarm) {
