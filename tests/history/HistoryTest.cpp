@@ -181,10 +181,12 @@ TEST(HistoryList, ANameMayBeOneOfTheListsOwn) {
 TEST(History, IsSavedAlsoWhenTheProcessEnds) {
     const ScratchDir home;
     const WithVariable variable("TARVANI_HOME", home.path().c_str());
-    std::filesystem::create_symlink("file.history", home.path() + "/file.history");
+    for (const char* name : {"/file.history", "/dir.history"})
+        std::filesystem::create_symlink("/proc/self/mem", home.path() + name);  // which can't be read from its start
     const auto loadAndEnd = [] {
         savedAtTheEnd.history = new History;
         savedAtTheEnd.history->loadFileHistoryList();
+        savedAtTheEnd.history->loadDirHistoryList();
         std::exit(2);
     };
     EXPECT_EXIT(loadAndEnd(), testing::ExitedWithCode(0), "");
