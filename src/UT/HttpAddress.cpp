@@ -16,15 +16,13 @@ bool hasControlOrBlank(std::string_view text) {
     return std::any_of(text.begin(), text.end(), isControlOrBlank);
 }
 
-// Takes "http:" off. False if it is there and then some other scheme.
+// Takes a scheme off, with its colon. False if it is there and isn't that of an address over http.
 bool takeScheme(std::string_view& location) {
-    constexpr std::string_view kHttp = "http";
     const std::size_t colon = location.find_first_of(":/?");
     if (colon == location.npos || location[colon] != ':') return true;
     const std::string_view scheme = location.substr(0, colon);
     location.remove_prefix(colon + 1);
-    return location.starts_with("//") && std::equal(scheme.begin(), scheme.end(), kHttp.begin(), kHttp.end(),
-                                                    [](char a, char b) { return textscan::toLower(a) == b; });
+    return location.starts_with("//") && textscan::equalsLower(scheme, "http");
 }
 
 // The port behind a host: "" or ":8080". 0 if it is none.

@@ -1,6 +1,7 @@
 #pragma once
-// Private: scanning of quoted text. The quoting of words, definitions, lines and arguments differs in what a backslash
-// does, and the differences stay visible side by side here.
+// Private: kinds of characters, and scanning of quoted text. The quoting of words, definitions, lines and arguments
+// differs in what a backslash does, and the differences stay visible side by side here.
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -21,6 +22,11 @@ constexpr bool isLetter(char c) {
 }
 constexpr char toLower(char c) {
     return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
+// True if `text` is `lower`, which has no capitals, in whatever case.
+constexpr bool equalsLower(std::string_view text, std::string_view lower) {
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
+                      [](char a, char b) { return toLower(a) == b; });
 }
 
 enum class QuoteRule {

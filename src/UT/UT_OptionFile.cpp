@@ -3,7 +3,6 @@
 #include <UT/UT_OptionFile.h>
 #include <UT/UT_String.h>
 
-#include <algorithm>
 #include <charconv>
 #include <iterator>
 #include <string_view>
@@ -23,11 +22,6 @@ bool readNumber(std::string_view text, Number& number) {
     if (text.starts_with('+')) text.remove_prefix(1);
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
-}
-
-bool isWord(std::string_view text, std::string_view word) {
-    return std::equal(text.begin(), text.end(), word.begin(), word.end(),
-                      [](char a, char b) { return textscan::toLower(a) == b; });
 }
 
 }  // namespace
@@ -63,8 +57,8 @@ void UT_OptionFile::setOptionFromText(const char* name, const UT_String& value) 
     float number = 0;
     if (value.isInteger(0) && readNumber(text, integer)) return setOption(name, integer);
     if (value.isFloat(0, 0) && readNumber(text, number)) return setOption(name, number);
-    if (isWord(text, "true") || isWord(text, "on")) return setOption(name, true);
-    if (isWord(text, "false") || isWord(text, "off")) return setOption(name, false);
+    if (textscan::equalsLower(text, "true") || textscan::equalsLower(text, "on")) return setOption(name, true);
+    if (textscan::equalsLower(text, "false") || textscan::equalsLower(text, "off")) return setOption(name, false);
     setOption(name, value);
 }
 
