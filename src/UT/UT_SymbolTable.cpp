@@ -73,17 +73,7 @@ public:
         std::string_view name() const { return {text, length}; }
     };
 
-    // Keeps gaps and names where they are for as long as it lives.
-    class Walk {
-    public:
-        explicit Walk(Entries& table) : table_(table) { ++table_.walks_; }
-        ~Walk() { --table_.walks_; }
-        Walk(const Walk&) = delete;
-        Walk& operator=(const Walk&) = delete;
-
-    private:
-        Entries& table_;
-    };
+    // Between the two gaps and names stay where they are.
     void beginWalk() { ++walks_; }
     void endWalk() { --walks_; }
 
@@ -274,7 +264,7 @@ int UT_SymbolTable::traverse(Callback callback, void* data) {
     if (!callback) return 0;
     if (!body_) return 1;
     Entries& table = *body_;
-    const Entries::Walk walk(table);
+    const traverser walk(&table, 0);  // while it lives, gaps and names stay
     // Asked anew at every step, since the callback may change the table.
     for (std::uint32_t place = table.skipGaps(0); place < table.size(); place = table.skipGaps(place + 1)) {
         if (!callback(table[place].thing, table[place].text, data)) return 0;
@@ -286,7 +276,7 @@ int UT_SymbolTable::traverseConst(Callback callback, void* data) const {
     if (!callback) return 0;
     if (!body_) return 1;
     Entries& table = *body_;
-    const Entries::Walk walk(table);
+    const traverser walk(&table, 0);
     for (std::uint32_t place = table.skipGaps(0); place < table.size(); place = table.skipGaps(place + 1)) {
         UT_Thing thing = table[place].thing;
         if (!callback(thing, table[place].text, data)) return 0;
