@@ -30,10 +30,6 @@ char unescaped(char c) {
     }
 }
 
-void cutAtNul(std::string& text) {
-    text.resize(std::strlen(text.c_str()));
-}
-
 }  // namespace
 
 UT_IStream::UT_IStream(const char* data, int length, UT_ISTREAM_READTYPE type)
@@ -183,8 +179,7 @@ bool UT_IStream::readBinaryString(UT_String& text, UT_ISTREAM_RLE_IO) {
         bytes.append(ready.substr(0, n));
         consume(n);
     }
-    cutAtNul(bytes);
-    text.harden(bytes.c_str());
+    text.harden(bytes);
     return true;
 }
 
@@ -220,8 +215,7 @@ bool UT_IStream::readWord(UT_String& text) {
         // The blank that ends the word is left for whoever reads on by lines.
         while (!buffered().empty() && !textscan::isSpace(*cursor_)) word += static_cast<char>(nextCharacter());
     }
-    cutAtNul(word);
-    text.harden(word.c_str());
+    text.harden(word);
     return true;
 }
 
