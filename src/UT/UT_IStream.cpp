@@ -220,27 +220,15 @@ bool UT_IStream::readWord(UT_String& text) {
 }
 
 bool UT_IStream::getLine(UT_WorkBuffer& line, int end) {
-    if (cursor_ == limit_ && !fill()) {
-        ended_ = true;
-        return false;
-    }
-    // Nearly every line lies in one block.
-    auto n = static_cast<std::size_t>(limit_ - cursor_);
-    const char* found = static_cast<const char*>(std::memchr(cursor_, end, n));
+    if (buffered().empty()) return false;
     line.truncate(0);
-    line.append({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
-    while (found == nullptr) {
-        cursor_ = limit_;
-        if (!fill()) {
-            ended_ = true;
-            return true;
-        }
-        n = static_cast<std::size_t>(limit_ - cursor_);
-        found = static_cast<const char*>(std::memchr(cursor_, end, n));
+    do {
+        const auto n = static_cast<std::size_t>(limit_ - cursor_);
+        const auto* const found = static_cast<const char*>(std::memchr(cursor_, end, n));
         line.append({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
-    }
-    cursor_ = found + 1;
-    noteEnd();
+        cursor_ = found ? found + 1 : limit_;
+        if (found) return noteEnd(), true;
+    } while (!buffered().empty());
     return true;
 }
 
