@@ -91,21 +91,16 @@ FileStreamBuf::pos_type FileStreamBuf::seekpos(pos_type position, std::ios_base:
 
 namespace {
 
-struct Opened {
-    UniqueFd fd;
-    int error = 0;
-};
-
-Opened openForOutput(const char* path) {
+OpenResult openForOutput(const char* path) {
     for (;;) {
         UniqueFd fd(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-        if (fd) return {std::move(fd), 0};
-        if (errno != EINTR) return {UniqueFd(), errno};
+        if (fd) return {.fd = std::move(fd)};
+        if (errno != EINTR) return {.fd = {}, .error = errno};
     }
 }
 
 FileStreamBuf openBuffer(const char* path) {
-    Opened opened = openForOutput(path);
+    OpenResult opened = openForOutput(path);
     return FileStreamBuf(std::move(opened.fd), opened.error);
 }
 

@@ -108,7 +108,7 @@ UniqueFd listenAt(int port) {
     return listens ? std::move(fd) : UniqueFd();
 }
 
-Accepted acceptFrom(int listening) {
+OpenResult acceptFrom(int listening) {
     int fd;
     do {
         fd = ::accept4(listening, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);

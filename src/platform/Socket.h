@@ -27,11 +27,8 @@ bool waitFor(int fd, Ready ready, int timeoutMs);
 // A socket that listens on all IPv4 addresses of this machine; port 0 picks one. What it accepts sends small pieces at
 // once, notices in the end a peer that vanished, and tells what is left behind a call of receiveAndLook.
 UniqueFd listenAt(int port);
-struct [[nodiscard]] Accepted {
-    UniqueFd fd;
-    int error = 0;  // errno of the failed call, EAGAIN if nobody waits; 0 while fd is open
-};
-Accepted acceptFrom(int listening);
+// EAGAIN if nobody waits.
+OpenResult acceptFrom(int listening);
 
 // Connects to the first address of a host that answers, of IPv4 or IPv6, in the order in which the system tells them.
 // Each gets its share of the `timeoutMs` milliseconds that are left, so that a dead one keeps none from being tried.

@@ -15,12 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Addresses = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
 
-struct Attempt {
-    UniqueFd fd;
-    int error = 0;
-};
-
-Attempt tryAddress(const addrinfo& address, int timeoutMs) {
+OpenResult tryAddress(const addrinfo& address, int timeoutMs) {
     UniqueFd fd(::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
     if (!fd) return {.fd = {}, .error = errno};
     int error = ::connect(fd.get(), address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
@@ -31,7 +26,8 @@ Attempt tryAddress(const addrinfo& address, int timeoutMs) {
         else if (::getsockopt(fd.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0)
             error = errno;
     }
-    return error == 0 ? Attempt{.fd = std::move(fd)} : Attempt{.fd = {}, .error = error};
+    if (error != 0) return {.fd = {}, .error = error};
+    return {.fd = std::move(fd)};
 }
 
 }  // namespace
@@ -50,7 +46,7 @@ Connected connectTo(const std::string& host, int port, int timeoutMs) {
     const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
     int untried = 0;
     for (const addrinfo* each = list; each != nullptr; each = each->ai_next) ++untried;
-    Attempt attempt;
+    OpenResult attempt;
     for (const addrinfo* each = list; each != nullptr && !attempt.fd; each = each->ai_next, --untried) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         attempt = tryAddress(*each, static_cast<int>(std::max<std::int64_t>(left, 0) / untried));

@@ -32,4 +32,10 @@ private:
     int fd_ = -1;
 };
 
+// What a call gave that makes a descriptor.
+struct [[nodiscard]] OpenResult {
+    UniqueFd fd;
+    int error = 0;  // errno of the failed call; 0 while fd is open
+};
+
 }  // namespace platform
