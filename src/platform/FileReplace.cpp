@@ -1,5 +1,6 @@
 // The last step of everything that writes over a file: reserve, copy and cut, or write beside and rename.
 #include <fcntl.h>
+#include <platform/Directory.h>
 #include <platform/FileReplace.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <memory>
 
@@ -192,8 +192,7 @@ void ReplacementFile::prepare() {
         return;
     }
     if (how_ == ReplaceBy::Rename && S_ISREG(old.st_mode)) {
-        const std::unique_ptr<char, void (*)(void*)> real(::realpath(name_.c_str(), nullptr), std::free);
-        if (real) prepareBeside(real.get());
+        if (auto real = realPath(name_.c_str())) prepareBeside(*std::move(real));
         if (temporary_) {
             // Owner and mode as they were, as far as this user may set them.
             [[maybe_unused]] const int chowned = ::fchown(temporary_.fd(), old.st_uid, old.st_gid);
