@@ -60,6 +60,12 @@ public:
 private:
     bool isDrained_ = false;  // by the call before
 };
+
+std::unique_ptr<UT_NetSocket> makeSocket(platform::UniqueFd fd) {
+    auto made = std::make_unique<PlainSocket>(fd.get());
+    fd.release();
+    return made;
+}
 }  // namespace
 
 UT_NetSocket* UT_NetSocket::newSocket(int port, bool listening, bool) {
@@ -67,9 +73,8 @@ UT_NetSocket* UT_NetSocket::newSocket(int port, bool listening, bool) {
     auto fd = platform::listenAt(port), reserve = platform::reserveFd();
     // Without a reserve, a peer that can't be taken would be found waiting for ever.
     if (!fd || !reserve) return nullptr;
-    auto made = std::make_unique<PlainSocket>(fd.get());
-    fd.release();
-    static_cast<UT_NetSocket&>(*made).reserve_ = reserve.release();
+    auto made = makeSocket(std::move(fd));
+    made->reserve_ = reserve.release();
     return made.release();
 }
 
@@ -94,8 +99,7 @@ UT_NetSocket* UT_NetSocket::accept(int timeoutMs, int* status) {
     for (const Deadline deadline(timeoutMs);;) {
         auto accepted = platform::acceptFrom(socket_);
         if (accepted.fd) {
-            auto made = std::make_unique<PlainSocket>(accepted.fd.get());
-            accepted.fd.release();
+            auto made = makeSocket(std::move(accepted.fd));
             return finish(kDone, status, kDone), made.release();
         }
         if (isFullTable(accepted.error)) {
