@@ -2,6 +2,7 @@
 #include <UT/FileSource.h>
 #include <UT/UT_ByteSource.h>
 #include <fcntl.h>
+#include <platform/Uninterrupted.h>
 #include <platform/UniqueFd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -116,9 +117,7 @@ public:
     std::int64_t readAt(std::int64_t position, char* out, std::size_t count) override {
         const std::lock_guard turn(mutex_);
         if (position != position_) return -1;
-        ssize_t n = 0;
-        do n = ::read(fd_.get(), out, count);
-        while (n < 0 && errno == EINTR);
+        const ssize_t n = platform::uninterrupted([&] { return ::read(fd_.get(), out, count); });
         if (n > 0) position_ += n;
         return n;
     }
@@ -139,9 +138,8 @@ public:
         if (position < 0) return -1;
         std::size_t done = 0;
         while (done < count) {
-            const ssize_t n =
-                ::pread(fd_.get(), out + done, count - done, static_cast<off_t>(position) + static_cast<off_t>(done));
-            if (n < 0 && errno == EINTR) continue;
+            const off_t at = static_cast<off_t>(position) + static_cast<off_t>(done);
+            const ssize_t n = platform::uninterrupted([&] { return ::pread(fd_.get(), out + done, count - done, at); });
             if (n < 0) return done > 0 ? static_cast<std::int64_t>(done) : -1;
             if (n == 0) break;
             done += static_cast<std::size_t>(n);

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <platform/Directory.h>
 #include <platform/FileReplace.h>
+#include <platform/Uninterrupted.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -45,24 +46,12 @@ private:
 
 constexpr std::size_t kCopyBlock = 256 * 1024;
 
-int writeAll(int fd, const char* data, std::size_t count) {
-    while (count > 0) {
-        const ssize_t n = ::write(fd, data, count);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return errno;
-        data += n;
-        count -= static_cast<std::size_t>(n);
-    }
-    return 0;
-}
-
 // The rest of what the system's own copy could not do, such as between two file systems.
 int copyThroughBuffer(int from, off_t position, off_t length, int to) {
     const auto buffer = std::make_unique_for_overwrite<char[]>(kCopyBlock);
     while (position < length) {
-        const ssize_t n = ::pread(from, buffer.get(),
-                                  static_cast<std::size_t>(std::min<off_t>(kCopyBlock, length - position)), position);
-        if (n < 0 && errno == EINTR) continue;
+        const auto wanted = static_cast<std::size_t>(std::min<off_t>(kCopyBlock, length - position));
+        const ssize_t n = uninterrupted([&] { return ::pread(from, buffer.get(), wanted, position); });
         if (n < 0) return errno;
         if (n == 0) return EIO;
         if (const int error = writeAll(to, buffer.get(), static_cast<std::size_t>(n))) return error;
@@ -75,9 +64,8 @@ int copyThroughBuffer(int from, off_t position, off_t length, int to) {
 int copyBytes(int from, off_t length, int to) {
     off_t position = 0;
     while (position < length) {
-        const ssize_t n =
-            ::copy_file_range(from, &position, to, nullptr, static_cast<std::size_t>(length - position), 0);
-        if (n < 0 && errno == EINTR) continue;
+        const auto wanted = static_cast<std::size_t>(length - position);
+        const ssize_t n = uninterrupted([&] { return ::copy_file_range(from, &position, to, nullptr, wanted, 0); });
         if (n <= 0) break;  // whether that was the system's or the disk's refusal, the plain copy finds out
     }
     return copyThroughBuffer(from, position, length, to);
@@ -97,19 +85,14 @@ int writeBehind(int fd, off_t end, off_t length) {
 
 // Cuts or lengthens. 0 or errno.
 int setLength(int fd, off_t length) {
-    int error = 0;
-    do error = ::ftruncate(fd, length) == 0 ? 0 : errno;
-    while (error == EINTR);
-    return error;
+    return uninterrupted([&] { return ::ftruncate(fd, length); }) == 0 ? 0 : errno;
 }
 
 // Room for `length` bytes, holes filled, so that the copy can't run out of it. When there is none the file is as it
 // was. 0 or errno.
 int reserve(int fd, off_t oldLength, off_t length) {
     if (length == 0) return 0;
-    int error = 0;
-    do error = ::fallocate(fd, 0, 0, length) == 0 ? 0 : errno;
-    while (error == EINTR);
+    int error = uninterrupted([&] { return ::fallocate(fd, 0, 0, length); }) == 0 ? 0 : errno;
     if (error == EOPNOTSUPP || error == ENOSYS) error = writeBehind(fd, oldLength, length);
     if (error == 0 || length <= oldLength) return error;
     const int cutError = setLength(fd, oldLength);
@@ -233,9 +216,7 @@ Outcome ReplacementFile::copyToOld() {
     struct stat content {};
     // Of two that write over one file at once the second waits, or their bytes would mix. Not where copying is the
     // rule: there a caller may hold a lock of its own on the file.
-    if (how_ == ReplaceBy::Rename)
-        while (::flock(old_.get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
+    if (how_ == ReplaceBy::Rename) uninterrupted([&] { return ::flock(old_.get(), LOCK_EX); });
     const HeldSignals held;
     // While the old bytes change the temporary is the only whole copy: no signal handler may take it.
     temporary_.keep();

@@ -1,10 +1,21 @@
 #include <fcntl.h>
 #include <platform/FileStreamBuf.h>
+#include <platform/Uninterrupted.h>
 
 #include <cerrno>
 #include <cstring>
 
 namespace platform {
+
+int writeAll(int fd, const char* data, std::size_t count) {
+    while (count > 0) {
+        const ssize_t n = uninterrupted([&] { return ::write(fd, data, count); });
+        if (n < 0) return errno;
+        data += n;
+        count -= static_cast<std::size_t>(n);
+    }
+    return 0;
+}
 
 FileStreamBuf::FileStreamBuf(UniqueFd fd, int error) : owned_(std::move(fd)), fd_(owned_.get()), error_(error) {
     if (fd_ < 0) {
@@ -33,15 +44,7 @@ bool FileStreamBuf::close() {
 }
 
 bool FileStreamBuf::writeAll(const char* data, std::size_t count) {
-    while (count > 0 && error_ == 0) {
-        const ssize_t n = ::write(fd_, data, count);
-        if (n < 0) {
-            if (errno != EINTR) error_ = errno;
-            continue;
-        }
-        data += n;
-        count -= static_cast<std::size_t>(n);
-    }
+    if (error_ == 0) error_ = platform::writeAll(fd_, data, count);
     return error_ == 0;
 }
 
@@ -92,11 +95,9 @@ FileStreamBuf::pos_type FileStreamBuf::seekpos(pos_type position, std::ios_base:
 namespace {
 
 OpenResult openForOutput(const char* path) {
-    for (;;) {
-        UniqueFd fd(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-        if (fd) return {.fd = std::move(fd)};
-        if (errno != EINTR) return {.fd = {}, .error = errno};
-    }
+    const int fd = uninterrupted([&] { return ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666); });
+    if (fd < 0) return {.fd = {}, .error = errno};
+    return {.fd = UniqueFd(fd)};
 }
 
 FileStreamBuf openBuffer(const char* path) {

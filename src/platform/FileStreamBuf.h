@@ -8,6 +8,9 @@
 
 namespace platform {
 
+// Writes all `count` bytes to where `fd` stands. 0, or the errno of the failure.
+[[nodiscard]] int writeAll(int fd, const char* data, std::size_t count);
+
 // Writes through one buffer; what is larger than the buffer goes straight through. After the first failure nothing
 // more is written, so that what the file holds is a whole beginning of what was given.
 class FileStreamBuf : public std::streambuf {

@@ -1,5 +1,6 @@
 // Processes and their users over the system's calls.
 #include <platform/Process.h>
+#include <platform/Uninterrupted.h>
 #include <pwd.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -14,11 +15,8 @@ namespace platform {
 ProcessState processState(int process) {
     if (process <= 0) return {};
     siginfo_t info{};
-    int result;
-    do {
-        result = ::waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0) {
+    const auto look = [&] { return ::waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT); };
+    if (uninterrupted(look) != 0) {
         // Not a child of ours. A signal that can't be sent for lack of permission still found its process.
         const int sent = ::kill(process, 0);
         return {.running = sent == 0 || errno == EPERM};

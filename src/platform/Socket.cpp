@@ -7,6 +7,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <platform/Socket.h>
+#include <platform/Uninterrupted.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -21,10 +22,7 @@ namespace platform {
 namespace {
 template <typename Call>
 Transfer transfer(Call call) {
-    ssize_t count;
-    do {
-        count = call();
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = uninterrupted(call);
     return count < 0 ? Transfer{.error = errno} : Transfer{.count = static_cast<std::size_t>(count)};
 }
 
@@ -109,10 +107,7 @@ UniqueFd listenAt(int port) {
 }
 
 OpenResult acceptFrom(int listening) {
-    int fd;
-    do {
-        fd = ::accept4(listening, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    } while (fd < 0 && errno == EINTR);
+    const int fd = uninterrupted([&] { return ::accept4(listening, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); });
     if (fd < 0) return {.fd = {}, .error = errno};
     return {.fd = UniqueFd(fd)};
 }
