@@ -1,33 +1,15 @@
 #include <UT/UT_NetSocket.h>
+#include <platform/Deadline.h>
 #include <platform/Socket.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <memory>
 #include <utility>
 
 namespace {
-using Clock = std::chrono::steady_clock;
+using platform::Deadline;
 using platform::Ready;
-
-// What is left of a time that several waits share.
-class Deadline {
-public:
-    explicit Deadline(int timeoutMs) : timeoutMs_(timeoutMs) {
-        if (timeoutMs > 0) end_ = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    }
-    int leftMs() const {
-        if (timeoutMs_ <= 0) return timeoutMs_;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
-        return static_cast<int>(std::max<decltype(left)>(left, 0));
-    }
-
-private:
-    int timeoutMs_;
-    Clock::time_point end_;
-};
 
 bool isFullTable(int error) {
     return error == EMFILE || error == ENFILE;

@@ -6,13 +6,13 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <platform/Deadline.h>
 #include <platform/Socket.h>
 #include <platform/Uninterrupted.h>
 #include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -76,15 +76,9 @@ Transfer send(int fd, const void* data, std::size_t size) {
 
 bool waitFor(int fd, Ready ready, int timeoutMs) {
     if (fd < 0) return false;
-    using Clock = std::chrono::steady_clock;
-    const auto end = timeoutMs > 0 ? Clock::now() + std::chrono::milliseconds(timeoutMs) : Clock::time_point();
+    const Deadline deadline(timeoutMs);
     pollfd watched{fd, static_cast<short>(ready == Ready::toRead ? POLLIN : POLLOUT), 0};
-    int result;
-    while ((result = ::poll(&watched, 1, timeoutMs)) < 0 && errno == EINTR)
-        if (timeoutMs > 0) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-            timeoutMs = left > 0 ? static_cast<int>(left) : 0;
-        }
+    const int result = uninterrupted([&] { return ::poll(&watched, 1, deadline.leftMs()); });
     return result > 0 && !(watched.revents & POLLNVAL);
 }
 

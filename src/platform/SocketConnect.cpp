@@ -1,18 +1,16 @@
 // The way to a host that is known by its name.
 #include <netdb.h>
+#include <platform/Deadline.h>
 #include <platform/Outcome.h>
 #include <platform/Socket.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <memory>
 
 namespace platform {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Addresses = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
 
 OpenResult tryAddress(const addrinfo& address, int timeoutMs) {
@@ -43,14 +41,12 @@ Connected connectTo(const std::string& host, int port, int timeoutMs) {
     }
     const Addresses addresses(list, &::freeaddrinfo);
 
-    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    const Deadline deadline(timeoutMs);
     int untried = 0;
     for (const addrinfo* each = list; each != nullptr; each = each->ai_next) ++untried;
     OpenResult attempt;
-    for (const addrinfo* each = list; each != nullptr && !attempt.fd; each = each->ai_next, --untried) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        attempt = tryAddress(*each, static_cast<int>(std::max<std::int64_t>(left, 0) / untried));
-    }
+    for (const addrinfo* each = list; each != nullptr && !attempt.fd; each = each->ai_next, --untried)
+        attempt = tryAddress(*each, deadline.leftMs() / untried);
     if (!attempt.fd) return {.fd = {}, .reason = errorWords(attempt.error)};
     return {.fd = std::move(attempt.fd), .reason = {}};
 }
