@@ -1,11 +1,20 @@
 #pragma once
-// Private: kinds of characters, and scanning of quoted text. The quoting of words, definitions, lines and arguments
-// differs in what a backslash does, and the differences stay visible side by side here.
+// Private: texts of callers, kinds of characters, and scanning of quoted text. The quoting of words, definitions, lines
+// and arguments differs in what a backslash does, and the differences stay visible side by side here.
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace textscan {
+
+// The characters of `text` up to its NUL, but not more than `length` unless that is negative: then there need be no
+// NUL. A view of nothing (null data) for null.
+inline std::string_view viewOf(const char* text, int length = -1) {
+    if (!text) return {};
+    return length < 0 ? std::string_view(text)
+                      : std::string_view(text, strnlen(text, static_cast<std::size_t>(length)));
+}
 
 // ASCII's, whatever the locale.
 constexpr bool isSpace(char c) {

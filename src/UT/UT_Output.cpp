@@ -1,4 +1,5 @@
 // Output in the forms that UT_IStream reads back.
+#include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_StreamBufferFilter.h>
@@ -56,7 +57,7 @@ std::ostream& UTwrite(std::ostream& out, const int* values, int count) {
 }
 
 void UTsaveStringBinary(std::ostream& out, const char* text, UT_STRING_BINARY_IO) {
-    const std::string_view bytes = text ? std::string_view(text) : std::string_view();
+    const std::string_view bytes = textscan::viewOf(text);
     if (bytes.size() > static_cast<std::size_t>(INT_MAX)) {
         out.setstate(std::ios::failbit);
         return;

@@ -16,14 +16,12 @@
 
 namespace {
 
+using textscan::viewOf;
+
 // Never destroyed, since paths are still asked about while the process ends.
 std::vector<std::string>& absolutePrefixes() {
     static auto& prefixes = *new std::vector<std::string>;
     return prefixes;
-}
-
-std::string_view viewOf(const char* text) {
-    return text ? std::string_view(text) : std::string_view();
 }
 
 bool isAbsolute(std::string_view path) {

@@ -1,6 +1,7 @@
 // Search paths. The invariant behind the three arrays: an element of expandedDirs is exactly what UTVariableScan makes
 // of its element of condensedDirs, since path files compare paths that were built from the one with the other.
 #include <UT/FilePrefix.h>
+#include <UT/TextScan.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_PathSearch.h>
 #include <UT/UT_Tarvani.h>
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,18 +23,13 @@
 
 namespace {
 
+using textscan::viewOf;
+
 constexpr std::array<const char*, UT_PathSearch::kKnownPaths> kVariables = {
     "TARVANI_PATH", "TARVANI_DSO_PATH", "TARVANI_SITE_DSO_PATH", "TARVANI_USER_DSO_PATH"};
 
 bool isKnown(UT_KnownPath path) {
     return path >= 0 && path < UT_PathSearch::kKnownPaths;
-}
-
-std::string_view counted(const char* text, int length) {
-    if (!text) return {};
-    // Counted by strnlen: a text whose length is given need not have an end.
-    return length < 0 ? std::string_view(text)
-                      : std::string_view(text, strnlen(text, static_cast<std::size_t>(length)));
 }
 
 // Where the first element of a path text ends: at ";", or at ":" unless "//" follows, as in an address.
@@ -74,7 +69,7 @@ private:
 class FileWalk {
 public:
     FileWalk(const UT_StringArray& directories, const char* name)
-        : directories_(directories), name_(name ? name : ""), alone_(UTfullPathSpecified(name)) {}
+        : directories_(directories), name_(viewOf(name)), alone_(UTfullPathSpecified(name)) {}
 
     // The path of the next file, valid until the next call.
     const char* next() {
@@ -156,7 +151,7 @@ UT_PathSearch UT_PathSearch::makeKnownPath(UT_KnownPath path) {
     }
     UT_PathSearch known;
     // A plug-in that is looked for in the current directory is one that anybody may have put there.
-    known.addElements(defaults, counted(TarvaniGetenv(getVariable(path)), -1), path != UT_PATH_DEFAULT);
+    known.addElements(defaults, viewOf(TarvaniGetenv(getVariable(path))), path != UT_PATH_DEFAULT);
     return known;
 }
 
@@ -171,12 +166,12 @@ UT_PathSearch::UT_PathSearch(const char* defaultPath, int defaultLength, const c
 
 void UT_PathSearch::extendPath(const char* defaultPath, int defaultLength, const char* path, int length) {
     UT_PathSearch defaults;
-    defaults.addElements(UT_PathSearch(), counted(defaultPath, defaultLength), false);
-    addElements(defaults, counted(path, length), false);
+    defaults.addElements(UT_PathSearch(), viewOf(defaultPath, defaultLength), false);
+    addElements(defaults, viewOf(path, length), false);
 }
 
 void UT_PathSearch::appendPath(const char* directory) {
-    addDirectory(counted(directory, -1), false);
+    addDirectory(viewOf(directory), false);
 }
 
 void UT_PathSearch::addElements(const UT_PathSearch& defaults, std::string_view text, bool absoluteOnly) {
@@ -237,8 +232,8 @@ int UT_PathSearch::matchAllFilesInSubdirectory(const char* suffix, const char* s
     Candidate candidate;
     std::set<std::string> seen;
     for (const UT_String& directory : expandedDirs) {
-        const char* place = candidate.join(directory.view(), counted(subdirectory, -1));
-        for (const std::string& name : sortedFiles(place, counted(suffix, -1)))
+        const char* place = candidate.join(directory.view(), viewOf(subdirectory));
+        for (const std::string& name : sortedFiles(place, viewOf(suffix)))
             if (seen.insert(name).second) out.append(name);
     }
     return static_cast<int>(seen.size());

@@ -90,10 +90,7 @@ void UT_String::harden() {
 }
 
 void UT_String::harden(const char* text, int length) {
-    if (!text) return release();
-    // Counted by strnlen, since `length` characters need not be there.
-    harden(length < 0 ? std::string_view(text)
-                      : std::string_view(text, strnlen(text, static_cast<std::size_t>(length))));
+    harden(textscan::viewOf(text, length));
 }
 
 void UT_String::harden(std::string_view text) {
@@ -129,7 +126,7 @@ char* UT_String::steal() {
 }
 
 UT_String& UT_String::operator+=(const char* text) {
-    return *this += text ? std::string_view(text) : std::string_view();
+    return *this += textscan::viewOf(text);
 }
 
 UT_String& UT_String::operator+=(std::string_view text) {
@@ -153,7 +150,7 @@ bool UT_String::endsWith(const char* text) const {
 int UT_String::replaceSuffix(const char* oldSuffix, const char* newSuffix) {
     if (!endsWith(oldSuffix)) return 0;
     const std::string_view kept = view().substr(0, view().size() - std::strlen(oldSuffix));
-    adopt(joined(kept, newSuffix ? std::string_view(newSuffix) : std::string_view()));
+    adopt(joined(kept, textscan::viewOf(newSuffix)));
     return 1;
 }
 

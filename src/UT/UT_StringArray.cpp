@@ -1,9 +1,10 @@
+#include <UT/TextScan.h>
 #include <UT/UT_StringArray.h>
 
 #include <algorithm>
 
 int UT_StringArray::append(const char* text) {
-    return append(text ? std::string_view(text) : std::string_view());
+    return append(textscan::viewOf(text));
 }
 
 int UT_StringArray::append(std::string_view text) {

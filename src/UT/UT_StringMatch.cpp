@@ -64,8 +64,8 @@ int UT_String::multiMatch(const char* patterns, int caseSensitive, const char* s
                           int* index) const {
     if (exact) *exact = false;
     if (index) *index = -1;
-    std::string_view rest = patterns ? std::string_view(patterns) : std::string_view();
-    const std::string_view separating = separators ? std::string_view(separators) : std::string_view();
+    std::string_view rest = textscan::viewOf(patterns);
+    const std::string_view separating = textscan::viewOf(separators);
     for (int count = 0; !rest.empty();) {
         const std::string_view pattern = rest.substr(0, rest.find_first_of(separating));
         rest.remove_prefix(std::min(pattern.size() + 1, rest.size()));

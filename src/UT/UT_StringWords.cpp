@@ -17,7 +17,7 @@ namespace {
 // and the NULs behind them, never overtakes what it reads.
 class WordCutter {
 public:
-    explicit WordCutter(char* text) : text_(text), rest_(text ? std::string_view(text) : std::string_view()) {}
+    explicit WordCutter(char* text) : text_(text), rest_(textscan::viewOf(text)) {}
 
     // The next word, null if there is none.
     char* next() {

@@ -38,7 +38,7 @@ Reference referenceAt(std::string_view text) {
 int UTVariableScan(UT_WorkBuffer& out, const char* text, UTVariableLookup lookup, void* data, bool expandHome,
                    bool keepUnknown) {
     if (!lookup) lookup = fromEnvironment;
-    std::string_view rest = text ? std::string_view(text) : std::string_view();
+    std::string_view rest = textscan::viewOf(text);
     UT_WorkBuffer expanded;  // `text` may be what `out` holds
     int replaced = 0;
 
