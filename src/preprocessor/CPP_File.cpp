@@ -15,7 +15,7 @@ void raise(int& counter) {
 
 enum class LineEnd { Newline, Backslash, Joins };
 
-// Reads one line as it stands in the file. Takes a backslash at its end off and tells what that means.
+// Takes a backslash at the end of a line off, and tells what it means.
 LineEnd takeLineEnd(UT_WorkBuffer& line) {
     if (line.last() != '\\') return LineEnd::Newline;
     line.truncate(line.length() - 1);
