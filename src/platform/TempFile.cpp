@@ -1,6 +1,7 @@
 // Temporary files, and the list of the live ones that a signal handler may walk.
 #include <fcntl.h>
 #include <platform/TempFile.h>
+#include <signal.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 
@@ -159,7 +160,9 @@ void TempFile::forget() {
 // A lease for writing is given only to the one who has the file open.
 bool isInUse(const char* path) {
     const UniqueFd fd(::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    return fd && ::fcntl(fd.get(), F_SETLEASE, F_WRLCK) != 0 && errno == EAGAIN;
+    // Who opens the file while the lease lasts sends us a signal. SIGIO would end the process; this one means nothing.
+    if (!fd || ::fcntl(fd.get(), F_SETSIG, SIGURG) != 0) return false;
+    return ::fcntl(fd.get(), F_SETLEASE, F_WRLCK) != 0 && errno == EAGAIN;
 }
 
 void removeTemporaries() {

@@ -86,6 +86,19 @@ TEST_F(Files, TheListOfTemporariesHoldsTheLiveOnesOfThisProcess) {
     EXPECT_LT(::mallinfo2().uordblks, allocated + 20'000) << "those that have gone still stand in the list";
 }
 
+TEST_F(Files, SeveralMayAskAtOnceWhetherOneIsInUse) {
+    const std::string path = dir.write("asked", "");
+    const auto ask = [&] {
+        for (int i = 0; i < 20'000; ++i) static_cast<void>(isInUse(path.c_str()));
+        return true;
+    };
+    const pid_t other = ::fork();
+    if (other == 0) ::_exit(ask() ? 0 : 1);
+    int status = -1;
+    EXPECT_EQ(inChild(ask), 0);
+    EXPECT_TRUE(::waitpid(other, &status, 0) == other && status == 0) << "it was ended by a signal";
+}
+
 TEST_F(Files, OutputWritesAWholeBeginningAndRemembersTheFirstError) {
     std::string all;
     FileOutput whole("whole");
