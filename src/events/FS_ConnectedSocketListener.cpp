@@ -28,10 +28,21 @@ std::string judgedAddress(UT_NetSocket& peer) {
 }
 }  // namespace
 
-// Lives in the call that runs the callback, where the destructor leaves word, and the message that is being read.
+// Lives in the call that runs the callback, where the destructor leaves word. Also a callback that throws ends it.
 struct FS_ConnectedSocketListener::Delivery {
-    bool isListenerGone = false;
-    UT_WorkBuffer message = {};
+    explicit Delivery(FS_ConnectedSocketListener& of) : listener(&of) {
+        listener->delivery = this;
+        listener->inCallback = true;
+    }
+    ~Delivery() {
+        if (!listener) return;
+        listener->delivery = nullptr;
+        listener->inCallback = false;
+    }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    FS_ConnectedSocketListener* listener;  // null once it has gone
 };
 
 FS_ConnectedSocketListener::FS_ConnectedSocketListener(UT_NetSocket& listeningSocket, MessageCallback function,
@@ -47,10 +58,7 @@ FS_ConnectedSocketListener::FS_ConnectedSocketListener(UT_NetSocket& listeningSo
 }
 
 FS_ConnectedSocketListener::~FS_ConnectedSocketListener() {
-    if (delivery) {
-        delivery->isListenerGone = true;
-        delivery->message.swap(input);
-    }
+    if (delivery) delivery->listener = nullptr;
     closeConnectionSocket();
     uninstallGenerator();
 }
@@ -122,16 +130,14 @@ FS_ConnectedSocketListener::Batch FS_ConnectedSocketListener::readBatch() {
 
 // The callback may close the socket, and may delete this listener.
 void FS_ConnectedSocketListener::handOver() {
+    UT_WorkBuffer message;
+    message.swap(input);
     if (canBeUsed() && callback) {
-        Delivery running;
-        delivery = &running;
-        inCallback = true;
-        callback(callbackData, input.buffer(), input.length(), *connection);
-        if (running.isListenerGone) return;
-        delivery = nullptr;
-        inCallback = false;
+        const Delivery running(*this);
+        callback(callbackData, message.buffer(), message.length(), *connection);
+        if (!running.listener) return;
     }
-    if (input.length() > kKeptStorage) UT_WorkBuffer().swap(input);
+    if (message.length() <= kKeptStorage) message.swap(input);
     input.clear();
     if (!canBeUsed()) delete this;
 }

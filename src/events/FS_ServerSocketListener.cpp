@@ -7,6 +7,23 @@
 namespace {
 constexpr int kNoChild = -1;
 constexpr int kChildPollTime = 1000;
+
+// While it lives, a listener's destructor leaves word here. Also a callback that throws ends it.
+class Word {
+public:
+    explicit Word(bool*& place) : place_(place) { place_ = &isListenerGone_; }
+    ~Word() {
+        if (!isListenerGone_) place_ = nullptr;
+    }
+    Word(const Word&) = delete;
+    Word& operator=(const Word&) = delete;
+
+    bool isListenerGone() const { return isListenerGone_; }
+
+private:
+    bool*& place_;
+    bool isListenerGone_ = false;
+};
 }  // namespace
 
 FS_ServerSocketListener* FS_ServerSocketListener::createSocketListener(int port, MessageCallback callback, void* data,
@@ -31,10 +48,8 @@ FS_ServerSocketListener::FS_ServerSocketListener(UT_NetSocket* socket, int port,
 FS_ServerSocketListener::~FS_ServerSocketListener() {
     if (deleted) *deleted = true;
     if (childExitCallback && !borrows) {
-        bool going = true;  // a loop that the callback runs doesn't find the exit any more
-        deleted = &going;
+        const Word word(deleted);  // a loop that the callback runs doesn't find the exit any more
         childExitCallback(*this, childExitData, true);
-        deleted = nullptr;
     }
     childExitCallback = nullptr;
     deleteOnChildExit = false;
@@ -119,11 +134,9 @@ bool FS_ServerSocketListener::shouldStopBecauseChildHasExited() {
     if (!hasChildExited()) return false;
     closeServerSocket();
     if (childExitCallback) {
-        bool gone = false;
-        deleted = &gone;
+        const Word word(deleted);
         childExitCallback(*this, childExitData, false);
-        if (gone) return true;
-        deleted = nullptr;
+        if (word.isListenerGone()) return true;
     }
     childProcess = kNoChild;
     childExitCallback = nullptr;

@@ -53,6 +53,15 @@ TEST_F(Connection, ItsCallbackMayDeleteIt) {
     EXPECT_TRUE(client->hasEnded());
 }
 
+TEST_F(Connection, ItsCallbackMayThrow) {
+    accept();
+    answer = [](UT_NetSocket&, const char*) { throw std::bad_alloc(); };
+    EXPECT_TRUE(client->send("lost\n") && comes(peer->getFileDescriptor()));
+    EXPECT_THROW(peer->processEvents(), std::bad_alloc);
+    answer = nullptr;
+    serveText(*client, *peer);
+}
+
 TEST_F(Connection, APeerIsJudgedByTheMask) {
     unsigned char own[4];
     ASSERT_TRUE(UT_NetSocket::getHostAddress(own, nullptr));

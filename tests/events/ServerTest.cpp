@@ -148,6 +148,18 @@ TEST_F(Server, ClosesWhenItsChildHasExited) {
     }
 }
 
+TEST_F(Server, TellsAgainWhatItsCallbackCouldNotTakeIn) {
+    const WatchedChild child;
+    child.end();
+    auto* const service = serve();
+    service->closeSocketOnChildExit(child.pid, true, tell, this);
+    whenTold = [](FS_ServerSocketListener&) { throw std::bad_alloc(); };
+    EXPECT_THROW(service->processEvents(), std::bad_alloc);
+    EXPECT_TRUE(service->areEventsWaiting());
+    EXPECT_EQ(service->processEvents(), 0);
+    EXPECT_EQ(told, " exited exited");
+}
+
 TEST_F(Server, TellsThatItGoesBeforeItsChild) {
     const WatchedChild child, ended;
     ended.end();
