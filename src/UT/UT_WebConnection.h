@@ -15,8 +15,6 @@
 #include <UT/UT_Export.h>
 #include <UT/UT_String.h>
 
-#include <cstdint>
-
 class UT_WorkBuffer;
 
 class TARVANI_EXPORT UT_WebConnection {

@@ -1,13 +1,11 @@
 #include <UT/UT_NetPacket.h>
 #include <UT/UT_NetSocket.h>
-#include <UT/UT_String.h>
 #include <events/FS_ConnectedSocketListener.h>
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace {
 constexpr int kLongestRead = 8191;

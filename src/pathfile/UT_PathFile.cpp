@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <utility>
 
 UT_PathFile::UT_PathFile()
     : midRead(false),

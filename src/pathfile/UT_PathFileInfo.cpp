@@ -1,7 +1,5 @@
 // The parts of an entry. What is made from what, and what goes stale by what, are the tables of Lazy; the operations
 // below follow them.
-#include <UT/UT_VariableScan.h>
-#include <UT/UT_WorkBuffer.h>
 #include <pathfile/ControlSuffix.h>
 #include <pathfile/UT_PathFile.h>
 #include <pathfile/UT_PathFileInfo.h>

@@ -6,13 +6,13 @@
 #include <preprocessor/CPP_Macro.h>
 #include <preprocessor/Words.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace {

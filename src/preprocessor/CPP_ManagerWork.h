@@ -1,14 +1,12 @@
 // Private: what a manager keeps beside its data: the bits of its flags, the storage that every line uses again, and
 // what the file system answered.
 #pragma once
-#include <UT/UT_String.h>
 #include <UT/UT_WorkBuffer.h>
 #include <preprocessor/CPP_File.h>
 #include <preprocessor/CPP_MacroTable.h>
 #include <preprocessor/CPP_Manager.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
