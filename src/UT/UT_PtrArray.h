@@ -76,6 +76,8 @@ public:
     // As those of UT_PtrArrayRaw.
     int find(T pointer, unsigned start = 0) const { return UT_PtrArrayRaw::find(pointer, start); }
     int remove(T pointer) { return UT_PtrArrayRaw::remove(pointer); }
+    // As that of UT_PtrArrayRaw: a plain function is given pointers to two elements.
+    using UT_PtrArrayRaw::sort;
     // Sorts in place, equal elements keeping their order. `compare` is given two elements and gives negative, 0 or
     // positive.
     template <class F>

@@ -169,13 +169,17 @@ TEST(PtrArraySort, KeepsTheOrderOfEqualElementsAndEveryElementWhenTheComparisonL
         for (int& number : numbers) array.append(&(number = static_cast<int>(random() % 10))), raw.append(&number);
         std::vector<int*> model(array.begin(), array.end());
         std::stable_sort(model.begin(), model.end(), [](int* a, int* b) { return *a < *b; });
-        raw.sort([](const void* a, const void* b) {  // places of elements
+        UT_PtrArray<int*> typed(array);
+        int (*const byPlaces)(const void*, const void*) = [](const void* a, const void* b) {
             return **static_cast<int* const*>(a) - **static_cast<int* const*>(b);
-        });
+        };
+        raw.sort(byPlaces);
+        typed.sort(byPlaces);
         raw.sort(nullptr);  // changes nothing
         array.sort([](const int* a, const int* b) { return *a - *b; });
         EXPECT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
         EXPECT_TRUE(std::equal(raw.begin(), raw.end(), model.begin(), model.end()));
+        EXPECT_TRUE(std::equal(typed.begin(), typed.end(), model.begin(), model.end()));
         array.sort([&random](int*, int*) { return static_cast<int>(random() % 3) - 1; });
         for (const int answer : {1, -1}) array.sort([answer](int*, int*) { return answer; });
         EXPECT_TRUE(std::is_permutation(model.begin(), model.end(), array.begin(), array.end()));
