@@ -5,14 +5,20 @@
 #include <stream/FSloadCustomHelpers.h>
 #include <stream/InstallHelpers.h>
 
+#include <atomic>
+#include <mutex>
 #include <string>
 
 void FSloadCustomHelpers() {
     // A plug-in that opens a path while it installs its helpers has all of them installed again. There it ends, or the
     // second time would bring the third.
     constexpr int kDeepest = 2;
-    static bool installed = false;
-    static int depth = 0;
+    static std::atomic<bool> installed = false;
+    static std::recursive_mutex turn;
+    static int depth = 0;  // of the thread whose turn it is
+    if (installed) return;
+    // Other threads wait: to them a path has no helper before all are there.
+    const std::lock_guard lock(turn);
     if (installed || depth == kDeepest) return;
     installHttpHelpers();
     const struct Level {

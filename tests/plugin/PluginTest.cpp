@@ -16,8 +16,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <latch>
+#include <set>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "../support/CaseFile.h"
 #include "../support/ScratchDir.h"
@@ -56,6 +60,20 @@ std::string contentOf(const char* path) {
     return line.buffer();
 }
 
+// What threads find that read a path at once, each answer once.
+std::set<std::string> contentsAtOnce(const char* path) {
+    std::vector<std::string> contents(16);
+    std::latch all(static_cast<std::ptrdiff_t>(contents.size()));
+    std::vector<std::thread> threads;
+    for (std::string& content : contents)
+        threads.emplace_back([&] {
+            all.arrive_and_wait();
+            content = contentOf(path);
+        });
+    for (std::thread& thread : threads) thread.join();
+    return {contents.begin(), contents.end()};
+}
+
 bool write(const char* path, const char* text) {
     FS_Writer writer(path);
     if (writer.getStream()) *writer.getStream() << text;
@@ -78,6 +96,8 @@ void take(const CaseRun& run, const Verb& verb, const std::vector<std::string>& 
     if (verb == "running") note(UT_DSO::getRunningFile() ? UT_DSO::getRunningFile() : "nobody");
     if (verb == "stays") note(isLoaded(run.directory + "/" + words.at(0)) ? "yes" : "no");
     if (verb == "read") note(contentOf(word(0)));
+    if (verb == "readAtOnce")
+        for (const std::string& content : contentsAtOnce(word(0))) note(content);
     if (verb == "write") note(write(word(0), word(1)) ? "yes" : "no");
     if (verb == "ask") note(FS_Info(word(0)).fileExists() ? "yes" : "no");
     if (verb == "install") FSloadCustomHelpers();

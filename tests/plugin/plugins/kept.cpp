@@ -9,9 +9,11 @@
 #include <stream/FS_WriterStream.h>
 #include <UT/UT_DSOVersion>
 
+#include <chrono>
 #include <map>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -79,6 +81,7 @@ void installFSHelpers(void* data) {
     texts()["kept:who"] = data ? "data" : UT_DSO::getRunningFile();
     texts()["http://kept/x"] = "an address";
 #ifdef PLUGIN_OPENS_A_PATH
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // so that other threads come meanwhile
     texts()["kept:opened"] += FS_Reader("kept:who").isGood() ? "y" : "n";
 #endif
 }
