@@ -9,17 +9,19 @@
 #include <mutex>
 #include <string>
 
-void FSloadCustomHelpers() {
+namespace {
+
+std::atomic<bool> areInstalled = false;
+
+void install() {
     // A plug-in that opens a path while it installs its helpers has all of them installed again. There it ends, or the
     // second time would bring the third.
     constexpr int kDeepest = 2;
-    static std::atomic<bool> installed = false;
     static std::recursive_mutex turn;
     static int depth = 0;  // of the thread whose turn it is
-    if (installed) return;
     // Other threads wait: to them a path has no helper before all are there.
     const std::lock_guard lock(turn);
-    if (installed || depth == kDeepest) return;
+    if (areInstalled || depth == kDeepest) return;
     installHttpHelpers();
     const struct Level {
         Level() { ++depth; }
@@ -30,5 +32,11 @@ void FSloadCustomHelpers() {
     for (const UT_String& name : names)
         UT_DSO().run(("fs/" + std::string(name.view())).c_str(), "installFSHelpers", nullptr, 1, UT_PATH_DSO);
     // Also when some failed: they would fail again for every path.
-    installed = true;
+    areInstalled = true;
+}
+
+}  // namespace
+
+void FSloadCustomHelpers() {
+    if (!areInstalled) install();
 }
