@@ -80,10 +80,10 @@ TEST_F(PathFileList, CallersAddAndRemoveEntries) {
     file.appendFileInfo(first);
     EXPECT_EQ(entries(file), (Texts{"lo/a", "lo/b", "lo/a"}));
     file.sortFileInfos([](UT_PathFileInfo* const* a, UT_PathFileInfo* const* b) {
-        return std::string((*b)->getFileName()).compare((*a)->getFileName());
+        return std::string((*a)->getFileName()).compare((*b)->getFileName());
     });
-    EXPECT_EQ(entries(file), (Texts{"lo/b", "lo/a", "lo/a"}));
-    file.removeFileInfo(1);
+    EXPECT_EQ(entries(file), (Texts{"lo/a", "lo/a", "lo/b"}));
+    file.removeFileInfo(0);
     EXPECT_EQ(entries(file), Texts{"lo/b"}) << "with the entry every place that it had goes";
     const std::unique_ptr<UT_PathFileInfo> kept(file.getFileInfo(0, 0));
     file.clearFileInfoList();
