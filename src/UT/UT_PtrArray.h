@@ -76,15 +76,18 @@ public:
     // As those of UT_PtrArrayRaw.
     int find(T pointer, unsigned start = 0) const { return UT_PtrArrayRaw::find(pointer, start); }
     int remove(T pointer) { return UT_PtrArrayRaw::remove(pointer); }
-    // As that of UT_PtrArrayRaw: a plain function is given pointers to two elements.
+    // As that of UT_PtrArrayRaw, and with whatever can be called: `compare` is given pointers to two elements, or the
+    // elements where it takes those alone. Elements that it calls equal keep their order.
     using UT_PtrArrayRaw::sort;
-    // Sorts in place, equal elements keeping their order. `compare` is given two elements and gives negative, 0 or
-    // positive.
     template <class F>
     void sort(F compare) {
         sortElements(
             [](void* a, void* b, void* context) -> int {
-                return (*static_cast<F*>(context))(static_cast<T>(a), static_cast<T>(b));
+                const T first = static_cast<T>(a), second = static_cast<T>(b);
+                if constexpr (std::is_invocable_v<F&, const T*, const T*>)
+                    return (*static_cast<F*>(context))(&first, &second);
+                else
+                    return (*static_cast<F*>(context))(first, second);
             },
             &compare);
     }

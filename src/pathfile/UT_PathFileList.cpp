@@ -220,6 +220,6 @@ void UT_PathFile::removeFileInfo(const char* fullPath) {
 
 void UT_PathFile::sortFileInfos(int (*compare)(UT_PathFileInfo* const*, UT_PathFileInfo* const*)) {
     if (!compare) return;
-    fileInfos.sort([compare](UT_PathFileInfo* a, UT_PathFileInfo* b) { return compare(&a, &b); });
+    fileInfos.sort(compare);
     listChanged();
 }

@@ -75,6 +75,8 @@ TEST(WorkBuffer, NothingMakesNoHarm) {
     EXPECT_EQ(buffer.view(), "zzzzzzzzz");
     buffer.strcpy("ab");
     EXPECT_EQ(buffer.view(), "ab");
+    UT_WorkBuffer(std::string_view("a used block of some length, which is given to the next")), other.reserve(63);
+    EXPECT_STREQ(other.buffer(), "");
 }
 
 // Arrays
@@ -169,17 +171,19 @@ TEST(PtrArraySort, KeepsTheOrderOfEqualElementsAndEveryElementWhenTheComparisonL
         for (int& number : numbers) array.append(&(number = static_cast<int>(random() % 10))), raw.append(&number);
         std::vector<int*> model(array.begin(), array.end());
         std::stable_sort(model.begin(), model.end(), [](int* a, int* b) { return *a < *b; });
-        UT_PtrArray<int*> typed(array);
+        UT_PtrArray<int*> typed(array), byLambda(array);
         int (*const byPlaces)(const void*, const void*) = [](const void* a, const void* b) {
             return **static_cast<int* const*>(a) - **static_cast<int* const*>(b);
         };
         raw.sort(byPlaces);
         typed.sort(byPlaces);
+        byLambda.sort([](int* const* a, int* const* b) { return **a - **b; });
         raw.sort(nullptr);  // changes nothing
         array.sort([](const int* a, const int* b) { return *a - *b; });
         EXPECT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
         EXPECT_TRUE(std::equal(raw.begin(), raw.end(), model.begin(), model.end()));
         EXPECT_TRUE(std::equal(typed.begin(), typed.end(), model.begin(), model.end()));
+        EXPECT_TRUE(std::equal(byLambda.begin(), byLambda.end(), model.begin(), model.end()));
         array.sort([&random](int*, int*) { return static_cast<int>(random() % 3) - 1; });
         for (const int answer : {1, -1}) array.sort([answer](int*, int*) { return answer; });
         EXPECT_TRUE(std::is_permutation(model.begin(), model.end(), array.begin(), array.end()));
