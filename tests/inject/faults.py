@@ -11,7 +11,7 @@ from crash import LARGE, content, pack
 OPERATIONS = ["cp big c.idx?a", "cp big c.idx?in?x", "cp small new.idx?in?x", "rm c.idx?big",
               "index create new.idx big small", "index expand c.idx out",
               "index collapse dir c.idx", "recent add GEO /p/q/r.geo", "cat http://127.0.0.1:PORT/x", "cpp main.c",
-              "pathfile --cat menu/*.txt", "cat c.idx?in?x c.idx?big"]
+              "pathfile --cat menu/*.txt", "pathfile menu/* ^menu/a*", "index create c.idx big small", "cat c.idx?in?x c.idx?big"]
 FILES = {"big": LARGE, "small": b"few bytes", "dir/file": LARGE, "dir/in/file": b"1", "dir/in/Sections.list": b"\nfile\ty\n",
          "dir/Sections.list": b"text\nfile\tname\nin\tx\n", "c.idx": pack(("a", b"old"), ("big", LARGE[::-1]), ("in", pack(("x", b"1"), ("y", b"")))),
          "home/file.history": b"GEO\n{\n\t/a/b.geo\n}\n", "home/dir.history": b"GEO\n{\n\t/a/\n}\n", "home/menu/a.txt": b"line of a\n",
