@@ -19,6 +19,7 @@
 #include <UT/UT_String.h>
 #include <UT/UT_SymbolTable.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -100,6 +101,7 @@ public:
     // Reads the container that begins where the reader's stream stands. Adopts the reader, which stays open for the
     // life of the object; null is a reader without a stream. Filters that the stream carries come along.
     explicit FS_IndexFile(FS_Reader* source);
+    explicit FS_IndexFile(std::nullptr_t) : FS_IndexFile(static_cast<FS_Reader*>(nullptr)) {}
     // Reads the container at a path that FS_Reader opens: a file, a section, what a helper serves.
     explicit FS_IndexFile(const char* path);
     virtual ~FS_IndexFile();

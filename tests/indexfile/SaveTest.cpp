@@ -29,7 +29,7 @@ protected:
 TEST_F(Saving, WritesIntoTheFileThatIsThereAndOverNothingButContainers) {
     const Sections both = {{"1", "content"}, {"2", "content"}};
     dir.write("a", "content");
-    FS_IndexFile index(static_cast<FS_Reader*>(nullptr));
+    FS_IndexFile index(nullptr);
     for (const auto& [name, bytes] : both) add(index, name.c_str(), bytes);
     ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
     const auto saved = [&](const Columns& c) {
