@@ -33,7 +33,7 @@ Lines step(Objects<FS_IndexFile>& indexes, const Verb& verb, const std::string& 
     if (verb == "cd") std::filesystem::current_path(rest);
     if (verb == "write") std::ofstream(word(0)) << bytesOfTree(behind(1));
     if (verb == "bytes") std::ofstream(word(0)) << spelledBytes(behind(1));
-    if (verb == "show") return shown(treeOf(restOf(*FS_Reader(word(0)).getStream())));
+    if (verb == "show") return shown(treeOf(readAll(*FS_Reader(word(0)).getStream())));
     if (verb == "new") indexes.add(std::make_unique<FS_IndexFile>());
     if (verb == "open") indexes.add(std::make_unique<FS_IndexFile>(word(0)));
     if (verb == "reader") indexes.add(std::make_unique<FS_IndexFile>(new FS_Reader(word(0))));

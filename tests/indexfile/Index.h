@@ -1,6 +1,5 @@
 #pragma once
 // What tests of containers do again and again.
-#include <UT/UT_IStream.h>
 #include <UT/UT_String.h>
 #include <gmock/gmock.h>
 #include <indexfile/FS_IndexFile.h>
@@ -14,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "../support/Reading.h"
 #include "../support/Rules.h"
 #include "../support/ScratchDir.h"
 #include "../support/Sections.h"
@@ -27,16 +27,10 @@ inline FS_Reader* memoryReader(std::string_view bytes) {
     return new FS_Reader(new FS_ReaderStream(bytes.data(), static_cast<int>(bytes.size()), 77));
 }
 
-inline std::string restOf(UT_IStream& in) {
-    std::string text;
-    for (; !in.buffered().empty(); in.consume(in.buffered().size())) text += in.buffered();
-    return text;
-}
-
 // What a stream of the section gives; "(none)" without one.
 inline std::string contentOf(const FS_IndexFile& index, const char* name) {
     const std::unique_ptr<FS_ReaderStream> stream(index.getSectionStream(name));
-    return stream && stream->getStream() ? restOf(*stream->getStream()) : "(none)";
+    return stream && stream->getStream() ? readAll(*stream->getStream()) : "(none)";
 }
 
 inline std::vector<std::string> namesOf(const FS_IndexFile& index) {

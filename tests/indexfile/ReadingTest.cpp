@@ -91,7 +91,7 @@ TEST_F(ReadingAContainer, ReadsATableOfManyBlocks) {
     for (const auto& [name, bytes] : sections) ASSERT_EQ(contentOf(index, name.c_str()), bytes);
     for (const int i : {3999, 4000, 4001, 4002}) {
         const FS_Reader found((path + "?" + sections[i].first).c_str());
-        EXPECT_EQ(restOf(*found.getStream()), sections[i].second);
+        EXPECT_EQ(readAll(*found.getStream()), sections[i].second);
     }
     EXPECT_FALSE(index.hasSection(std::string(199'999, 'L').c_str()));
 }
@@ -102,7 +102,7 @@ TEST_F(ReadingAContainer, GivesAStreamOfAllFromWhereItBegins) {
     FS_IndexFile index(reader);
     index.modifySection("geo", "edited", 6, 1);
     const std::unique_ptr<FS_ReaderStream> copy(index.getStreamCopy());
-    EXPECT_EQ(restOf(*copy->getStream()), containerBytes(kThree) + "behind") << "without the edits";
+    EXPECT_EQ(readAll(*copy->getStream()), containerBytes(kThree) + "behind") << "without the edits";
     EXPECT_FALSE(FS_Reader(FS_IndexFile().getStreamCopy()).isGood());
 }
 
@@ -129,8 +129,8 @@ TEST_F(ReadingAContainer, GivesNothingWhereTheSourceHasGone) {
     EXPECT_EQ(contentOf(*index, "empty"), "new") << "what was replaced doesn't need the source";
     index->removeSection("memory");
     index.reset();
-    EXPECT_EQ(restOf(*stored->getStream()), "points") << "a stream outlives its section and the container";
-    EXPECT_EQ(restOf(*memory->getStream()), "in memory");
+    EXPECT_EQ(readAll(*stored->getStream()), "points") << "a stream outlives its section and the container";
+    EXPECT_EQ(readAll(*memory->getStream()), "in memory");
     for (const auto& section : {&stored, &memory}) EXPECT_EQ((*section)->getModTime(), 1000);
     for (const char* missing : {static_cast<const char*>(nullptr), "", "/no/such/file", "/no/such/file?section", "/"})
         EXPECT_EQ(FS_IndexFile(missing).getNumSections(), 0);

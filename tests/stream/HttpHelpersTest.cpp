@@ -66,7 +66,7 @@ TEST_F(HttpHelpers, APageIsFetchedOnceAndReadLikeAFileWithItsSections) {
     EXPECT_EQ(info.getFileDataSize(), static_cast<int>(bytes.size()));
     EXPECT_EQ(info.getModTime(), kTime);
     const FS_Reader reader(url.c_str());
-    EXPECT_EQ(bytesOf(reader.getStream()), bytes);
+    EXPECT_EQ(readAll(*reader.getStream()), bytes);
     EXPECT_EQ(reader.getModTime(), kTime);
     const std::string file = fileNameOf(reader);
     EXPECT_TRUE(file.starts_with(pages_.path("tarvani-")) && file.ends_with("-x_20y.idx")) << file;
@@ -143,7 +143,7 @@ TEST_F(HttpHelpers, WhatTookThePlaceOfACopyIsNotRead) {
     if (::chown(file.c_str(), 65534, 65534) == 0) expectNone("a file of somebody else");
     ASSERT_EQ(::chown(file.c_str(), ::geteuid(), ::getegid()), 0);
     EXPECT_EQ(bytesAt(url), "the page") << "it is there again";
-    EXPECT_EQ(bytesOf(before.getStream()), "the page");
+    EXPECT_EQ(readAll(*before.getStream()), "the page");
     EXPECT_EQ(server.requests().size(), 1u);
 }
 

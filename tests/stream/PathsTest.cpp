@@ -44,7 +44,7 @@ std::string known(const std::string& path) {
     if (fs::is_directory(path, unknown)) return answers(info) + (reader.isGood() ? " read" : "");
     EXPECT_EQ(reader.getModTime(), info.getModTime()) << path;
     EXPECT_EQ(reader.getLength(), std::min<std::int64_t>(size, INT32_MAX)) << path;
-    std::string bytes = !reader.isGood() ? "-" : size > 1000 ? "(long)" : bytesOf(reader.getStream());
+    std::string bytes = !reader.isGood() ? "-" : size > 1000 ? "(long)" : readAll(*reader.getStream());
     if (bytes.starts_with("INDX")) bytes = "(container)";
     EXPECT_EQ(reader.isGood(), bytes == "(long)") << "read to its end";
     return answers(info) + ' ' + std::to_string(info.getModTime()) + ' ' + std::to_string(size) + ' ' +
@@ -98,7 +98,7 @@ TEST_F(FileAndSectionPaths, NeverFallBackToAHelperOrAFile) {
     scratch.write("open/cut.idx", sample.substr(0, tableEnd));
     FS_Reader cut("cut.idx?geo");
     EXPECT_EQ(cut.getLength(), 8) << "the table is whole, the bytes are not";
-    EXPECT_EQ(bytesOf(cut.getStream()), "");
+    EXPECT_EQ(readAll(*cut.getStream()), "");
 }
 
 TEST_F(FileAndSectionPaths, OpenTheOutermostContainerOnceWhateverTheDepth) {
@@ -113,7 +113,7 @@ TEST_F(FileAndSectionPaths, OpenTheOutermostContainerOnceWhateverTheDepth) {
     EXPECT_THAT(helper.asked, ElementsAre(scratch.path("deep.idx")));
     EXPECT_EQ(reader.getModTime(), 0);
     std::filesystem::remove(scratch.path("deep.idx"));
-    EXPECT_EQ(bytesOf(reader.getStream()), "core") << "stays readable when all else has gone";
+    EXPECT_EQ(readAll(*reader.getStream()), "core") << "stays readable when all else has gone";
 }
 
 }  // namespace

@@ -26,12 +26,12 @@ TEST(Reader, CopiesShareOneStream) {
     third = second;
     char c = 0;
     first.getStream()->bread(&c, 1);
-    EXPECT_EQ(bytesOf(third.getStream()), "ontent");
+    EXPECT_EQ(readAll(*third.getStream()), "ontent");
     second.close();
     EXPECT_EQ(first.getStream(), nullptr);
     EXPECT_EQ(third.getLength(), 0);
     third = FS_Reader(memoryStream("other"));
-    EXPECT_EQ(bytesOf(third.getStream()), "other") << "released by the last, not the first";
+    EXPECT_EQ(readAll(*third.getStream()), "other") << "released by the last, not the first";
 }
 
 struct LacksMemory : KeyedReadFactory {
@@ -103,7 +103,7 @@ TEST(ReaderStream, SubStreamsShareTheOpenFileAndOutliveIt) {
     }
     EXPECT_EQ(descriptors().size(), before + 1);
     for (const auto& [expected, length] : {std::pair("01", 2), {"12", 2}, {"filtered", 8}}) {
-        EXPECT_EQ(bytesOf(parts.front()->getStream()), expected);
+        EXPECT_EQ(readAll(*parts.front()->getStream()), expected);
         EXPECT_EQ(parts.front()->getLength(), length) << "the low 32 bits of what it was told";
         EXPECT_EQ(parts.front()->getModTime(), 5);
         EXPECT_EQ(parts.front()->getSubStreamReadFilterFactory(), nullptr);

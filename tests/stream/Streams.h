@@ -19,6 +19,7 @@
 #include "../support/Child.h"
 #include "../support/Environment.h"
 #include "../support/Keyed.h"
+#include "../support/Reading.h"
 #include "../support/ScratchDir.h"
 #include "../support/Sections.h"
 
@@ -26,17 +27,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-inline std::string bytesOf(UT_IStream* stream) {
-    std::string bytes;
-    char part[64];
-    while (const int n = stream != nullptr ? stream->bread(part, sizeof part) : 0)
-        bytes.append(part, static_cast<std::size_t>(n));
-    return bytes;
-}
-
 inline std::string bytesAt(const std::string& path) {
     FS_Reader reader(path.c_str());
-    return reader.isGood() ? bytesOf(reader.getStream()) : "not good";
+    return reader.isGood() ? readAll(*reader.getStream()) : "not good";
 }
 
 // The name of the file behind a reader or its stream.
