@@ -55,8 +55,8 @@ void UT_OptionFile::setOptionFromText(const char* name, const UT_String& value) 
     const std::string_view text = value.view();
     int integer = 0;
     float number = 0;
-    if (value.isInteger(0) && readNumber(text, integer)) return setOption(name, integer);
-    if (value.isFloat(0, 0) && readNumber(text, number)) return setOption(name, number);
+    if (value.isInteger() && readNumber(text, integer)) return setOption(name, integer);
+    if (value.isFloat() && readNumber(text, number)) return setOption(name, number);
     if (textscan::equalsLower(text, "true") || textscan::equalsLower(text, "on")) return setOption(name, true);
     if (textscan::equalsLower(text, "false") || textscan::equalsLower(text, "off")) return setOption(name, false);
     setOption(name, value);

@@ -4,6 +4,7 @@
 #include <UT/UT_VariableScan.h>
 #include <UT/UT_WorkBuffer.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -25,12 +26,12 @@ struct Reference {
 // The reference that begins with the `$` in front of `text`; its name is empty if there is none.
 Reference referenceAt(std::string_view text) {
     const std::size_t open = text.substr(1).starts_with('{') ? 2 : 1;
-    std::size_t end = open;
-    while (end < text.size() && isNameCharacter(text[end])) ++end;
-    if (end == open || textscan::isDigit(text[open])) return {};
-    const std::string_view name = text.substr(open, end - open);
-    if (open == 1) return {name, end};
-    return end < text.size() && text[end] == '}' ? Reference{name, end + 1} : Reference{};
+    const std::string_view rest = text.substr(open);
+    const auto nameEnd = std::find_if_not(rest.begin(), rest.end(), isNameCharacter);
+    const std::string_view name(rest.begin(), nameEnd), behind(nameEnd, rest.end());
+    if (name.empty() || textscan::isDigit(name.front())) return {};
+    if (open == 1) return {name, open + name.size()};
+    return behind.starts_with('}') ? Reference{name, open + name.size() + 1} : Reference{};
 }
 
 }  // namespace

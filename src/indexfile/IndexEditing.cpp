@@ -107,8 +107,7 @@ void FS_IndexFile::modifySection(const char* name, const char* data, int size, i
 void FS_IndexFile::addSection(const char* name, UT_OStrStream& stream, int seconds) {
     const std::size_t size = stream.pcount();
     if (size > INT_MAX) return;
-    stream.rdbuf()->freeze(true);
-    addSection(name, stream.str(), static_cast<int>(size), seconds);
+    addSection(name, stream.str(), static_cast<int>(size), seconds);  // which freezes the stream
     stream.rdbuf()->freeze(false);
 }
 

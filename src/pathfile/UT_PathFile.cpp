@@ -7,6 +7,7 @@
 #include <stream/FS_Reader.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 
 UT_PathFile::UT_PathFile()
@@ -58,8 +59,8 @@ int UT_PathFile::getDirCount() const {
 }
 
 const char* UT_PathFile::getDir(int index) const {
-    if (index < 0 || index >= getDirCount()) return nullptr;
-    return pathSearch->condensedDirs(getDirCount() - 1 - index).buffer();
+    // Out of range the array gives a null string.
+    return pathSearch->condensedDirs(std::int64_t{getDirCount()} - 1 - index).buffer();
 }
 
 int UT_PathFile::dirIndexOf(std::string_view fullPath) const {
