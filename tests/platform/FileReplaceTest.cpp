@@ -54,6 +54,8 @@ TEST_F(Files, ATemporaryGoesWithItsObjectUnlessItIsKept) {
         EXPECT_TRUE(!file && moved.path() == first);
         moved = TempFile::make();
         EXPECT_FALSE(std::filesystem::exists(first)) << "it was replaced";
+        moved.remove();
+        EXPECT_TRUE(!moved && moved.fd() < 0) << "nothing holds its bytes any longer";
     }
     EXPECT_THAT(temporaries(), ElementsAre(std::filesystem::path(kept.path()).filename()));
     WithVariable missing("TMPDIR", "no");
