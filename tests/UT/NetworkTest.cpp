@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <cerrno>
 #include <map>
 #include <memory>
 
+#include "../support/FaultPlan.h"
 #include "../support/Network.h"
 
 // Masks of addresses are held by fuzz/ip_mask, with its corpus.
@@ -42,6 +44,16 @@ protected:
     Client client_{server_->port};
     std::unique_ptr<UT_NetSocket> peer_{server_->accept(-1, nullptr)};
 };
+
+// One left waiting would keep the listening socket readable for ever.
+TEST_F(SocketPair, DropsAPeerWhenTheTableOfDescriptorsIsFull) {
+    for (const int error : {EMFILE, ENFILE}) {
+        const Client late(server_->port);
+        const FaultPlan full(Call::Accept, 0, error);
+        EXPECT_EQ(server_->accept(-1, nullptr), nullptr);
+        EXPECT_TRUE(late.hasEnded());
+    }
+}
 
 TEST_F(SocketPair, WaitsForPeersAndBytesAsLongAsItMay) {
     int status = 0, port = 0;

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -81,5 +82,8 @@ int rename(const char* from, const char* to) noexcept {
 }
 int mkostemps(char* pattern, int endingLength, int flags) {
     return strikes(Call::MakeTemporary) ? -1 : real<int>("mkostemps", pattern, endingLength, flags);
+}
+int accept4(int listening, sockaddr* address, socklen_t* length, int flags) {
+    return strikes(Call::Accept) ? -1 : real<int>("accept4", listening, address, length, flags);
 }
 }

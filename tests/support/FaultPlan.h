@@ -8,7 +8,7 @@
 //         if (!plan.lift()) break;  // fewer than n + 1 writes
 //     }
 
-enum class Call { Write, CopyFileRange, Fallocate, Ftruncate, Close, Rename, MakeTemporary };
+enum class Call { Write, CopyFileRange, Fallocate, Ftruncate, Close, Rename, MakeTemporary, Accept };
 
 class FaultPlan {
 public:
