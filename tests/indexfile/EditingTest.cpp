@@ -11,6 +11,7 @@ TEST(AContainer, MayBeGivenAnyPointer) {
     index.addSection("a", "x", -1, 0);
     index.addSection("a", nullptr, 1, 0);
     index.addSection("a", static_cast<const char*>(nullptr));
+    index.addSection(nullptr, "/dev/null");
     index.removeSection(nullptr);
     EXPECT_FALSE(index.linkSection(nullptr, "/dev/null") || index.save(nullptr) || index.save(""));
     EXPECT_FALSE(index.collapseFromDirectory(nullptr) || index.expandToDirectory(nullptr));

@@ -16,7 +16,7 @@ TEST(File, OpensOneSource) {
     CPP_File file;
     UT_WorkBuffer line;
     EXPECT_STREQ(file.getName(), "");
-    EXPECT_EQ(file.getLine(line) + file.open("x", nullptr), 0);
+    EXPECT_EQ(file.getLine(line) + file.open("x", nullptr) + file.open(stdin, nullptr, "x"), 0);
     EXPECT_EQ(file.open("x", new MadeLines(listed({"1"}))), 1);
     MadeLines second(listed({"2"}));
     EXPECT_EQ(file.open("y", &second), 0);

@@ -141,6 +141,7 @@ TEST_F(Info, ListsADirectory) {
     UT_StringArray names, dirs;
     EXPECT_TRUE(FS_Info(d.c_str()).getContents(names, &dirs, nullptr, nullptr));
     EXPECT_TRUE(FS_Info(d.c_str()).getContents(names, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(FS_Info(nullptr).getContents(names, &dirs, nullptr, nullptr));
     EXPECT_EQ(names.entries(), 4 + 6) << "added to what was there";
 }
 
