@@ -5,15 +5,12 @@ OptionScan::OptionScan(int argc, const char* const* argv, std::string_view lette
 
 int OptionScan::next() {
     argument_ = nullptr;
-    if (ended_) return kEnd;
     if (!*place_) {
         const char* word = this->word(index_);
         // "-" alone is an operand.
-        ended_ = !word || word[0] != '-' || !word[1];
-        if (ended_) return kEnd;
+        if (!word || word[0] != '-' || !word[1]) return kEnd;
         ++index_;
-        ended_ = std::string_view(word) == "--";
-        if (ended_) return kEnd;
+        if (std::string_view(word) == "--") return kEnd;
         place_ = word + 1;
     }
     const char letter = *place_++;

@@ -15,7 +15,8 @@ public:
     // argument. All three are borrowed. A null word ends the list.
     OptionScan(int argc, const char* const* argv, std::string_view letters);
 
-    // The next option letter, kUnknown, or kEnd at the first word that is no option and behind "--".
+    // The next option letter, kUnknown, or kEnd at the first word that is no option and behind "--", where
+    // the scan is over.
     int next();
     // The argument of the letter that next() gave; null if it takes none.
     const char* argument() const { return argument_; }
@@ -31,5 +32,4 @@ private:
     int index_ = 1;
     const char* place_ = "";  // what is left of the word being read
     const char* argument_ = nullptr;
-    bool ended_ = false;
 };

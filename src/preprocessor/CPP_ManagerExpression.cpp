@@ -235,18 +235,14 @@ bool Condition::takeOperator(const Operator& op) {
     if (op.op == Op::Open) {
         operators_.append(index);
     } else if (op.op == Op::Close) {
-        while (!operators_.isEmpty() && kOperators[operators_.last()].op != Op::Open) {
-            if (!applyTop()) return false;
-        }
+        while (!operators_.isEmpty() && kOperators[operators_.last()].op != Op::Open) applyTop();
         // It stands for a value now, and an operator is still due. Without a partner it is wrong.
         return operators_.removeAt(std::int64_t{operators_.entries()} - 1) >= 0;
     } else if (isPrefix) {
         values_.append(0);  // the left value, which it doesn't use
         operators_.append(index);
     } else {
-        while (!operators_.isEmpty() && op.precedence >= kOperators[operators_.last()].precedence) {
-            if (!applyTop()) return false;
-        }
+        while (!operators_.isEmpty() && op.precedence >= kOperators[operators_.last()].precedence) applyTop();
         operators_.append(index);
         expectOperator_ = false;
     }
