@@ -86,7 +86,7 @@ class Help(unittest.TestCase):
     def test_a_mistake_is_told_with_what_was_meant(self):
         for line, reason in (("inex", 'no subcommand "inex"; did you mean "index"?'), ("index ad", 'did you mean "index add"?'),
                              ("create", 'did you mean "index create"?'), ("help pats", 'did you mean "paths"?'),
-                             ("ls --jsn", 'did you mean "--json"?'), ("cat -x", 'stands behind "--"'), ("cp a b c", '"c" is one argument'),
+                             ("ls --js=1", 'did you mean "--json"?'), ("cat -x", 'stands behind "--"'), ("cp a b c", '"c" is one argument'),
                              ("index", "a subcommand is missing"), ("help --completion csh", "only for bash, zsh and fish")):
             answer = run(COMMAND, *line.split())
             self.assertEqual((answer.returncode, answer.stdout, answer.stderr.count("\n")), (2, "", 1), line)
