@@ -42,8 +42,7 @@ public:
         UT_PathSearch::getHomeTarvani(home);
         if (home.isEmpty()) return;
         directory_ = ::open(home.buffer(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        while (directory_ >= 0 && ::flock(directory_, LOCK_EX) != 0 && errno == EINTR) {
-        }
+        if (directory_ >= 0) ::flock(directory_, LOCK_EX);
     }
     ~Change() {
         if (directory_ >= 0) ::close(directory_);
