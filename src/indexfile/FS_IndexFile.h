@@ -121,7 +121,8 @@ public:
     // "Sections.list" beside them; a section that is a container with sections becomes a directory of the same form, to
     // 64 levels. False when there are no sections (nothing is written) and at the first step that fails, also when
     // sections that share bytes come to more than 64 times the source, and when a file would be written over the
-    // container: what has been written stays. Works in the process's current directory and puts it back.
+    // container or what a section is linked to: what has been written stays. Works in the process's current directory
+    // and puts it back.
     virtual bool expandToDirectory(const char* path);
     // Adds the sections of the directory form at `path`, replacing those of the same name, and takes over its
     // description. False at the first step that fails; what was added so far stays. A file that can't be read whole
@@ -226,6 +227,7 @@ private:
     class OpenSource;
     struct Place;
     struct NameSet;
+    struct Expansion;
     static constexpr int kCurrentTime = -1;  // as an argument
 
     void readIndex();
@@ -257,10 +259,9 @@ private:
     void followSource();
     void followLinks(const char* path);
     bool refuseExpansion(std::string_view file, std::string_view reason);
-    bool isSource(const char* path) const;
     std::int64_t sharingLimit() const;
-    bool expandLevel(const char* path, int level, std::int64_t& left);
-    bool expandSection(int index, int level, NameSet& written, std::int64_t& left);
+    bool expandLevel(const char* path, int level, Expansion& expansion);
+    bool expandSection(int index, int level, NameSet& written, Expansion& expansion);
     bool expandToFile(int index, const std::string& path, UT_String& reason);
     bool collapseLevel(const char* path, int level);
     bool collapseList(int level);

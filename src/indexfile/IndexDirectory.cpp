@@ -18,6 +18,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "IndexParts.h"
 #include "SectionTable.h"
@@ -29,7 +30,7 @@ namespace {
 
 constexpr int kMostLevels = 64;
 constexpr std::string_view kListFile = "Sections.list";
-constexpr std::string_view kIsSource = "is the container that is being expanded, and stays as it is";
+constexpr std::string_view kIsSource = "is what is being expanded, and stays as it is";
 constexpr std::string_view kNamesSections = "a \"?\" in the path stands for sections";
 
 std::string here(std::string_view name) {
@@ -73,6 +74,21 @@ void setTimes(const std::string& path, int seconds) {
 // The file names of one directory.
 struct FS_IndexFile::NameSet : std::set<std::string, std::less<>> {};
 
+// What all levels of one expansion have in common.
+struct FS_IndexFile::Expansion {
+    std::int64_t left;                                          // bytes of sections that may still be written
+    std::set<std::pair<std::uint64_t, std::uint64_t>> sources;  // device and inode of what sections are read from
+
+    void addSource(const char* path) {
+        if (const FileStatus status = platform::fileStatus(path)) sources.emplace(status.device, status.inode);
+    }
+    // A container may have a section of its own name, and a section may be linked to the file that it would go to.
+    bool isSource(const std::string& path) const {
+        const FileStatus there = platform::linkStatus(path.c_str());
+        return there && sources.contains({there.device, there.inode});
+    }
+};
+
 // Two names never give the same result: `_` begins every replacement and doubles itself. What would be the list file
 // after a run of `_` gets one more of them instead, which no other name can give.
 void FS_IndexFile::makeValidFileName(UT_String& name) {
@@ -101,18 +117,8 @@ bool FS_IndexFile::refuseExpansion(std::string_view file, std::string_view reaso
     return false;
 }
 
-// Whether the sections are read from the file that stands there: a container may have a section of its own name.
-bool FS_IndexFile::isSource(const char* path) const {
-    if (reader == nullptr) return false;
-    UT_String source;
-    reader->getFilename(source);
-    const FileStatus there = platform::linkStatus(path);
-    return there && isSameFile(there, platform::fileStatus(source.buffer()));
-}
-
 bool FS_IndexFile::writeSectionListFile(const char* path) {
     if (const std::string what = obstacle(FileKind::File, path); !what.empty()) return refuseExpansion(kListFile, what);
-    if (isSource(path)) return refuseExpansion(kListFile, kIsSource);
     FS_Writer writer(path);
     std::ostream* const out = writer.getStream();
     if (out != nullptr) *out << description << '\n';
@@ -134,8 +140,17 @@ bool FS_IndexFile::expandToDirectory(const char* path) {
     if (std::string_view(path).find('?') != std::string_view::npos) return refuseExpansion({}, kNamesSections);
     // Opened once for all sections: to find a container in a container takes a pass over the table of the outer one.
     const OpenSource source(*this);
-    std::int64_t most = sharingLimit();
-    return expandLevel(path, 1, most);
+    Expansion expansion{sharingLimit(), {}};
+    UT_String file;
+    if (reader != nullptr) reader->getFilename(file);
+    expansion.addSource(file.buffer());
+    const FS_Section::Link* last = nullptr;
+    for (const FS_Section* const section : sections) {
+        // Those that were linked together lie together.
+        if (section->link_ && section->link_.get() != last) expansion.addSource(section->link_->origin().c_str());
+        last = section->link_.get();
+    }
+    return expandLevel(path, 1, expansion);
 }
 
 // More bytes than all levels hold together where no two sections share any. Sections that lie in one place, as do those
@@ -150,22 +165,27 @@ std::int64_t FS_IndexFile::sharingLimit() const {
     return total * kMostLevels;
 }
 
-// `left` is how many bytes of sections may still be written.
-bool FS_IndexFile::expandLevel(const char* path, int level, std::int64_t& left) {
+bool FS_IndexFile::expandLevel(const char* path, int level, Expansion& expansion) {
     if (getNumSections() == 0) return refuseExpansion({}, "the container has no sections");
     if (level > kMostLevels) return refuseExpansion({}, "lies deeper than 64 levels");
     const int error = platform::makeDirectories(path, 0777);
     platform::WorkingDirectory directory;
     if (!directory.enter(path, level == 1 ? platform::Links::Follow : platform::Links::Refuse))
         return refuseExpansion({}, error ? platform::errorWords(error) : "can't be entered");
-    bool done =
-        isSectionPathHere() ? refuseExpansion({}, kNamesSections) : writeSectionListFile(here(kListFile).c_str());
+    const std::string list = here(kListFile);
+    bool done = true;
+    if (isSectionPathHere())
+        done = refuseExpansion({}, kNamesSections);
+    else if (expansion.isSource(list))
+        done = refuseExpansion(kListFile, kIsSource);
+    else
+        done = writeSectionListFile(list.c_str());
     NameSet written;
-    for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written, left);
+    for (int i = 0; done && i < getNumSections(); ++i) done = expandSection(i, level, written, expansion);
     return directory.restore() ? done : refuseExpansion({}, "there is no way back to the current directory");
 }
 
-bool FS_IndexFile::expandSection(int index, int level, NameSet& written, std::int64_t& left) {
+bool FS_IndexFile::expandSection(int index, int level, NameSet& written, Expansion& expansion) {
     const Place place = placeAt(index);
     UT_String file(place.name, 1, -1);
     makeValidFileName(file);
@@ -173,18 +193,18 @@ bool FS_IndexFile::expandSection(int index, int level, NameSet& written, std::in
     const std::string section = "section \"" + std::string(place.name) + "\"";
     if (!isEntryName(file.view())) return refuseExpansion({}, section + " can't be a file of that name");
     if (!written.emplace(file.view()).second) return refuseExpansion({}, section + " is there twice");
-    if (left < 0) return refuseExpansion({}, "the sections share their bytes too often");
+    if (expansion.left < 0) return refuseExpansion({}, "the sections share their bytes too often");
     FS_IndexFile inner(getSectionReader(place.name));
     const bool isContainer = inner.getNumSections() > 0;
     if (const std::string what = obstacle(isContainer ? FileKind::Directory : FileKind::File, path); !what.empty())
         return refuseExpansion(file.view(), what);
-    if (isSource(path.c_str())) return refuseExpansion(file.view(), kIsSource);
+    if (expansion.isSource(path)) return refuseExpansion(file.view(), kIsSource);
     UT_String reason;
-    if (isContainer && !inner.expandLevel(path.c_str(), level + 1, left))
+    if (isContainer && !inner.expandLevel(path.c_str(), level + 1, expansion))
         return refuseExpansion(file.view(), inner.getWriteFailure().view());
     if (!isContainer && !expandToFile(index, path, reason)) return refuseExpansion(file.view(), reason.view());
     setTimes(path, place.modTime);
-    left -= place.dataSize;
+    expansion.left -= place.dataSize;
     return true;
 }
 

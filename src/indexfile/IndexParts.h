@@ -56,7 +56,9 @@ struct FS_IndexFile::FS_Section::Link {
     FS_Reader source{nullptr};                                  // without a stream where there is a file
     std::unique_ptr<FS_IStreamFilterFactory> filter = nullptr;  // what the bytes pass through; null for none
 
-    // Whether the bytes come from a stretch of this file, and so move when it is written anew.
+    // The path of the file that the bytes come from; empty where there is none.
+    std::string origin() const;
+    // Whether they come from a stretch of this file, and so move when it is written anew.
     bool leadsInto(const platform::FileStatus& file) const;
     FS_Reader open() const { return file.empty() ? source : FS_Reader(file.c_str()); }
 };

@@ -140,13 +140,17 @@ void FS_IndexFile::followSource() {
     }
 }
 
+std::string FS_IndexFile::FS_Section::Link::origin() const {
+    if (!file.empty()) return std::string(fileOf(file));
+    UT_String opened;
+    source.getFilename(opened);
+    return std::string(opened.view());
+}
+
 bool FS_IndexFile::FS_Section::Link::leadsInto(const platform::FileStatus& target) const {
     // What is linked as a whole file is held to its length.
     if (!file.empty() && sectionsOf(file).empty()) return false;
-    UT_String opened;
-    source.getFilename(opened);
-    const std::string from = file.empty() ? std::string(opened.view()) : std::string(fileOf(file));
-    return isSameFile(platform::fileStatus(from.c_str()), target);
+    return isSameFile(platform::fileStatus(origin().c_str()), target);
 }
 
 // After the container at `path` was written over by this object, which has its source elsewhere: sections linked from
