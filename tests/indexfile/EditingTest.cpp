@@ -13,7 +13,8 @@ TEST(AContainer, MayBeGivenAnyPointer) {
     index.addSection("a", static_cast<const char*>(nullptr));
     index.addSection(nullptr, "/dev/null");
     index.removeSection(nullptr);
-    EXPECT_FALSE(index.linkSection(nullptr, "/dev/null") || index.save(nullptr) || index.save(""));
+    EXPECT_FALSE(index.linkSection(nullptr, "/dev/null") || index.linkSection("a", FS_Reader("")));
+    EXPECT_FALSE(index.save(nullptr) || index.save(""));
     EXPECT_FALSE(index.collapseFromDirectory(nullptr) || index.expandToDirectory(nullptr));
     EXPECT_EQ(index.getNumSections(), 0);
     for (const char* name : {"a", "b"}) index.addSection(name, nullptr, 0, 0);
