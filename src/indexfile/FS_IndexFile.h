@@ -169,7 +169,8 @@ public:
     // options.
     bool readOptionsSection(const char* name, UT_Options& options) const;
     // A new stream, owned by the caller, over the content. It stays readable when the section or the whole object
-    // goes. Null for an unknown name and when the source can't be opened.
+    // goes. Null for an unknown name. Where the source can't be opened, null or a stream that isn't good. One over a
+    // source without a file name (FS_ReaderStream) isn't good either: read such a section by readSection.
     FS_ReaderStream* getSectionStream(const char* name) const;
     // The same in a new FS_Reader, owned by the caller.
     FS_Reader* getSectionReader(const char* name) const;
@@ -202,7 +203,7 @@ public:
     // stay in the table.
     void moveSections(int first, int last, int offset);
     // Adds all sections of `other` with their times, in its order. Where a name is in both, `overwrite` decides which
-    // content stays.
+    // content stays. A section that `other` can't deliver whole adds nothing.
     void mergeIndexFile(const FS_IndexFile& other, bool overwrite);
     // The same, but the bytes stay in `other`'s source until this container is written. They are read where `other`
     // found them: its file must not be written over before.
