@@ -7,6 +7,8 @@
 
 namespace {
 
+using textscan::digitValue;
+using textscan::equalsLower;
 using textscan::isDigit;
 using textscan::isLetter;
 
@@ -23,11 +25,6 @@ std::string_view trimmed(std::string_view text) {
     const auto begin = std::min(text.find_first_not_of(" \t"), text.size());
     text.remove_prefix(begin);
     return text.substr(0, text.find_last_not_of(" \t") + 1);
-}
-
-bool equalsLower(std::string_view text, std::string_view lower) {
-    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                      [](char a, char b) { return textscan::toLower(a) == b; });
 }
 
 struct Field {
@@ -60,18 +57,12 @@ int parseStatus(std::string_view line) {
     return status >= 100 ? status : 0;
 }
 
-int digitOf(char c) {
-    if (isDigit(c)) return c - '0';
-    const char lower = textscan::toLower(c);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
-}
-
 // Takes the digits in front of `text`. None if there is no digit or the number is above `most`.
 std::optional<std::int64_t> takeNumber(std::string_view& text, int base, std::int64_t most) {
     std::int64_t number = 0;
     std::size_t at = 0;
-    for (; at < text.size() && digitOf(text[at]) < base; ++at) {
-        const int digit = digitOf(text[at]);
+    for (; at < text.size() && digitValue(text[at]) < base; ++at) {
+        const int digit = digitValue(text[at]);
         if (digit > most || number > (most - digit) / base) return std::nullopt;
         number = number * base + digit;
     }

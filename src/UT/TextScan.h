@@ -32,6 +32,12 @@ constexpr bool isLetter(char c) {
 constexpr char toLower(char c) {
     return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
+// Of a hexadecimal digit; 16 of any other character.
+constexpr int digitValue(char c) {
+    if (isDigit(c)) return c - '0';
+    c = toLower(c);
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : 16;
+}
 // True if `text` is `lower`, which has no capitals, in whatever case.
 constexpr bool equalsLower(std::string_view text, std::string_view lower) {
     return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),

@@ -134,12 +134,6 @@ std::string_view takeWhile(std::string_view& text, IsDigit isDigit) {
     return taken;
 }
 
-int digitValue(char c) {
-    if (textscan::isDigit(c)) return c - '0';
-    c = textscan::toLower(c);
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : 16;
-}
-
 // The number at the front of `text`, which is left behind it. A literal that is too large becomes the largest one.
 int takeNumber(std::string_view& text) {
     const bool negative = text.starts_with('-');
@@ -149,7 +143,7 @@ int takeNumber(std::string_view& text) {
     if (text.starts_with("0x")) {
         base = 16;
         text.remove_prefix(2);
-        digits = takeWhile(text, [](char c) { return digitValue(c) < 16; });
+        digits = takeWhile(text, [](char c) { return textscan::digitValue(c) < 16; });
     } else {
         if (text.starts_with('0')) base = 8;
         digits = takeWhile(text, textscan::isDigit);
@@ -157,8 +151,8 @@ int takeNumber(std::string_view& text) {
     std::int64_t value = 0;
     for (const char c : digits) {
         // An octal number ends at its first digit that isn't octal; the others are passed over.
-        if (digitValue(c) >= base) break;
-        value = std::min(value * base + digitValue(c), kHighest);
+        if (textscan::digitValue(c) >= base) break;
+        value = std::min(value * base + textscan::digitValue(c), kHighest);
     }
     return static_cast<int>(negative ? -value : value);
 }
