@@ -21,15 +21,16 @@ int piecesLeft = -1;  // of memory that are to be had yet; negative: as many as 
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inline: a compiler that sees one of them and not the other takes them for a pair that doesn't match.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     void* const piece = piecesLeft < 0 || piecesLeft-- > 0 ? std::malloc(size) : nullptr;
     if (!piece) throw std::bad_alloc();
     return piece;
 }
-void operator delete(void* piece) noexcept {
+[[gnu::noinline]] void operator delete(void* piece) noexcept {
     std::free(piece);
 }
-void operator delete(void* piece, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* piece, std::size_t) noexcept {
     std::free(piece);
 }
 
