@@ -82,6 +82,16 @@ std::string noOption(const std::string& typed, const CommandInfo& command) {
            (meant.empty() ? "; a name that begins with \"-\" stands behind \"--\"" : meant);
 }
 
+// The parser says "-D: 1 required TEXT missing", and "--path: At Most 1 required but received 2".
+std::string wrongCount(const std::string& text) {
+    constexpr std::string_view kRequired = ": 1 required ", kMissing = " missing";
+    const std::string option = text.substr(0, text.find(':'));
+    if (!text.ends_with(kMissing) || text.compare(option.size(), kRequired.size(), kRequired) != 0)
+        return option + ": one is enough";
+    const std::size_t value = option.size() + kRequired.size();
+    return option + ": " + text.substr(value, text.size() - kMissing.size() - value) + " is required";
+}
+
 std::string inWords(const CLI::App& app, const std::vector<std::string>& called, const CLI::ParseError& error) {
     const std::vector<std::string> left = app.remaining();
     const bool wantsSubcommand = app.get_require_subcommand_min() > 0;
@@ -93,6 +103,7 @@ std::string inWords(const CLI::App& app, const std::vector<std::string>& called,
     }
     if (wantsSubcommand) return "a subcommand is missing";
     if (!left.empty()) return "\"" + unmarked(left.front()) + "\" is one argument too many";
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) return wrongCount(error.what());
     return error.what();
 }
 
