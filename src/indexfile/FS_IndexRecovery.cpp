@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "IndexFormat.h"
+#include "IndexParts.h"
 
 namespace {
 
@@ -54,11 +55,6 @@ bool beginsAsContainer(const std::string& path, bool orReserved) {
     UT_IStream in = openPlain(path);
     const std::string_view begin = in.buffered().substr(0, indexformat::kMagic.size());
     return begin == indexformat::kMagic || (orReserved && begin.find_first_not_of('\0') == std::string_view::npos);
-}
-
-bool refuse(UT_String* reason, std::string_view words) {
-    if (reason != nullptr) reason->harden(words);
-    return false;
 }
 
 }  // namespace

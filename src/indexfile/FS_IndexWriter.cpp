@@ -14,7 +14,6 @@
 #include <stream/PathForm.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <limits>
 #include <optional>
 #include <string>
@@ -22,12 +21,11 @@
 #include <vector>
 
 #include "IndexFormat.h"
-#include "SectionTable.h"
+#include "IndexParts.h"
 
 using namespace indexformat;
 using platform::failure;
 using platform::Outcome;
-using platform::success;
 
 namespace {
 
@@ -40,21 +38,11 @@ int saturated(std::int64_t seconds) {
     return static_cast<int>(std::clamp(seconds, kFirst, kLast));
 }
 
-// Whether a container may take the place of what stands there.
-Outcome mayReplace(const std::string& file) {
-    const platform::FileStatus old = platform::fileStatus(file.c_str());
-    if (!old) return old.error == ENOENT ? success() : failure(platform::errorWords(old.error));
-    if (old.kind != platform::FileKind::File) return failure("is not a regular file");
-    if (old.size == 0) return success();
-    UT_IStream in(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
-    if (!in.getSource()) return failure("can't be opened for reading, so it may not be a container");
-    return holdsContainer(in) ? success() : failure("is not a container, and is left as it is");
-}
-
 }  // namespace
 
 struct FS_IndexWriter::State {
-    explicit State(std::string path) : outcome(path.empty() ? failure("no path") : mayReplace(path)) {
+    explicit State(std::string path)
+        : outcome(path.empty() ? failure("no path") : mayReplace(path, platform::fileStatus(path.c_str()))) {
         // What may not be replaced isn't even opened: a pipe would wait for somebody who reads it.
         if (!outcome.done) return;
         file.emplace(std::move(path), platform::ReplaceBy::Copy);

@@ -19,11 +19,6 @@
 
 namespace {
 
-bool refuse(UT_String* reason, std::string_view words) {
-    if (reason != nullptr) *reason = words;
-    return false;
-}
-
 // A path that holds when the current directory changes.
 std::string absolutePath(std::string_view path) {
     UT_String absolute(path);

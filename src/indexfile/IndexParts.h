@@ -3,15 +3,27 @@
 #include <UT/UT_IStream.h>
 #include <indexfile/FS_IndexFile.h>
 #include <platform/FileStatus.h>
+#include <platform/Outcome.h>
 #include <stream/FS_FilterFactory.h>
 #include <stream/FS_Reader.h>
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 inline bool isSameFile(const platform::FileStatus& a, const platform::FileStatus& b) {
     return a && b && a.device == b.device && a.inode == b.inode;
 }
+
+// Gives the reason to who asked for one. Always false.
+inline bool refuse(UT_String* reason, std::string_view words) {
+    if (reason != nullptr) reason->harden(words);
+    return false;
+}
+
+// Whether a container may take the place of `there`, which is what stands at the path of a local file: nothing, an
+// empty file, or another container.
+platform::Outcome mayReplace(const std::string& file, const platform::FileStatus& there);
 
 // What is known of one section, whether it stands in the table as read or has an FS_Section of its own.
 struct FS_IndexFile::Place {

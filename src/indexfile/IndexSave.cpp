@@ -17,11 +17,6 @@
 
 namespace {
 
-bool refuse(UT_String* reason, std::string_view words) {
-    if (reason != nullptr) *reason = words;
-    return false;
-}
-
 // "d/a?b?c": the file d/a, and the sections "b?c" in it.
 std::string_view fileOf(std::string_view path) {
     return stripFilePrefix(path.substr(0, path.find('?')));
@@ -34,6 +29,16 @@ std::string_view sectionsOf(std::string_view path) {
 constexpr std::string_view kChanged = "the file that this container was read from has changed since";
 
 }  // namespace
+
+platform::Outcome mayReplace(const std::string& file, const platform::FileStatus& there) {
+    if (!there)
+        return there.error == ENOENT ? platform::success() : platform::failure(platform::errorWords(there.error));
+    if (there.kind != platform::FileKind::File) return platform::failure("is not a regular file");
+    if (there.size == 0) return platform::success();
+    UT_IStream old(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
+    if (!old.getSource()) return platform::failure("can't be opened for reading, so it may not be a container");
+    return holdsContainer(old) ? platform::success() : platform::failure("is not a container, and is left as it is");
+}
 
 bool FS_IndexFile::save(const char* path, UT_String* reason) {
     if (path == nullptr || *path == '\0') return refuse(reason, "no path");
@@ -74,13 +79,9 @@ bool FS_IndexFile::save(const char* path, UT_String* reason) {
 bool FS_IndexFile::mayReplace(const char* path, bool& isOwnSource, UT_String* reason) const {
     const std::string file(fileOf(path));
     const platform::FileStatus target = platform::fileStatus(file.c_str());
-    if (!target) return target.error == ENOENT || refuse(reason, platform::errorWords(target.error));
-    if (target.kind != platform::FileKind::File) return refuse(reason, "is not a regular file");
-    if (target.size > 0) {
-        UT_IStream old(UTmakeFileSource(file.c_str()), UT_ISTREAM_BINARY);
-        if (!old.getSource()) return refuse(reason, "can't be opened for reading, so it may not be a container");
-        if (!holdsContainer(old)) return refuse(reason, "is not a container, and is left as it is");
-    }
+    if (const platform::Outcome outcome = ::mayReplace(file, target); !outcome.done)
+        return refuse(reason, outcome.reason);
+    if (!target) return true;
     const OpenSource source(*this);
     if (source.stream() == nullptr) return true;
     UT_String opened;
