@@ -27,6 +27,9 @@ int piecesLeft = -1;  // of memory that are to be had yet; negative: as many as 
     if (!piece) throw std::bad_alloc();
     return piece;
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* piece) noexcept {
     std::free(piece);
 }
