@@ -1,3 +1,4 @@
+// The controls: the variable of each, what it is without one, and its range.
 #include <UT/UT_EnvControl.h>
 #include <UT/UT_Tarvani.h>
 

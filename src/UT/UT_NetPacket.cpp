@@ -1,3 +1,4 @@
+// Masks of addresses: what a field may be, and what separates masks.
 #include <UT/UT_NetPacket.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Options text, line by line. Which type a value gets says UT_OptionFile::setOptionFromText.
 #include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Options.h>

@@ -1,9 +1,8 @@
+#include <UT/Saturated.h>
 #include <UT/UT_WebConnection.h>
 #include <UT/UT_WorkBuffer.h>
 #include <UT/WebFetch.h>
 
-#include <algorithm>
-#include <limits>
 #include <new>
 
 UT_WebConnection::~UT_WebConnection() = default;
@@ -20,8 +19,7 @@ bool UT_WebConnection::retrievePage(UT_WorkBuffer& body, UT_WorkBuffer& header) 
         });
         header.assign(answer.header);
         error_ = std::string_view(answer.error);
-        constexpr std::int64_t kFirst = std::numeric_limits<int>::min(), kLast = std::numeric_limits<int>::max();
-        modTime_ = static_cast<int>(std::clamp(answer.modTime, kFirst, kLast));
+        modTime_ = saturated(answer.modTime);
     } catch (const std::bad_alloc&) {
         // A page may be far larger than what this machine can hold.
         error_ = "out of memory";

@@ -1,5 +1,6 @@
 // Opening a container, and what can be asked of it. The table stays as its bytes for as long as nobody edits it; see
 // makeSections.
+#include <UT/Saturated.h>
 #include <UT/UT_Options.h>
 #include <UT/UT_Path.h>
 #include <indexfile/FS_IndexFile.h>
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <cstring>
 #include <ctime>
-#include <limits>
 #include <memory>
 #include <new>
 
@@ -44,8 +44,7 @@ FS_IndexFile::~FS_IndexFile() {
 }
 
 int FS_IndexFile::getCurrentTime() {
-    constexpr std::time_t kLast = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(std::time(nullptr), kLast));
+    return saturated(std::time(nullptr));
 }
 
 void FS_IndexFile::openStream() const {

@@ -2,6 +2,7 @@
 // and the table goes into the room in front of them at the end.
 #include <UT/FilePrefix.h>
 #include <UT/FileSource.h>
+#include <UT/Saturated.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_SymbolTable.h>
@@ -14,7 +15,6 @@
 #include <stream/PathForm.h>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,11 +32,6 @@ namespace {
 // Read and written in pieces of this size, in memory that is used again for every file.
 constexpr std::size_t kBlock = 256 * 1024;
 constexpr char kTooLarge[] = "the container would be larger than 2147483647 bytes";
-
-int saturated(std::int64_t seconds) {
-    constexpr std::int64_t kLast = std::numeric_limits<int>::max(), kFirst = std::numeric_limits<int>::min();
-    return static_cast<int>(std::clamp(seconds, kFirst, kLast));
-}
 
 }  // namespace
 

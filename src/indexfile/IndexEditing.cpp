@@ -1,4 +1,5 @@
 // Changes to the set of sections. They live in the object until a container is written; the source is never touched.
+#include <UT/Saturated.h>
 #include <UT/UT_OStrStream.h>
 #include <UT/UT_Path.h>
 #include <platform/FileStatus.h>
@@ -6,7 +7,6 @@
 #include <stream/FS_ReaderStream.h>
 #include <stream/PathForm.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <set>
@@ -37,10 +37,6 @@ bool lookAt(std::string& path, platform::FileStatus& status) {
         (status.mode & kReadableByAll) == kReadableByAll || platform::accessFile(absolute.c_str(), 4) == 0;
     if (isReadable) path = std::move(absolute);
     return isReadable;
-}
-
-int saturated(std::int64_t value) {
-    return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 // Writing a container, table first. Every section's bytes are counted against what the table promised.
+#include <UT/Saturated.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_StreamBufferFilter.h>
 
-#include <algorithm>
-#include <climits>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -63,7 +62,7 @@ int FS_IndexFile::getWriteFilteredSectionSize(int index) const {
 int FS_IndexFile::guessStreamSize() const {
     std::int64_t size = 8192;
     for (int i = 0; i < getNumSections(); ++i) size += getWriteFilteredSectionSize(i);
-    return static_cast<int>(std::min<std::int64_t>(size, INT_MAX));
+    return saturated(size);
 }
 
 void FS_IndexFile::writeFile(std::ostream& out) {

@@ -1,3 +1,4 @@
+// Raw lines of one input, joined at backslashes and counted, and the state of its open conditionals.
 #include <UT/UT_IStream.h>
 #include <preprocessor/CPP_File.h>
 #include <preprocessor/Words.h>

@@ -84,6 +84,7 @@ UT_WorkBuffer compileDefinition(std::string_view text, std::span<const std::stri
             at += word.size();
             continue;
         }
+        // One sign in front makes a string of the argument; several only go, so that it joins what stands before them.
         char placeholder[16];
         const char* const format = at - signs == 1 ? "\"#%zu#\"" : "#%zu#";
         std::snprintf(placeholder, sizeof placeholder, format, index);

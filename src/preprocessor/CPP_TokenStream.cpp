@@ -1,3 +1,5 @@
+// Words of preprocessed lines, and what becomes of the lines in which the preprocessor speaks. What a word is says
+// UT_String::parseInPlace.
 #include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <preprocessor/CPP_Manager.h>

@@ -1,5 +1,6 @@
 // Private: what the preprocessor takes for a word and for a number, in lines, definitions and conditions alike.
 #pragma once
+#include <UT/Saturated.h>
 #include <UT/TextScan.h>
 
 #include <algorithm>
@@ -71,11 +72,11 @@ inline int leadingNumber(std::string_view text) {
     text = skipSpace(text);
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);
-    constexpr std::int64_t kHighest = std::numeric_limits<int>::max(), kLowest = std::numeric_limits<int>::min();
+    constexpr std::int64_t kEnough = std::int64_t{std::numeric_limits<int>::max()} + 1;  // with either sign
     std::int64_t value = 0;
     for (; !text.empty() && textscan::isDigit(text[0]); text.remove_prefix(1))
-        value = std::min(value * 10 + (text[0] - '0'), kHighest + 1);
-    return static_cast<int>(negative ? std::max(-value, kLowest) : std::min(value, kHighest));
+        value = std::min(value * 10 + (text[0] - '0'), kEnough);
+    return saturated(negative ? -value : value);
 }
 
 }  // namespace cppwords

@@ -1,3 +1,5 @@
+// The search that opens a path for reading, stage by stage in createStreamFromSource: a section path first, then the
+// helpers, then the local file.
 #include <UT/UT_String.h>
 #include <stream/AskHelpers.h>
 #include <stream/FS_Reader.h>

@@ -1,4 +1,5 @@
 #include <UT/FileSource.h>
+#include <UT/Saturated.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Path.h>
 #include <platform/FileStatus.h>
@@ -6,16 +7,9 @@
 #include <stream/FS_ReaderStream.h>
 #include <stream/PathForm.h>
 
-#include <algorithm>
 #include <ctime>
-#include <limits>
 
 namespace {
-
-int saturated(std::int64_t value) {
-    return static_cast<int>(
-        std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-}
 
 // Length and time are those of the path as given, the bytes those of its absolute form. Only behind a "file:", which
 // means nothing to the system, do the two name different files; everywhere else the opening has learnt both.

@@ -1,3 +1,5 @@
+// The search that opens a path for writing: helpers first, also for a section path, then FS_WriterStream, which tells a
+// file from a section.
 #include <UT/UT_String.h>
 #include <stream/FS_Writer.h>
 #include <stream/FS_WriterStream.h>

@@ -1,3 +1,5 @@
+// A file is written where it stands; a section is collected in a temporary file, which SectionCommit puts into its
+// container at the end.
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
 #include <platform/FileStatus.h>

@@ -1,3 +1,4 @@
+#include <UT/Saturated.h>
 #include <UT/TemporaryEnding.h>
 #include <UT/UT_Exit.h>
 #include <UT/WebFetch.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
 #include <memory>
 #include <unordered_map>
 
@@ -46,8 +46,7 @@ void removeHttpFiles(void*) {
 
 // As atoi does, but out of range the nearest number there is.
 int toPort(const std::string& text) {
-    const long number = std::strtol(text.c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp<long>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+    return saturated(std::strtol(text.c_str(), nullptr, 10));
 }
 
 }  // namespace
