@@ -1,3 +1,4 @@
+// One peer: whether it may talk (the constructor), its bytes until they are a message (readBatch), and the callback.
 #include <UT/UT_NetPacket.h>
 #include <UT/UT_NetSocket.h>
 #include <events/FS_ConnectedSocketListener.h>

@@ -1,3 +1,4 @@
+// The port that peers come to, and the child process with which a service can end.
 #include <UT/UT_NetSocket.h>
 #include <UT/UT_Process.h>
 #include <events/FS_ServerSocketListener.h>
