@@ -131,7 +131,7 @@ void FS_FileHistory::saveFilestoMRU(std::ostream& out) const {
 bool FS_FileHistory::loadFilesfromMRU(UT_IStream& in) {
     removeAll();
     for (const std::string& name : withoutRepeats(readBlock(in))) {
-        if (files.entries() == maxFiles) break;
+        if (files.entries() == maxFiles) break;  // the oldest names, which come first, are kept
         appendName(name);
     }
     nextIndex = files.entries() % maxFiles;

@@ -131,7 +131,8 @@ bool runIn(dso_file& file, const char* function, void* data, int checkVersion) {
     return call != nullptr;
 }
 
-// Puts the libraries of a known path in front of those in the list.
+// Puts the libraries of a known path in front of those in the list: the last directory first, so that the first one
+// comes to stand foremost; of one directory the last name does.
 void scanKnownPath(UT_KnownPath path) {
     const UT_StringArray& directories = UT_PathSearch::getInstance(path)->expandedDirs;
     for (int i = directories.entries() - 1; i >= 0; --i) {
