@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace {
 
@@ -43,6 +44,11 @@ void readNumber(const std::string& text, int least, int most, int& number) {
     if (error == std::errc() && stop == end && number >= least && number <= most) return;
     throw CLI::ValidationError("\"" + text + "\" is not a number from " + std::to_string(least) + " to " +
                                std::to_string(most));
+}
+
+void checkNumber(const std::string& text) {
+    int number = 0;
+    readNumber(text, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), number);
 }
 
 }  // namespace
@@ -119,7 +125,11 @@ Given<std::vector<std::string>> addLetters(CLI::App& app, std::span<const Letter
                 ->trigger_on_parse();
             continue;
         }
-        const auto take = [=](const std::string& given) { words->insert(words->end(), {option, given}); };
+        const bool isNumber = std::string_view(letter.name).ends_with(" NUMBER");
+        const auto take = [=](const std::string& given) {
+            if (isNumber) checkNumber(given);
+            words->insert(words->end(), {option, given});
+        };
         addRaw(app, letter.name, letter.help, take)->trigger_on_parse();
     }
     return words;

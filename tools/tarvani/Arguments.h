@@ -36,7 +36,7 @@ Given<std::vector<std::string>> addProgram(CLI::App& app, const char* name, cons
 Given<int> addNumber(CLI::App& app, const char* name, int least, int most, const char* help);
 // Options that are handed on as words, in the order in which they were given, each value a word of its own.
 struct Letter {
-    const char* name;  // "-P", or "-D TEXT" for one with a value
+    const char* name;  // "-P", or "-D TEXT" for one with a value, which must be a number if it is called NUMBER
     const char* help;
 };
 Given<std::vector<std::string>> addLetters(CLI::App& app, std::span<const Letter> letters);
