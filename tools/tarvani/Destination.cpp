@@ -74,5 +74,5 @@ Failure Destination::failed() {
 }
 
 Failure Destination::failed(const UT_String& reason) const {
-    return {path_, reasonFor(path_, reason.view()) + (incomplete_ ? "; the file is incomplete" : "")};
+    return {path_, writeReasonFor(path_, reason.view()) + (incomplete_ ? "; the file is incomplete" : "")};
 }

@@ -143,7 +143,7 @@ std::string whyUnwritable(const std::string& text) {
         // Only what serves the prefix can tell, and of what isn't there yet nobody can.
         const FS_Info info(path.outer.c_str());
         if (!info.hasAccess(0) || info.hasAccess(2)) return {};
-        return plain ? "can only be read" : at(path.outer, "can only be read");
+        return onlyRead(path);
     }
     struct stat status {};
     if (::stat(path.file.c_str(), &status) != 0) {
@@ -159,6 +159,11 @@ std::string whyUnwritable(const std::string& text) {
         return plain ? errorWords(errno) : at(path.outer, errorWords(errno) + " to write it");
     if (plain || status.st_size == 0) return {};
     return sectionFault(path);
+}
+
+std::string onlyRead(const LibraryPath& path) {
+    const std::string fault = "can only be read; write to a file or a section";
+    return path.sections.empty() ? fault : at(path.outer, fault);
 }
 
 std::unique_ptr<FS_IndexFile> openContainer(const std::string& path) {

@@ -11,6 +11,7 @@
 #include <string>
 
 class FS_IndexFile;
+struct LibraryPath;
 
 // Why FS_Reader gives nothing to read for `path`. Never empty.
 std::string whyUnreadable(const std::string& path);
@@ -19,6 +20,8 @@ std::string whyNoContainer(const std::string& path);
 // What stands against writing to `path`: a directory in its place, none where it should go, something that isn't a
 // container where a section should go.
 std::string whyUnwritable(const std::string& path);
+// What is to be said of a path that is served, but for reading alone.
+std::string onlyRead(const LibraryPath& path);
 // 'no section "geo" (3 sections: a, b, c)', shortened where there are many.
 std::string noSection(const FS_IndexFile& index, const std::string& name);
 

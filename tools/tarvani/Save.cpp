@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "Console.h"
+#include "Explain.h"
 #include "LibraryPath.h"
 
 namespace {
@@ -25,7 +26,7 @@ void saveContainer(FS_IndexFile& index, const std::string& path) {
     UT_String reason;
     const bool saved =
         LibraryPath(path).isLocal ? index.save(path.c_str(), &reason) : writeThroughHelper(index, path, reason);
-    if (!saved) throw Failure{path, reasonFor(path, reason.view())};
+    if (!saved) throw Failure{path, writeReasonFor(path, reason.view())};
 }
 
 std::string reasonFor(const std::string& path, std::string_view reason) {
@@ -36,6 +37,13 @@ std::string reasonFor(const std::string& path, std::string_view reason) {
         return std::string(reason.substr(front.size() + 2));
     }
     return reason.empty() ? "failed" : std::string(reason);
+}
+
+std::string writeReasonFor(const std::string& path, std::string_view reason) {
+    const LibraryPath parts(path);
+    // What nobody writes was tried as a local file, and the reason speaks of that.
+    const bool isUnserved = !parts.isLocal && reason.starts_with(parts.outer + ": ");
+    return isUnserved ? onlyRead(parts) : reasonFor(path, reason);
 }
 
 void refuseOverlap(const std::string& source, const std::string& dest) {

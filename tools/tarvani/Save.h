@@ -10,6 +10,8 @@ void saveContainer(FS_IndexFile& index, const std::string& path);
 
 // A reason that the library gave for `path`, without the path in front: the line of the failure has it already.
 std::string reasonFor(const std::string& path, std::string_view reason);
+// The same where `path` was to be written.
+std::string writeReasonFor(const std::string& path, std::string_view reason);
 
 // Throws Failure unless `dest` may be written from `source`: neither may be the other, or hold it.
 void refuseOverlap(const std::string& source, const std::string& dest);
