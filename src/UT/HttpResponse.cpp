@@ -158,7 +158,9 @@ bool HttpResponse::takeLine(std::string& text, std::size_t limit, std::string_vi
     const std::size_t end = input.find('\n');
     const std::size_t count = end == input.npos ? input.size() : end + 1;
     if (count > limit - text.size()) {
-        fail(phase_ == Phase::ChunkEnd ? "a chunk is longer than it says" : "the header is too long");
+        fail(phase_ == Phase::ChunkEnd    ? "a chunk is longer than it says"
+             : phase_ == Phase::ChunkSize ? "a chunk whose line is too long"
+                                          : "the header is too long");
         return false;
     }
     text.append(input.substr(0, count));
