@@ -227,7 +227,10 @@ bool UT_IStream::getLine(UT_WorkBuffer& line, int end) {
         const auto* const found = static_cast<const char*>(std::memchr(cursor_, end, n));
         line.append({cursor_, found ? static_cast<std::size_t>(found - cursor_) : n});
         cursor_ = found ? found + 1 : limit_;
-        if (found) return noteEnd(), true;
+        if (found) {
+            noteEnd();
+            return true;
+        }
     } while (!buffered().empty());
     return true;
 }

@@ -75,24 +75,24 @@ UT_NetSocket::~UT_NetSocket() {
 }
 
 UT_NetSocket* UT_NetSocket::accept(int timeoutMs, int* status) {
-    if (socket_ < 0) return finish(kGone, status, kGone), nullptr;
+    const auto end = [status](int how, UT_NetSocket* peer = nullptr) {
+        if (status) *status = how;
+        return peer;
+    };
+    if (socket_ < 0) return end(kGone);
     // Taken again here where that wasn't possible at once.
     if (reserve_ < 0) reserve_ = platform::reserveFd().release();
     for (const Deadline deadline(timeoutMs);;) {
         auto accepted = platform::acceptFrom(socket_);
-        if (accepted.fd) {
-            auto made = makeSocket(std::move(accepted.fd));
-            return finish(kDone, status, kDone), made.release();
-        }
+        if (accepted.fd) return end(kDone, makeSocket(std::move(accepted.fd)).release());
         if (isFullTable(accepted.error)) {
             // A peer left waiting would keep the listening socket readable for ever.
             platform::UniqueFd(reserve_).reset();
             accepted.error = platform::acceptFrom(socket_).error;
             reserve_ = platform::reserveFd().release();
         }
-        if (accepted.error != EAGAIN) return finish(kGone, status, kGone), nullptr;
-        if (!platform::waitFor(socket_, Ready::toRead, deadline.leftMs()))
-            return finish(kTimedOut, status, kTimedOut), nullptr;
+        if (accepted.error != EAGAIN) return end(kGone);
+        if (!platform::waitFor(socket_, Ready::toRead, deadline.leftMs())) return end(kTimedOut);
     }
 }
 
