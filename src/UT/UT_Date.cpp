@@ -1,6 +1,6 @@
 #include <UT/UT_Date.h>
-
 #include <locale.h>
+
 #include <cstring>
 #include <ctime>
 #include <string>

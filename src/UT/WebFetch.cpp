@@ -4,6 +4,7 @@
 #include <platform/Outcome.h>
 #include <platform/Socket.h>
 
+#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <memory>
