@@ -42,10 +42,11 @@ FileStatus Directory::status() const {
 
 int makeDirectories(const char* path, unsigned mode) {
     if (!path || !*path) return ENOENT;
-    std::string part(path);
-    // Each prefix that ends in front of a slash, then the whole. The usual case, where all parents stand, is one call.
+    // The usual case, where all parents stand, is one call.
     if (::mkdir(path, mode) == 0) return 0;
     if (errno == ENOENT) {
+        // Each prefix that ends in front of a slash, then the whole.
+        std::string part(path);
         for (std::size_t slash = part.find('/', 1); slash != std::string::npos; slash = part.find('/', slash + 1)) {
             part[slash] = '\0';
             // What fails here shows at the next level, where it matters.

@@ -213,15 +213,15 @@ Outcome ReplacementFile::place() {
 }
 
 Outcome ReplacementFile::copyToOld() {
-    struct stat content {};
     // Of two that write over one file at once the second waits, or their bytes would mix. Not where copying is the
     // rule: there a caller may hold a lock of its own on the file.
     if (how_ == ReplaceBy::Rename) uninterrupted([&] { return ::flock(old_.get(), LOCK_EX); });
     const HeldSignals held;
     // While the old bytes change the temporary is the only whole copy: no signal handler may take it.
     temporary_.keep();
-    int error = ::fstat(temporary_.fd(), &content) == 0 ? 0 : errno;
-    if (error == 0) error = copyOver(temporary_.fd(), content.st_size, old_.get(), touched_);
+    const FileStatus content = fileStatus(temporary_.fd());
+    int error = content.error;
+    if (error == 0) error = copyOver(temporary_.fd(), content.size, old_.get(), touched_);
     if (::close(old_.release()) != 0 && errno != EINTR && error == 0) error = errno;
     if (error != 0 && touched_)
         return failure(name_ + ": " + errorWords(error) + "; the new content is whole in " + temporary_.path());
