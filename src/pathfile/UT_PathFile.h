@@ -117,7 +117,6 @@ private:
     int dirIndexOf(std::string_view fullPath) const;
     std::optional<std::string_view> patternDirectory() const;
     void computeDefaultDir();
-    void addFile(std::string_view path);
     bool openFile(const char* path);
 
     bool listComputed : 1;
