@@ -108,7 +108,7 @@ private:
 
     // Input.
     bool push(std::unique_ptr<CPP_File> file);
-    bool openFile(std::string_view operand, int search);
+    bool openFile(std::string_view operand, bool search);
     std::string findFile(std::string_view operand, bool search);
     RawLine getRawLine(UT_WorkBuffer& line);
     void endFile(UT_WorkBuffer& line);
@@ -132,7 +132,7 @@ private:
 
     // Conditions: 1 true, 0 false, -1 a syntax error.
     int expression(std::string_view text) const;
-    int isDefined(std::string_view name, int skipSpace) const;
+    bool isDefined(std::string_view operand) const;
 
     UT_PathSearch* searchPath = nullptr;
     UT_String pendingLine;

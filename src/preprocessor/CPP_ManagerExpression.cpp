@@ -126,7 +126,7 @@ int resultOf(Op op, std::int64_t a, std::int64_t b) {
 
 // Takes the digits at the front of `text` off and gives them.
 template <class IsDigit>
-std::string_view takeWhile(std::string_view& text, IsDigit isDigit) {
+std::string_view takeDigits(std::string_view& text, IsDigit isDigit) {
     std::size_t end = 0;
     while (end < text.size() && isDigit(text[end])) ++end;
     const std::string_view taken = text.substr(0, end);
@@ -143,10 +143,10 @@ int takeNumber(std::string_view& text) {
     if (text.starts_with("0x")) {
         base = 16;
         text.remove_prefix(2);
-        digits = takeWhile(text, [](char c) { return textscan::digitValue(c) < 16; });
+        digits = takeDigits(text, [](char c) { return textscan::digitValue(c) < 16; });
     } else {
         if (text.starts_with('0')) base = 8;
-        digits = takeWhile(text, textscan::isDigit);
+        digits = takeDigits(text, textscan::isDigit);
     }
     std::int64_t value = 0;
     for (const char c : digits) {
@@ -286,15 +286,14 @@ std::optional<int> Condition::takeFunction(std::string_view name) {
 }
 
 std::optional<int> Condition::takeComparison() {
-    std::optional<std::string_view> texts[2];
-    texts[0] = takeArgument(rest_);
-    if (!texts[0] || !take(',')) return std::nullopt;
+    const std::optional<std::string_view> first = takeArgument(rest_);
+    if (!first || !take(',')) return std::nullopt;
     rest_ = skipSpace(rest_);
-    texts[1] = takeArgument(rest_);
-    if (!texts[1]) return std::nullopt;
-    for (auto& text : texts) text = compared(*text);
-    if (!texts[0] || !texts[1]) return std::nullopt;
-    const int order = texts[0]->compare(*texts[1]);
+    const std::optional<std::string_view> second = takeArgument(rest_);
+    if (!second) return std::nullopt;
+    const std::optional<std::string_view> left = compared(*first), right = compared(*second);
+    if (!left || !right) return std::nullopt;
+    const int order = left->compare(*right);
     return (order > 0) - (order < 0);
 }
 
@@ -334,7 +333,6 @@ int CPP_Manager::expression(std::string_view text) const {
     return value ? *value : -1;
 }
 
-int CPP_Manager::isDefined(std::string_view name, int skipSpace) const {
-    if (skipSpace) name = cppwords::firstWord(cppwords::skipSpace(name), kMostDefined);
-    return macros->find(name) != nullptr;
+bool CPP_Manager::isDefined(std::string_view operand) const {
+    return macros->find(cppwords::firstWord(skipSpace(operand), kMostDefined)) != nullptr;
 }

@@ -49,7 +49,7 @@ int CPP_Manager::open(const char* name, int search) {
         auto file = std::make_unique<CPP_File>();
         if (file->open(name, allocStream())) return push(std::move(file));
     }
-    return openFile(name, search);
+    return openFile(name, search != 0);
 }
 
 int CPP_Manager::open(UT_IStream& source, const char* name) {
@@ -94,10 +94,10 @@ bool CPP_Manager::push(std::unique_ptr<CPP_File> file) {
     return true;
 }
 
-// Opens a file by the operand of an #include, or by a path if `search` is 0.
-bool CPP_Manager::openFile(std::string_view operand, int search) {
+// Opens a file by the operand of an #include, or by a path where it isn't searched for.
+bool CPP_Manager::openFile(std::string_view operand, bool search) {
     if (files.isEmpty()) work_->forgetFiles();
-    const std::string path = findFile(operand, search != 0);
+    const std::string path = findFile(operand, search);
     if (path.empty()) return false;
     auto file = std::make_unique<CPP_File>();
     return file->open(path.c_str(), allocStream()) && push(std::move(file));

@@ -166,7 +166,10 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
         flags |= CPP_IN_COMMENT;
         if (at == text.size()) return false;  // without a newline, and stays so
         const std::size_t close = text.find("*/", at);
-        if (close == text.npos) return cut(line, at, "\n"), false;
+        if (close == text.npos) {
+            cut(line, at, "\n");
+            return false;
+        }
         line.fill(at, close + 2 - at, ' ');
         flags &= ~CPP_IN_COMMENT;
         at = close + 2;
@@ -215,7 +218,10 @@ void CPP_Manager::processCommand(std::string_view text, UT_WorkBuffer& out) {
     const std::string_view operand = skipSpace(text.substr(word.size()));
     const Directive directive = directiveOf(word);
     const FileHold file(files.last());
-    if (directive <= Directive::Elif) return file ? processConditional(directive, operand, *file.get(), out) : void();
+    if (directive <= Directive::Elif) {
+        if (file) processConditional(directive, operand, *file, out);
+        return;
+    }
     if (!file.isLive()) return;
     switch (directive) {
         case Directive::Define:
@@ -229,7 +235,7 @@ void CPP_Manager::processCommand(std::string_view text, UT_WorkBuffer& out) {
             doInclude(operand, out, directive == Directive::Sinclude);
             break;
         case Directive::Line:
-            if (file) setLine(operand, *file.get(), out);
+            if (file) setLine(operand, *file, out);
             break;
         default:
             if (flags & CPP_HASH_COMMENTS) break;
@@ -267,10 +273,10 @@ void CPP_Manager::processConditional(Directive directive, std::string_view opera
                                      UT_WorkBuffer& out) {
     switch (directive) {
         case Directive::Ifdef:
-            file.ifDef(isDefined(operand, 1));
+            file.ifDef(isDefined(operand));
             break;
         case Directive::Ifndef:
-            file.ifDef(!isDefined(operand, 1));
+            file.ifDef(!isDefined(operand));
             break;
         case Directive::Else:
             file.elseDef(1);
@@ -298,7 +304,7 @@ void CPP_Manager::doInclude(std::string_view operand, UT_WorkBuffer& out, bool s
         UTVariableScan(expanded, operand.data(), includeVariable, nullptr, true, true);
         operand = expanded.view();
     }
-    if (work_->included < Work::kMostIncluded && openFile(operand, 1)) {
+    if (work_->included < Work::kMostIncluded && openFile(operand, true)) {
         ++work_->included;
         return;
     }

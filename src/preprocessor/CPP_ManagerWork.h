@@ -42,7 +42,7 @@ public:
     FileHold& operator=(const FileHold&) = delete;
 
     CPP_File* get() const { return file_; }
-    CPP_File* operator->() const { return file_; }
+    CPP_File& operator*() const { return *file_; }
     explicit operator bool() const { return file_ != nullptr; }
     // Text without a file, which close() in the middle of a line leaves, is live.
     bool isLive() const { return !file_ || file_->getIfState(); }

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr const char* defaultTokenOptions[] = {"-P", "-x", nullptr};
+constexpr const char* kStandardOptions[] = {"-P", "-x", nullptr};
 constexpr std::string_view kErrorMark = "# error ";
 constexpr std::string_view kWarningMark = "# warning ";
 constexpr int kFirstSize = 80;
@@ -77,7 +77,7 @@ CPP_TokenStream::~CPP_TokenStream() {
 }
 
 void CPP_TokenStream::init(int knownPath, const char* const* options) {
-    if (!options) options = defaultTokenOptions;
+    if (!options) options = kStandardOptions;
     int count = 0;
     while (options[count]) ++count;
     if (isOwner_) delete std::exchange(manager, nullptr);
