@@ -4,7 +4,6 @@
 #include <UT/FileSource.h>
 #include <UT/Saturated.h>
 #include <UT/UT_IStream.h>
-#include <UT/UT_Output.h>
 #include <UT/UT_SymbolTable.h>
 #include <indexfile/FS_IndexWriter.h>
 #include <platform/FileReplace.h>
@@ -22,6 +21,7 @@
 
 #include "IndexFormat.h"
 #include "IndexParts.h"
+#include "TableWriter.h"
 
 using namespace indexformat;
 using platform::failure;
@@ -31,7 +31,6 @@ namespace {
 
 // Read and written in pieces of this size, in memory that is used again for every file.
 constexpr std::size_t kBlock = 256 * 1024;
-constexpr char kTooLarge[] = "the container would be larger than 2147483647 bytes";
 
 }  // namespace
 
@@ -92,7 +91,7 @@ bool FS_IndexWriter::State::write(const char* data, std::size_t count) {
 
 bool FS_IndexWriter::State::copyFile(UT_ByteSource& source) {
     const std::int64_t size = source.size();
-    if (size > kLargestContainer) return fail("is larger than a section can be (2147483647 bytes)");
+    if (size > kLargestContainer) return fail(kSectionTooLarge);
     for (std::int64_t done = 0; size < 0 || done < size;) {
         const std::int64_t left = size < 0 ? static_cast<std::int64_t>(kBlock) : size - done;
         const std::int64_t got =
@@ -139,19 +138,10 @@ bool FS_IndexWriter::State::copy(const char* path) {
 }
 
 void FS_IndexWriter::State::writeTable() {
-    platform::FileOutput& out = file->stream();
-    const int count = static_cast<int>(entries.size());
-    UTwrite(out, kMagic.data(), static_cast<int>(kMagic.size()));
-    UTwrite(out, &kVersion, 1);
-    UTsaveStringBinary(out, description.buffer(), UT_STRING_BINARY32);
-    UTwrite(out, &count, 1);
-    int offset = 0;
+    TableWriter table(file->stream(), description.buffer(), static_cast<int>(entries.size()));
     auto name = names.begin();
     for (const Entry& entry : entries) {
-        const int fields[] = {offset, entry.size, entry.time};
-        UTsaveStringBinary(out, name.name(), UT_STRING_BINARY32);
-        UTwrite(out, fields, 3);
-        offset += entry.size;
+        table.add(name.name(), entry.size, entry.time);
         ++name;
     }
 }

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "IndexFormat.h"
 #include "IndexParts.h"
 #include "ReadBytes.h"
 #include "SectionTable.h"
@@ -120,7 +121,7 @@ bool FS_IndexFile::addFrom(FS_Reader& source, const char* name, UT_String* reaso
         bytes = readToEnd(in, size);
     else if (size <= INT_MAX)
         bytes = readExactly(in, static_cast<int>(size));
-    if (size > INT_MAX) return refuse(reason, "is larger than a section can be (2147483647 bytes)");
+    if (size > INT_MAX) return refuse(reason, indexformat::kSectionTooLarge);
     // A section that reaches beyond the end of its file is shorter than its table says.
     if (!bytes || in.hasFailed() || (in.getSize() >= 0 && size < source.getLength()))
         return refuse(reason, "can't be read to its end");

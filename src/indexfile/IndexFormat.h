@@ -16,6 +16,9 @@ inline constexpr std::size_t kIntSize = 4;
 inline constexpr std::size_t kFieldsSize = 3 * kIntSize;
 inline constexpr std::size_t kShortestEntry = kIntSize + kFieldsSize;
 inline constexpr std::int64_t kLargestContainer = 2147483647;  // bytes in all, since offsets are 32-bit
+// What is said of more.
+inline constexpr char kTooLarge[] = "the container would be larger than 2147483647 bytes";
+inline constexpr char kSectionTooLarge[] = "is larger than a section can be (2147483647 bytes)";
 
 inline int loadInt(const char* at) {
     unsigned char b[kIntSize];

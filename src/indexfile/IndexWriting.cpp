@@ -6,10 +6,12 @@
 #include <ostream>
 #include <streambuf>
 #include <string>
+#include <utility>
 
 #include "IndexFormat.h"
 #include "IndexParts.h"
 #include "SectionTable.h"
+#include "TableWriter.h"
 
 using namespace indexformat;
 
@@ -76,7 +78,7 @@ void FS_IndexFile::writeFile(std::ostream& out) {
             textSize(getSectionName(i)) + static_cast<std::int64_t>(kFieldsSize) + sizes[static_cast<std::size_t>(i)];
     }
     if (total > kLargestContainer) {
-        fail(out, "the container would be larger than 2147483647 bytes");
+        fail(out, kTooLarge);
         return;
     }
     writeTable(out, sizes);
@@ -98,17 +100,10 @@ void FS_IndexFile::writeFile(std::ostream& out) {
 
 void FS_IndexFile::writeTable(std::ostream& out, const std::vector<int>& sizes) {
     const int count = static_cast<int>(sizes.size());
-    UTwrite(out, kMagic.data(), static_cast<int>(kMagic.size()));
-    UTwrite(out, &kVersion, 1);
-    UTsaveStringBinary(out, description.buffer(), UT_STRING_BINARY32);
-    UTwrite(out, &count, 1);
-    int offset = 0;
+    TableWriter table(out, description.buffer(), count);
     for (int i = 0; i < count; ++i) {
         const Place place = placeAt(i);
-        const int fields[] = {offset, sizes[static_cast<std::size_t>(i)], place.modTime};
-        UTsaveStringBinary(out, place.name, UT_STRING_BINARY32);
-        UTwrite(out, fields, 3);
-        offset += fields[1];
+        table.add(place.name, sizes[static_cast<std::size_t>(i)], place.modTime);
     }
 }
 
@@ -160,7 +155,7 @@ void FS_IndexFile::writeSection(int index, std::ostream& out) {
     std::unique_ptr<UT_IStream> content;
     // A stored section is decoded only to be encoded again; otherwise its stored bytes are what is copied.
     const bool decodes =
-        encryptionFilter != nullptr && decryptionFilter != nullptr && encryptionFilter->isCompatible(decryptionFilter);
+        encryptionFilter != nullptr && decryptionFilter != nullptr && encryptionFilter->isCompatible(decryptionFilter.get());
     if (!place.isStored() || decodes) {
         content = contentOf(place, source);
         in = content.get();
@@ -175,10 +170,11 @@ void FS_IndexFile::writeSection(int index, std::ostream& out) {
 }
 
 void FS_IndexFile::setFilters(FS_WriteFilterFactory* writer, FS_IStreamFilterFactory* readFilter) {
-    const std::unique_ptr<FS_WriteFilterFactory> oldWriter(std::exchange(encryptionFilter, nullptr));
-    const std::unique_ptr<FS_IStreamFilterFactory> oldReader(std::exchange(decryptionFilter, nullptr));
+    // Kept to the end: the new pair may be the old one.
+    const auto oldWriter = std::move(encryptionFilter);
+    const auto oldReader = std::move(decryptionFilter);
     if (writer == nullptr || readFilter == nullptr || !writer->isCompatible(readFilter)) return;
-    encryptionFilter = writer->clone();
-    decryptionFilter = readFilter->clone();
+    encryptionFilter.reset(writer->clone());
+    decryptionFilter.reset(readFilter->clone());
     recalculateFilteredSectionSizes();
 }
