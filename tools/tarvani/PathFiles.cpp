@@ -1,6 +1,5 @@
 // pathfile: the files of the same names along a known path, as a list, explained, as one text, and where to save one.
 #include <UT/UT_IStream.h>
-#include <UT/UT_PathSearch.h>
 #include <UT/UT_String.h>
 #include <UT/UT_WorkBuffer.h>
 #include <pathfile/UT_PathFile.h>
@@ -18,6 +17,7 @@
 #include "Console.h"
 #include "Explain.h"
 #include "Json.h"
+#include "KnownPath.h"
 
 namespace {
 
@@ -25,16 +25,6 @@ using Json = nlohmann::ordered_json;
 
 std::string textOf(const char* text) {
     return text ? text : "";
-}
-
-// "DIR:DIR (set VARIABLE to look elsewhere)".
-std::string whereLooked(int number) {
-    const auto known = static_cast<UT_KnownPath>(number);
-    std::string directories;
-    for (const UT_String& directory : UT_PathSearch::getInstance(known)->expandedDirs)
-        directories.append(directories.empty() ? "" : ":").append(directory.view());
-    return (directories.empty() ? "a path without directories" : directories) + " (set " +
-           UT_PathSearch::getVariable(known) + " to look elsewhere)";
 }
 
 // An entry of the list, and what becomes of it.
@@ -225,8 +215,7 @@ int showFiles(int number, const std::vector<std::string>& tokens, Mode mode, boo
 }
 
 Action declarePathFile(CLI::App& app) {
-    const auto number = addNumberOption(app, "--path N", 0, UT_PathSearch::kKnownPaths - 1, UT_PATH_DEFAULT,
-                                        "the known path to look along, 0 if not given; see \"tarvani paths\"");
+    const auto number = addPathOption(app);
     const auto list = addFlag(app, "--list", "the files that are read, in that order; this is the default");
     const auto all = addFlag(app, "--all", "every file, with a tab and what becomes of it");
     const auto cat = addFlag(app, "--cat", "the lines of the files that are read");

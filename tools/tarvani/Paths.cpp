@@ -7,17 +7,9 @@
 #include "Command.h"
 #include "Console.h"
 #include "Json.h"
+#include "KnownPath.h"
 
 namespace {
-
-std::string directoriesOf(const UT_PathSearch& path) {
-    std::string text;
-    for (const UT_String& directory : path.expandedDirs) {
-        if (!text.empty()) text += ':';
-        text += directory.view();
-    }
-    return text;
-}
 
 int where(const std::string& name, int number, bool all, bool asJson) {
     const auto known = static_cast<UT_KnownPath>(number);
@@ -28,11 +20,7 @@ int where(const std::string& name, int number, bool all, bool asJson) {
         path.findAllFiles(name.c_str(), found);
     else if (path.findFile(first, name.c_str()))
         found.append(first);
-    if (found.isEmpty()) {
-        const std::string directories = directoriesOf(path);
-        throw Failure{name, "not found in " + (directories.empty() ? "a path without directories" : directories) +
-                                " (set " + UT_PathSearch::getVariable(known) + " to look elsewhere)"};
-    }
+    if (found.isEmpty()) throw Failure{name, "not found in " + whereLooked(known)};
     auto json = nlohmann::ordered_json::array();
     for (const UT_String& file : found) {
         if (asJson) {
@@ -74,15 +62,14 @@ int paths(bool asJson) {
         const auto known = static_cast<UT_KnownPath>(i);
         out.writeNumber(i);
         out.write(std::string(" ") + UT_PathSearch::getVariable(known) + ": ");
-        out.writeName(directoriesOf(*UT_PathSearch::getInstance(known)));
+        out.writeName(directoriesOf(known));
         out.write("\n");
     }
     return 0;
 }
 
 Action declareWhere(CLI::App& app) {
-    const auto number = addNumberOption(app, "--path N", 0, UT_PathSearch::kKnownPaths - 1, UT_PATH_DEFAULT,
-                                        "the known path to look along, 0 if not given; see \"tarvani paths\"");
+    const auto number = addPathOption(app);
     const auto all = addFlag(app, "--all", "every file of that name, in search order");
     const auto asJson = addFlag(app, "--json", "one array of names");
     const auto name = addText(app, "NAME", "a file name, with directories or without");

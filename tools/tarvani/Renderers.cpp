@@ -100,8 +100,7 @@ constexpr Subcommand kCommands[] = {
      "TARVANI_FEATURES_VERBOSE=1 tarvani renderers  # tell what is wrong in the file",
      declareRenderers,
      "They are what the file ROPfeatures along known path 0 defines. Prints for each its token, a tab, and its label, "
-     "in "
-     "order of the tokens."},
+     "in order of the tokens."},
 };
 
 }  // namespace
