@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -41,10 +40,6 @@ struct Source : UT_ByteSource {
     int reads = 0;
 };
 
-UT_IStream on(const std::shared_ptr<UT_ByteSource>& source) {
-    return UT_IStream(source, UT_ISTREAM_BINARY);
-}
-
 std::string numbered(std::size_t length) {
     std::string text;
     for (int i = 0; text.size() < length; ++i) text += "line " + std::to_string(i) + "\n";
@@ -64,7 +59,7 @@ std::string linesIn(const Columns& row) {
     for (const bool sizeKnown : {true, false}) {
         const auto source = std::make_shared<Source>(row[0]);
         if (!sizeKnown) source->saidSize = -1;
-        UT_IStream stream = on(source);
+        UT_IStream stream(source, UT_ISTREAM_BINARY);
         const std::string given = barred<UT_WorkBuffer>([&](auto& line) { return stream.getLine(line, '\n'); });
         EXPECT_TRUE(stream.isEof() && (sizeKnown || given == found));
         found = given;
@@ -93,9 +88,9 @@ std::string readAll(UT_IStream* owned) {
 }
 
 // What a read of so many bytes gives.
-std::string quoted(UT_IStream& stream, int count) try {
+std::string quoted(UT_IStream& stream, std::int64_t count) try {
     std::string bytes(static_cast<std::size_t>(count), 'x');
-    bytes.resize(static_cast<std::size_t>(stream.bread(bytes.data(), count)));
+    bytes.resize(static_cast<std::size_t>(stream.bread(bytes.data(), static_cast<int>(count))));
     return "'" + bytes + "'";
 } catch (const std::bad_alloc&) {
     return "no memory";
@@ -113,7 +108,7 @@ std::string stepped(const Columns& row) {
     std::istringstream steps(row[1]);
     std::string answers, verb;
     const auto tell = [&](const std::string& answer) { answers.append(answers.empty() ? "" : " ").append(answer); };
-    for (std::int64_t at = 0, count = 0; steps >> verb;) {
+    for (std::int64_t at = 0, length = 0, count = 0; steps >> verb;) {
         if (oddities.contains(verb) && steps >> at) {
             (*source).*oddities.at(verb) = at;
             stream = std::make_unique<UT_IStream>(source, UT_ISTREAM_BINARY);
@@ -121,8 +116,11 @@ std::string stepped(const Columns& row) {
         if (verb == "end") tell(stream->hasFailed() ? "failed" : stream->isEof() ? "end" : "more");
         if (verb == "tell") tell(std::to_string(stream->tellg()));
         if (verb == "seek" && steps >> at) tell(stream->seekg(at, 0) ? "done" : "no");
-        if (verb == "sub" && steps >> at >> count) stream.reset(stream->getSubStream(at, count));
-        if (verb == "read" && steps >> count) tell(quoted(*stream, static_cast<int>(count)));
+        if (verb == "sub" && steps >> at >> length) stream.reset(stream->getSubStream(at, length));
+        if (verb == "read" && steps >> count) tell(quoted(*stream, count));
+        if (verb == "window" && steps >> at >> length >> count)
+            tell(quoted(*std::unique_ptr<UT_IStream>(stream->getSubStream(at, length)), count));
+        if (verb == "asked") tell(std::to_string(source->reads));
     }
     EXPECT_FALSE(stream->seekg(0, 1)) << "positions count from the beginning alone";
     return answers;
@@ -159,38 +157,6 @@ TEST(SubStream, WindowsDoNotDisturbEachOtherNorOnDifferentThreads) {
         for (const int start : {0, 100'000, 200'000, 300'000})
             threads.emplace_back(check, parent->getSubStream(start, 400'000), start);
     for (auto& thread : threads) thread.join();
-}
-
-TEST(Source, IsAskedNoMoreThanNeeded) {
-    const auto small = std::make_shared<Source>(numbered(64'000)),
-               large = std::make_shared<Source>(numbered(3'000'000));
-    UT_IStream stream = on(small), whole = on(large);
-    char byte;
-    // Neighbouring windows share one read-ahead, and seeking inside it asks for nothing.
-    for (int i = 0; i < 1000; ++i) {
-        const auto at = static_cast<std::size_t>(i) * 60;
-        EXPECT_EQ(readAll(stream.getSubStream(i * 60, 60)), small->text->substr(at, 60));
-        EXPECT_TRUE(stream.seekg(60'000 - i * 60, 0) && stream.bread(&byte, 1) == 1 &&
-                    byte == (*small->text)[60'000 - at]);
-    }
-    EXPECT_EQ(small->reads, 1);
-    std::string out(large->text->size(), '\0');
-    EXPECT_EQ(whole.bread(out.data(), static_cast<int>(out.size())), static_cast<int>(out.size()));
-    EXPECT_TRUE(out == large->text);
-    EXPECT_EQ(large->reads, 1) << "a large read goes straight to the caller's memory";
-    EXPECT_TRUE(whole.isEof());
-
-    // Short windows that follow on what was read share the read-ahead whatever the buffer; one elsewhere reads itself.
-    const auto read = [&](int at) {
-        const std::unique_ptr<UT_IStream> window(whole.getSubStream(at, 1000));
-        const int count = window->bread(out.data(), static_cast<int>(out.size()));
-        return out.compare(0, 1000, *large->text, static_cast<std::size_t>(at), 1000) == 0 ? count : -1;
-    };
-    EXPECT_TRUE(whole.seekg(0, 0) && whole.bread(&byte, 1) == 1);
-    for (int i = 0; i < 640; ++i) EXPECT_EQ(read(i * 1000), 1000);
-    EXPECT_EQ(large->reads, 2 + 9);
-    EXPECT_TRUE(read(2'000'000) == 1000 && read(640'000) == 1000);
-    EXPECT_EQ(large->reads, 2 + 9 + 1);
 }
 
 TEST(CFile, StartsWhereItStandsAndSeeksIfItCan) {
