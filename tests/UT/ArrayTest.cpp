@@ -180,10 +180,8 @@ TEST(PtrArraySort, KeepsTheOrderOfEqualElementsAndEveryElementWhenTheComparisonL
         byLambda.sort([](int* const* a, int* const* b) { return **a - **b; });
         raw.sort(nullptr);  // changes nothing
         array.sort([](const int* a, const int* b) { return *a - *b; });
-        EXPECT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
-        EXPECT_TRUE(std::equal(raw.begin(), raw.end(), model.begin(), model.end()));
-        EXPECT_TRUE(std::equal(typed.begin(), typed.end(), model.begin(), model.end()));
-        EXPECT_TRUE(std::equal(byLambda.begin(), byLambda.end(), model.begin(), model.end()));
+        const auto isSorted = [&](auto& a) { return std::equal(a.begin(), a.end(), model.begin(), model.end()); };
+        EXPECT_TRUE(isSorted(array) && isSorted(raw) && isSorted(typed) && isSorted(byLambda));
         array.sort([&random](int*, int*) { return static_cast<int>(random() % 3) - 1; });
         for (const int answer : {1, -1}) array.sort([answer](int*, int*) { return answer; });
         EXPECT_TRUE(std::is_permutation(model.begin(), model.end(), array.begin(), array.end()));
