@@ -23,7 +23,7 @@ FS_IndexFile::FS_IndexFile() : modTime(getCurrentTime()) {}
 // Whole before anything is read, so that all goes back when memory ends in the middle.
 FS_IndexFile::FS_IndexFile(FS_Reader* source) : FS_IndexFile() {
     modTime = 0;
-    reader = source ? source : new FS_Reader;
+    reader.reset(source ? source : new FS_Reader);
     readIndex();
 }
 
@@ -38,9 +38,6 @@ FS_IndexFile::FS_IndexFile(const char* path) : FS_IndexFile() {
 
 FS_IndexFile::~FS_IndexFile() {
     for (int i = sections.entries() - 1; i >= 0; --i) delete sections(i);
-    delete reader;
-    delete encryptionFilter;
-    delete decryptionFilter;
 }
 
 int FS_IndexFile::getCurrentTime() {
@@ -50,15 +47,13 @@ int FS_IndexFile::getCurrentTime() {
 void FS_IndexFile::openStream() const {
     if (reader != nullptr || sourceFile.isEmpty()) return;
     // Half of a pair, or two halves of different pairs, can't bring back what was stored.
-    if (!canUndo(encryptionFilter, decryptionFilter)) return;
-    reader = new FS_Reader(sourceFile.buffer());
+    if (!canUndo(encryptionFilter.get(), decryptionFilter.get())) return;
+    reader = std::make_unique<FS_Reader>(sourceFile.buffer());
 }
 
 // A reader that came from outside stays open: such an object has no source file.
 void FS_IndexFile::closeStream() const {
-    if (sourceFile.isEmpty()) return;
-    delete reader;
-    reader = nullptr;
+    if (!sourceFile.isEmpty()) reader.reset();
 }
 
 void FS_IndexFile::readIndex() {
@@ -67,8 +62,8 @@ void FS_IndexFile::readIndex() {
         if (reader != nullptr) {
             modTime = reader->getModTime();
             fileDataSize = reader->getLength();
-            if (auto* const filter = reader->getSubStreamReadFilterFactory()) decryptionFilter = filter->clone();
-            if (auto* const filter = reader->getSubStreamWriteFilterFactory()) encryptionFilter = filter->clone();
+            if (auto* const filter = reader->getSubStreamReadFilterFactory()) decryptionFilter.reset(filter->clone());
+            if (auto* const filter = reader->getSubStreamWriteFilterFactory()) encryptionFilter.reset(filter->clone());
         }
         if (reader == nullptr || reader->getStream() == nullptr || !reader->isGood()) return;
         UT_IStream& in = *reader->getStream();
@@ -102,8 +97,7 @@ FS_IndexFile::Place FS_IndexFile::placeAt(int index) const {
         const SectionPlace stored = table_->place(index);
         return {table_->name(index), stored.offset, stored.modTime, stored.size, stored.size, nullptr};
     }
-    const FS_Section* const s = sections(index);
-    return {s->getName(), s->offset, s->modTime, s->dataSize, s->sectionSize, s};
+    return Place::of(*sections(index));
 }
 
 bool FS_IndexFile::locate(const char* name, Place& place) const {
@@ -113,9 +107,9 @@ bool FS_IndexFile::locate(const char* name, Place& place) const {
         if (index >= 0) place = placeAt(index);
         return index >= 0;
     }
-    const FS_Section* const s = findSection(name);
-    if (s != nullptr) place = {s->getName(), s->offset, s->modTime, s->dataSize, s->sectionSize, s};
-    return s != nullptr;
+    const FS_Section* const section = findSection(name);
+    if (section != nullptr) place = Place::of(*section);
+    return section != nullptr;
 }
 
 bool FS_IndexFile::hasSection(const char* name) const {
@@ -149,7 +143,7 @@ int FS_IndexFile::getSectionDataSizeAt(int index) const {
 // must have been opened for this object.
 std::unique_ptr<UT_IStream> FS_IndexFile::contentOf(const Place& place, const OpenSource& source) const {
     std::unique_ptr<UT_IStream> stored;
-    const FS_IStreamFilterFactory* filter = decryptionFilter;
+    const FS_IStreamFilterFactory* filter = decryptionFilter.get();
     if (place.isStored()) {
         if (source.stream() == nullptr) return nullptr;
         stored.reset(source.stream()->getSubStream(place.offset, place.sectionSize));
@@ -206,7 +200,7 @@ FS_ReaderStream* FS_IndexFile::getSectionStream(const char* name) const {
     const OpenSource source(*this);
     if (reader == nullptr) return nullptr;
     FS_ReaderStream* const stream =
-        reader->shareDataAndGetSubstream(place.offset, place.sectionSize, place.dataSize, decryptionFilter);
+        reader->shareDataAndGetSubstream(place.offset, place.sectionSize, place.dataSize, decryptionFilter.get());
     // Null would mean a section that isn't there, and who copies the container would do without it.
     if (stream == nullptr) throw std::bad_alloc();
     stream->setModTime(place.modTime);
@@ -224,7 +218,7 @@ FS_ReaderStream* FS_IndexFile::getStreamCopy() const {
     const int length = reader->getLength();
     FS_ReaderStream* const stream = reader->shareDataAndGetSubstream(streamStart, length, length, nullptr);
     if (stream == nullptr) throw std::bad_alloc();
-    if (decryptionFilter != nullptr) stream->setSubStreamReadFilterFactory(decryptionFilter);
-    if (encryptionFilter != nullptr) stream->setSubStreamWriteFilterFactory(encryptionFilter);
+    if (decryptionFilter != nullptr) stream->setSubStreamReadFilterFactory(decryptionFilter.get());
+    if (encryptionFilter != nullptr) stream->setSubStreamWriteFilterFactory(encryptionFilter.get());
     return stream;
 }

@@ -213,8 +213,8 @@ public:
     // compatible, removes the filters.
     void setFilters(FS_WriteFilterFactory* writer, FS_IStreamFilterFactory* reader);
     // This object's own clones; null where there is none.
-    FS_WriteFilterFactory* getEncryptionFilter() const { return encryptionFilter; }
-    FS_IStreamFilterFactory* getDecryptionFilter() const { return decryptionFilter; }
+    FS_WriteFilterFactory* getEncryptionFilter() const { return encryptionFilter.get(); }
+    FS_IStreamFilterFactory* getDecryptionFilter() const { return decryptionFilter.get(); }
     // Bytes that suffice to buffer one writeFile: 8192 and the stored sizes of all sections.
     int guessStreamSize() const;
 
@@ -269,13 +269,13 @@ private:
     bool collapseEntry(const UT_String& file, const UT_String& name, int level, NameSet& seen);
     void noteMissing(const std::string& words);
 
-    mutable FS_Reader* reader = nullptr;
-    UT_PtrArray<FS_Section*> sections;  // empty while table_ stands for it
+    mutable std::unique_ptr<FS_Reader> reader;
+    UT_PtrArray<FS_Section*> sections;  // owned; empty while table_ stands for it
     UT_SymbolTable sectionTable;        // the same
     UT_String description;
     UT_String sourceFile;
-    FS_WriteFilterFactory* encryptionFilter = nullptr;
-    FS_IStreamFilterFactory* decryptionFilter = nullptr;
+    std::unique_ptr<FS_WriteFilterFactory> encryptionFilter;
+    std::unique_ptr<FS_IStreamFilterFactory> decryptionFilter;
     int modTime = 0;
     int fileDataSize = 0;
     int streamStart = 0;

@@ -34,6 +34,7 @@ struct FS_IndexFile::Place {
     int sectionSize = 0;
     const FS_Section* section = nullptr;  // null while the table stands for it
 
+    static Place of(const FS_Section& s) { return {s.getName(), s.offset, s.modTime, s.dataSize, s.sectionSize, &s}; }
     // Otherwise there is a section, and its bytes are in memory or linked.
     bool isStored() const { return section == nullptr || offset >= 0; }
 };

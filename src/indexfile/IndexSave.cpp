@@ -1,10 +1,9 @@
 // Putting a container into a file so that the file holds either the old content or the new, whole.
-#include <UT/UT_Path.h>
+#include <UT/FilePrefix.h>
 #include <platform/FileReplace.h>
 #include <platform/FileStatus.h>
 #include <stream/FS_Writer.h>
 #include <stream/FilterPair.h>
-#include <stream/PathForm.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,6 +16,8 @@
 
 namespace {
 
+constexpr std::string_view kChanged = "the file that this container was read from has changed since";
+
 // "d/a?b?c": the file d/a, and the sections "b?c" in it.
 std::string_view fileOf(std::string_view path) {
     return stripFilePrefix(path.substr(0, path.find('?')));
@@ -25,8 +26,6 @@ std::string_view sectionsOf(std::string_view path) {
     const std::size_t mark = path.find('?');
     return mark == std::string_view::npos ? std::string_view() : path.substr(mark);
 }
-
-constexpr std::string_view kChanged = "the file that this container was read from has changed since";
 
 }  // namespace
 
@@ -42,7 +41,7 @@ platform::Outcome mayReplace(const std::string& file, const platform::FileStatus
 
 bool FS_IndexFile::save(const char* path, UT_String* reason) {
     if (path == nullptr || *path == '\0') return refuse(reason, "no path");
-    if (!canUndo(encryptionFilter, decryptionFilter))
+    if (!canUndo(encryptionFilter.get(), decryptionFilter.get()))
         return refuse(reason, "its filters are no pair, so nobody could read it");
     {
         const OpenSource source(*this);
@@ -121,8 +120,9 @@ void FS_IndexFile::followSource() {
     if (sourceFile.isEmpty()) {
         UT_String file;
         reader->getFilename(file);
-        delete std::exchange(reader, nullptr);
-        reader = new FS_Reader(file.buffer());
+        // Let go first, so that the file isn't open twice.
+        reader.reset();
+        reader = std::make_unique<FS_Reader>(file.buffer());
     }
     const OpenSource source(*this);
     if (source.stream() == nullptr) return;

@@ -154,8 +154,8 @@ void FS_IndexFile::writeSection(int index, std::ostream& out) {
     UT_IStream* in = source.stream();
     std::unique_ptr<UT_IStream> content;
     // A stored section is decoded only to be encoded again; otherwise its stored bytes are what is copied.
-    const bool decodes =
-        encryptionFilter != nullptr && decryptionFilter != nullptr && encryptionFilter->isCompatible(decryptionFilter.get());
+    const bool decodes = encryptionFilter != nullptr && decryptionFilter != nullptr &&
+                         encryptionFilter->isCompatible(decryptionFilter.get());
     if (!place.isStored() || decodes) {
         content = contentOf(place, source);
         in = content.get();
