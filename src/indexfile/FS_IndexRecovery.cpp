@@ -1,5 +1,6 @@
 // What a killed commit leaves is told from what is in the files: a container knows its own length, and a file that is
 // half old and half new begins with the bytes of the temporary.
+#include <UT/FilePrefix.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_String.h>
@@ -8,9 +9,8 @@
 #include <platform/Directory.h>
 #include <platform/FileReplace.h>
 #include <platform/FileStatus.h>
+#include <platform/Process.h>
 #include <platform/TempFile.h>
-#include <stream/PathForm.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string_view>
@@ -62,8 +62,7 @@ bool beginsAsContainer(const std::string& path, bool orReserved) {
 FS_IndexRecovery::FS_IndexRecovery(const char* path)
     : path_(stripFilePrefix(path != nullptr ? std::string_view(path) : std::string_view())) {
     const platform::FileStatus target = platform::fileStatus(path_.c_str());
-    exists_ = bool(target);
-    if (exists_) {
+    if (target) {
         directory_ = platform::temporaryDirectory();
         ending_ = platform::replacementEnding(target);
         UT_IStream in = openPlain(path_);
@@ -77,7 +76,7 @@ FS_IndexRecovery::FS_IndexRecovery(const char* path)
     }
     platform::Directory directory(directory_.c_str());
     while (const char* name = directory.next())
-        if (isOwn(name) && directory.status().owner == ::geteuid())
+        if (isOwn(name) && directory.status().owner == platform::currentUser())
             leftovers_.push_back(lookAt(directory_ + (directory_.ends_with('/') ? "" : "/") + name));
     std::sort(leftovers_.begin(), leftovers_.end(), [](const Leftover& a, const Leftover& b) {
         return a.time != b.time ? a.time > b.time : a.path < b.path;
@@ -147,6 +146,7 @@ bool FS_IndexRecovery::put(const char* temporary, UT_String* reason) {
             file.stream().setstate(std::ios_base::failbit);
         if (const platform::Outcome outcome = file.commit(); !outcome.done) return refuse(reason, outcome.reason);
     }
-    [[maybe_unused]] const int removed = platform::removeFile(temporary);
+    // One that stays does no harm: the file holds all of it.
+    static_cast<void>(platform::removeFile(temporary));
     return true;
 }

@@ -62,7 +62,6 @@ private:
     std::string directory_;
     std::string ending_;  // of the names of its temporaries
     std::string fault_;
-    bool exists_ = false;
     bool isWritersOwn_ = false;  // the file is as a writer leaves it
     std::vector<Leftover> leftovers_;
 };

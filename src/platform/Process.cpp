@@ -30,6 +30,10 @@ int currentProcess() {
     return ::getpid();
 }
 
+unsigned currentUser() {
+    return ::geteuid();
+}
+
 std::string homeDirectory() {
     const char* home = std::getenv("HOME");
     if (home && *home == '/') return home;

@@ -13,6 +13,8 @@ struct ProcessState {
 // Looks at a process and changes nothing: an ended child stays for its parent to wait for.
 ProcessState processState(int process);
 int currentProcess();
+// The user as whom this process acts.
+unsigned currentUser();
 // The home directory: $HOME, else what the user database says; empty if neither tells an absolute path.
 std::string homeDirectory();
 
