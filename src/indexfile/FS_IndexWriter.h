@@ -31,8 +31,7 @@ public:
     bool addName(const char* name);
     // Reads all of a file, from a path that FS_Reader opens, into the next of the named sections, with its time. False,
     // with the reason in words, when it can't be read to its end, or the container would pass 2147483647 bytes: then
-    // the container can't be finished any more. What is wrong with the target is told by
-    // finish().
+    // the container can't be finished any more. What is wrong with the target is told by finish().
     bool addFile(const char* fileName, UT_String* reason = nullptr);
     // Puts the container into its place. False, with the reason in words, after a failure and unless every named
     // section has got its file: then the target is as it was. A second call gives false.

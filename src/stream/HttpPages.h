@@ -7,7 +7,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 // Takes "http://host:port/page" apart, with any number of slashes behind the colon, none as well. None if `path` is
 // null, begins with anything but "http:" in lower case, or names no host. The port is what a number at its place says,
