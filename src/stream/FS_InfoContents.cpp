@@ -1,5 +1,6 @@
 // The listing of FS_Info, and the look at one name of a listing. One of the sources of stream/ that call into
 // indexfile/.
+#include <UT/FilePrefix.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_StringArray.h>
 #include <indexfile/FS_IndexFile.h>
@@ -8,7 +9,6 @@
 #include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
 #include <stream/OpenSection.h>
-#include <stream/PathForm.h>
 
 #include <cstdint>
 #include <memory>

@@ -1,3 +1,4 @@
+#include <UT/FilePrefix.h>
 #include <UT/FileSource.h>
 #include <UT/Saturated.h>
 #include <UT/UT_IStream.h>
@@ -5,7 +6,6 @@
 #include <platform/FileStatus.h>
 #include <stream/FS_FilterFactory.h>
 #include <stream/FS_ReaderStream.h>
-#include <stream/PathForm.h>
 
 #include <ctime>
 

@@ -1,11 +1,11 @@
 // The search that opens a path for writing: helpers first, also for a section path, then FS_WriterStream, which tells a
 // file from a section.
+#include <UT/FilePrefix.h>
 #include <UT/UT_String.h>
 #include <stream/FS_Writer.h>
 #include <stream/FS_WriterStream.h>
 #include <stream/FSloadCustomHelpers.h>
 #include <stream/HelperList.h>
-#include <stream/PathForm.h>
 
 #include <string>
 
@@ -26,19 +26,6 @@ struct FS_Writer::Shared {
     UT_String reason = UT_String("the writer was closed before it was finished");
 };
 
-HelperList<FS_WriterHelper>& FS_Writer::getHelpers() {
-    static WriterHelperList list;
-    return list;
-}
-
-void FS_Writer::addWriterHelper(FS_WriterHelper* helper) {
-    if (!theListHasGone) getHelpers().add(helper);
-}
-
-void FS_Writer::removeWriterHelper(FS_WriterHelper* helper) {
-    if (!theListHasGone) getHelpers().remove(helper);
-}
-
 FS_Writer::FS_Writer(const char* dest) {
     FSloadCustomHelpers();
     if (dest == nullptr) return;
@@ -49,16 +36,6 @@ FS_Writer::FS_Writer(const char* dest) {
 FS_Writer::FS_Writer(const FS_Writer&) = default;
 FS_Writer& FS_Writer::operator=(const FS_Writer&) = default;
 FS_Writer::~FS_Writer() = default;
-
-void FS_Writer::createStreamFromDest(const char* dest) {
-    // Helpers come before the section rule here, so that one may claim a section of a container.
-    const std::string path(dest);
-    if (!theListHasGone)
-        shared_->stream.reset(
-            getHelpers().firstAnswer([&](FS_WriterHelper* helper) { return helper->createStream(path.c_str()); }));
-    if (!shared_->stream)
-        shared_->stream = std::make_unique<FS_WriterStream>(std::string(stripFilePrefix(path)).c_str());
-}
 
 void FS_Writer::close() {
     if (shared_) shared_->stream.reset();
@@ -89,10 +66,34 @@ bool FS_Writer::removeFile() {
     return shared_->done;
 }
 
+void FS_Writer::addWriterHelper(FS_WriterHelper* helper) {
+    if (!theListHasGone) getHelpers().add(helper);
+}
+
+void FS_Writer::removeWriterHelper(FS_WriterHelper* helper) {
+    if (!theListHasGone) getHelpers().remove(helper);
+}
+
+HelperList<FS_WriterHelper>& FS_Writer::getHelpers() {
+    static WriterHelperList list;
+    return list;
+}
+
+void FS_Writer::createStreamFromDest(const char* dest) {
+    // Helpers come before the section rule here, so that one may claim a section of a container.
+    const std::string path(dest);
+    if (!theListHasGone)
+        shared_->stream.reset(
+            getHelpers().firstAnswer([&](FS_WriterHelper* helper) { return helper->createStream(path.c_str()); }));
+    if (!shared_->stream)
+        shared_->stream = std::make_unique<FS_WriterStream>(std::string(stripFilePrefix(path)).c_str());
+}
+
 FS_WriterHelper::FS_WriterHelper() {
     FS_Writer::addWriterHelper(this);
 }
 
+// A copy is never asked.
 FS_WriterHelper::FS_WriterHelper(const FS_WriterHelper&) {}
 
 FS_WriterHelper& FS_WriterHelper::operator=(const FS_WriterHelper&) {
