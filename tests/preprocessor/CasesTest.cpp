@@ -221,9 +221,10 @@ std::string runConditions(const CaseRun& run) {
 class Cases : public testing::TestWithParam<std::string> {};
 
 TEST_P(Cases, GiveTheirOutput) {
-    const std::map<std::string, Check> checks = {{"conditions", runConditions},  {"manager", runManager},
-                                                 {"tokens", runTokens},          {"words", runWords},
-                                                 {"macro_class", runMacroClass}, {"file_class", runFileClass}};
+    const std::map<std::string, Check> checks = {{"conditions", runConditions}, {"manager", runManager},
+                                                 {"search", runManager},        {"tokens", runTokens},
+                                                 {"words", runWords},           {"macro_class", runMacroClass},
+                                                 {"file_class", runFileClass}};
     const auto check = checks.find(GetParam());
     expectCases(GetParam(), check == checks.end() ? runLines : check->second);
 }
@@ -231,7 +232,7 @@ TEST_P(Cases, GiveTheirOutput) {
 INSTANTIATE_TEST_SUITE_P(, Cases,
                          testing::Values("macros", "parameters", "calls", "lines", "directives", "conditionals",
                                          "conditions", "includes", "markers", "hash", "options", "bounds", "tokens",
-                                         "words", "manager", "macro_class", "file_class"),
+                                         "words", "manager", "search", "macro_class", "file_class"),
                          [](const auto& group) { return group.param; });
 
 }  // namespace
