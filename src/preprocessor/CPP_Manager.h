@@ -140,7 +140,7 @@ private:
     CPP_MacroTable* macros = nullptr;
     int flags = 0;
     int recursionLimit = kRecursionLimit;
-    int pendingIsSource = 0;
+    bool pendingIsSource = false;
     int blankLines = 0;
     int crypted = 0;
     bool errorSeen = false;

@@ -89,7 +89,7 @@ bool CPP_Manager::push(std::unique_ptr<CPP_File> file) {
         UT_WorkBuffer marker;
         makeMarker(marker, 1, pushed);
         pendingLine = marker.view();
-        pendingIsSource = 0;
+        pendingIsSource = false;
     }
     return true;
 }
@@ -143,7 +143,7 @@ CPP_Manager::RawLine CPP_Manager::getRawLine(UT_WorkBuffer& line) {
     if (!fileEnded || !(flags & CPP_LINE_MARKERS)) return RawLine::Source;
     // The including file goes on: the marker goes first, the line follows on the next call.
     pendingLine = line.view();
-    pendingIsSource = 1;
+    pendingIsSource = true;
     makeMarker(line, file->getLineNumber(), *file);
     return RawLine::Ready;
 }

@@ -39,10 +39,9 @@ int CPP_Stream::isStdin(const char* name) {
 }
 
 void cpp_DefStream::detach() {
-    if (ownsFile) delete stream;
     file = nullptr;
     stream = nullptr;
-    ownsFile = 0;
+    opened.reset();
 }
 
 void cpp_DefStream::attachStream(UT_IStream* source) {
@@ -59,8 +58,8 @@ int cpp_DefStream::openPath(const char* path) {
     detach();
     // Nobody else reads here, so that it needn't be a C file, which takes longer for a line.
     if (auto source = UTmakeFileSource(path)) {
-        stream = new UT_IStream(std::move(source), UT_ISTREAM_BINARY);
-        ownsFile = 1;
+        opened = std::make_unique<UT_IStream>(std::move(source), UT_ISTREAM_BINARY);
+        stream = opened.get();
         // What can't be read is as good as not there; the first block tells.
         if (stream->buffered().empty() && stream->hasFailed()) detach();
     }

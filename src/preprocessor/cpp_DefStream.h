@@ -1,16 +1,13 @@
-// Private: the line source that the preprocessor uses unless an application brings its own.
 #pragma once
+// Private: the line source that the preprocessor uses unless an application brings its own.
+#include <UT/UT_IStream.h>
 #include <preprocessor/CPP_Stream.h>
 
 #include <cstdio>
+#include <memory>
 
 class cpp_DefStream final : public CPP_Stream {
 public:
-    cpp_DefStream() = default;
-    ~cpp_DefStream() override { detach(); }
-    cpp_DefStream(const cpp_DefStream&) = delete;
-    cpp_DefStream& operator=(const cpp_DefStream&) = delete;
-
     void attachStream(UT_IStream* source) override;
     void attachFile(std::FILE* source) override;
     int openPath(const char* path) override;
@@ -22,5 +19,5 @@ private:
 
     std::FILE* file = stdin;  // what nobody attaches to anything reads standard input
     UT_IStream* stream = nullptr;
-    int ownsFile = 0;  // not 0 if `stream` is on a file that was opened here
+    std::unique_ptr<UT_IStream> opened;  // what `stream` points to if it is on a file that was opened here
 };
