@@ -31,7 +31,7 @@ constexpr const char* kReport = "Saving File History failed.";
 using Lists = UT_PtrArray<FS_FileHistory*>;
 
 // The directory of the history files; empty if there is no home.
-std::string homeDirectory() {
+std::string historyDirectory() {
     UT_String home;
     UT_PathSearch::getHomeTarvani(home);
     return std::string(home.view());
@@ -56,11 +56,11 @@ void writeLists(std::ostream& out, const Lists& lists) {
 // Written beside the old file and renamed over it: of two processes that save at once, the one that ends last has its
 // lists in the file, whole.
 platform::Outcome saveLists(const char* fileName, const Lists& lists) {
-    const std::string home = homeDirectory();
+    const std::string home = historyDirectory();
     if (home.empty()) return platform::failure("no home directory; set TARVANI_HOME to have one");
     if (const int error = platform::makeDirectories(home.c_str(), 0777)) return platform::failure(home, error);
     const std::string path = home + "/" + fileName;
-    if (unreadFiles().count(path) > 0) return platform::failure(path + ": could not be read; nothing was written");
+    if (unreadFiles().contains(path)) return platform::failure(path + ": could not be read; nothing was written");
     platform::ReplacementFile file(path, platform::ReplaceBy::Rename);
     writeLists(file.stream(), lists);
     return file.commit();
@@ -215,7 +215,7 @@ void FS_FileHistoryManager::saveHistoryList(const char* fileName, bool files) {
 }
 
 void FS_FileHistoryManager::loadHistoryList(const char* fileName, bool files) {
-    const std::string home = homeDirectory();
+    const std::string home = historyDirectory();
     if (home.empty() || !fileName) return;
     const std::string path = home + "/" + fileName;
     UT_IFStream in(path.c_str(), UT_ISTREAM_BINARY);
