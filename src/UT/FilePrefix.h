@@ -1,5 +1,5 @@
-// Private: the prefix "file:", of any case, that marks a path of the local file system.
 #pragma once
+// Private: the prefix "file:", of any case, that marks a path of the local file system.
 #include <UT/TextScan.h>
 
 #include <string_view>

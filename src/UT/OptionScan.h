@@ -1,9 +1,9 @@
+#pragma once
 // Private: reads option letters from a word list by the POSIX rules: no permutation, no message, no state outside
 // the object.
 //
 //     OptionScan scan(argc, argv, "PCU:");
 //     for (int letter = scan.next(); letter != OptionScan::kEnd; letter = scan.next()) apply(letter, scan.argument());
-#pragma once
 #include <string_view>
 
 class OptionScan {

@@ -1,5 +1,5 @@
-// Private: how a size or a time goes into the int that a class or a format has for it.
 #pragma once
+// Private: how a size or a time goes into the int that a class or a format has for it.
 #include <algorithm>
 #include <cstdint>
 #include <limits>

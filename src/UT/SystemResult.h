@@ -1,5 +1,5 @@
-// Private: the results of the system's calls at the interface.
 #pragma once
+// Private: the results of the system's calls at the interface.
 #include <cerrno>
 
 // 0 for no error; else -1 with errno set.

@@ -1,6 +1,6 @@
+#pragma once
 // Private: the hash of names. Names come from files that anybody may have made, so no file must be able to hold names
 // that fall into one slot: both factors of every product have a part that differs from run to run.
-#pragma once
 #include <cstdint>
 #include <cstring>
 #include <string_view>

@@ -1,5 +1,5 @@
-// Private: reads a feature file, word by word, into a table of renderers. FS_RibFeatures tells the language.
 #pragma once
+// Private: reads a feature file, word by word, into a table of renderers. FS_RibFeatures tells the language.
 #include <UT/UT_EnvControl.h>
 #include <UT/UT_OptionFile.h>
 #include <UT/UT_SortedSymbolTable.h>
@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 // The definitions come into the table, which doesn't own them. It may hold some already.
 class FeatureReader {

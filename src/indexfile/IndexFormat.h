@@ -1,6 +1,6 @@
+#pragma once
 // Private: the numbers of the container format; docs/formats.md shows the bytes. Integers are 32-bit little-endian, a
 // text is such a length and its bytes.
-#pragma once
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

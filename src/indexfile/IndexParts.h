@@ -1,5 +1,5 @@
-// Private: what the sources of FS_IndexFile share.
 #pragma once
+// Private: what the sources of FS_IndexFile share.
 #include <UT/UT_IStream.h>
 #include <indexfile/FS_IndexFile.h>
 #include <platform/FileStatus.h>

@@ -1,6 +1,6 @@
+#pragma once
 // Private: reading content into memory of its own. A size that came from a file is a promise that nobody has checked:
 // memory is taken for what is there.
-#pragma once
 #include <cstdint>
 #include <memory>
 

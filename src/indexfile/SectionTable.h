@@ -1,3 +1,4 @@
+#pragma once
 // Private: the table of a container as validated bytes, and the one scan that both reading and finding a section share.
 //
 //     if (const auto place = findSection(stream, "geo"))
@@ -6,7 +7,6 @@
 // A table is all or nothing: an entry that is cut short, has a negative offset or size, or begins behind position
 // 2147483647 of its stream leaves no section at all. No count and no length in the bytes is trusted: memory follows
 // what the stream really holds.
-#pragma once
 #include <cstdint>
 #include <cstdlib>
 #include <functional>

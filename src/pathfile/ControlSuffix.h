@@ -1,5 +1,5 @@
-// Private: the suffixes by which a file says how it counts among its namesakes.
 #pragma once
+// Private: the suffixes by which a file says how it counts among its namesakes.
 #include <string_view>
 
 inline constexpr std::string_view kHideSuffix = ".hide";

@@ -1,5 +1,5 @@
-// Private: which directory of a search path a full path belongs to, by the pattern that found it.
 #pragma once
+// Private: which directory of a search path a full path belongs to, by the pattern that found it.
 #include <string>
 #include <string_view>
 #include <vector>

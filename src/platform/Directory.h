@@ -1,8 +1,8 @@
+#pragma once
 // Private: directories: reading, making, and the current one.
 //
 //     platform::Directory directory("/d");
 //     while (const char* name = directory.next()) use(name);
-#pragma once
 #include <platform/FileStatus.h>
 
 #include <memory>

@@ -1,6 +1,6 @@
+#pragma once
 // Private: the status and the times of files. Failures are told by an errno in the result; no caller reads errno
 // itself.
-#pragma once
 #include <cstdint>
 
 namespace platform {

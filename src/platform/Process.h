@@ -1,5 +1,5 @@
-// Private: processes and their users.
 #pragma once
+// Private: processes and their users.
 #include <string>
 
 namespace platform {

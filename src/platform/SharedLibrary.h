@@ -1,8 +1,8 @@
+#pragma once
 // Private: libraries that are loaded while the program runs.
 //
 //     if (void* library = platform::openLibrary("/d/x.dll"))
 //         if (void* function = platform::findInLibrary(library, "name")) use(function);
-#pragma once
 #include <string>
 
 namespace platform {

@@ -1,10 +1,10 @@
+#pragma once
 // Private: a stay in another directory.
 //
 //     platform::WorkingDirectory here;
 //     if (!here.enter(path, platform::Links::Follow)) return false;
 //     ...
 //     return here.restore();
-#pragma once
 #include <fcntl.h>
 #include <platform/UniqueFd.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
+#pragma once
 // Private: the macros of a manager, by name. The table owns them. Most words of most lines are no macros, so a small
 // filter in front of the hash table answers for those.
-#pragma once
 #include <UT/UT_SymbolTable.h>
 #include <preprocessor/CPP_Macro.h>
 

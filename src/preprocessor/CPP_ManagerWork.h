@@ -1,6 +1,6 @@
+#pragma once
 // Private: what a manager keeps beside its data: the bits of its flags, the storage that every line uses again, and
 // what the file system answered.
-#pragma once
 #include <UT/UT_WorkBuffer.h>
 #include <preprocessor/CPP_File.h>
 #include <preprocessor/CPP_MacroTable.h>

@@ -1,5 +1,5 @@
-// Private: what the preprocessor takes for a word and for a number, in lines, definitions and conditions alike.
 #pragma once
+// Private: what the preprocessor takes for a word and for a number, in lines, definitions and conditions alike.
 #include <UT/Saturated.h>
 #include <UT/TextScan.h>
 

@@ -1,5 +1,5 @@
-// Private: the helpers' answer for a path, for who would rather not open what is a plain file.
 #pragma once
+// Private: the helpers' answer for a path, for who would rather not open what is a plain file.
 #include <memory>
 
 class FS_ReaderStream;
