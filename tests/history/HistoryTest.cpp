@@ -34,12 +34,6 @@ Lines namesOf(const FS_FileHistory& list) {
     return namesOf(list.numFilesinMRU(), [&](int age) { return list.getFilenamefromMRU(age); });
 }
 
-Lines linesOf(std::istream&& in) {
-    Lines lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
-    return lines;
-}
-
 Lines saved(const FS_FileHistory& list) {
     std::stringstream text;
     list.saveFilestoMRU(text);
@@ -82,9 +76,12 @@ struct SavedAtTheEnd {
     History* history = nullptr;
 } savedAtTheEnd;
 
+// Of no list if there is no such type.
 FS_FileHistoryType typeNamed(const std::string& name) {
     int type = 0;
-    while (name != FS_FileHistoryManager::getTypeName(static_cast<FS_FileHistoryType>(type))) ++type;
+    while (type < FS_FileHistoryManager::kTypes &&
+           name != FS_FileHistoryManager::getTypeName(static_cast<FS_FileHistoryType>(type)))
+        ++type;
     return static_cast<FS_FileHistoryType>(type);
 }
 
@@ -96,13 +93,6 @@ Lines tryToSave(History& history) {
     return reasons;
 }
 
-Lines shortNames(const History& history, FS_FileHistoryType type) {
-    UT_String file, directory;
-    history.getFormattedFilenameFromList(history.numFilesInList(type) - 1, type, file);
-    history.getFormattedDirFromList(history.numDirsInList(type) - 1, type, directory);
-    return {file.buffer() + std::string("\n"), directory.buffer() + std::string("\n")};
-}
-
 std::string runFiles(const CaseRun& run) {
     ::setenv("TARVANI_HOME", (run.directory + "/home").c_str(), 1);
     Objects<History> managers;
@@ -111,16 +101,17 @@ std::string runFiles(const CaseRun& run) {
         History& history = *managers.current;
         const std::string word = rest.substr(0, rest.find(' ')), path = run.directory + "/" + rest;
         const char* const second = rest.c_str() + std::min(word.size() + 1, rest.size());
-        if (verb == "add") history.addFileToHistoryList(second, typeNamed(word));
-        if (verb == "remove") history.removeFileFromHistoryList(second, typeNamed(word));
-        if (verb == "files" || verb == "dirs" || verb == "count" || verb == "short") {
-            const FS_FileHistoryType type = typeNamed(word);
-            const int files = history.numFilesInList(type), dirs = history.numDirsInList(type);
-            if (verb == "count") return shown(std::to_string(files) + " " + std::to_string(dirs));
-            if (verb == "short") return shortNames(history, type);
-            if (verb == "dirs") return namesOf(dirs, [&](int age) { return history.getDirFromList(age, type); });
-            return namesOf(files, [&](int age) { return history.getFilenameFromList(age, type); });
-        }
+        const FS_FileHistoryType type = typeNamed(word);
+        const int files = history.numFilesInList(type), dirs = history.numDirsInList(type);
+        UT_String file, dir;
+        history.getFormattedFilenameFromList(files - 1, type, file);
+        history.getFormattedDirFromList(dirs - 1, type, dir);
+        if (verb == "add") history.addFileToHistoryList(second, type);
+        if (verb == "remove") history.removeFileFromHistoryList(second, type);
+        if (verb == "files") return namesOf(files, [&](int age) { return history.getFilenameFromList(age, type); });
+        if (verb == "dirs") return namesOf(dirs, [&](int age) { return history.getDirFromList(age, type); });
+        if (verb == "count") return shown(std::to_string(files) + " " + std::to_string(dirs));
+        if (verb == "short") return shown(file.buffer() + (" " + std::string(dir.view())));
         if (verb == "load") history.loadFileHistoryList(), history.loadDirHistoryList();
         if (verb == "save") history.saveFileHistoryList(), history.saveDirHistoryList();
         if (verb == "try") return tryToSave(history);

@@ -108,19 +108,12 @@ void take(const CaseRun& run, const Verb& verb, const std::vector<std::string>& 
 
 std::string runPlugins(const CaseRun& run) {
     UTsetMessageBox(noteBox);
-    for (const auto& [kind, value, unused] : run.source.scene) {
-        const std::vector<std::string> words = splitWords(value);
-        if (kind == "plugin") copyPlugin(words.at(0), run.directory + "/" + words.at(1));
-    }
     return runSteps(run, [&](const Verb& verb, const std::string& rest) {
         notes.clear();
         take(run, verb, splitWords(rest));
-        Lines lines;
-        for (const std::string& note : notes) {
-            std::istringstream in(note);
-            for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
-        }
-        return lines;
+        std::stringstream text;
+        for (const std::string& note : notes) text << note << '\n';
+        return linesOf(std::move(text));
     });
 }
 

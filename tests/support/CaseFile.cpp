@@ -100,6 +100,12 @@ std::vector<std::string> splitWords(const std::string& text) {
     return {std::istream_iterator<std::string>(in), {}};
 }
 
+Lines linesOf(std::istream&& in) {
+    Lines lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
+    return lines;
+}
+
 std::string difference(const Lines& expected, const Lines& found) {
     if (expected == found) return "";
     constexpr std::size_t kMostLines = 40, kMostCharacters = 200;

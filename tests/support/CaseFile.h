@@ -6,6 +6,7 @@
 //     expectCases("macros", [](const CaseRun& run) { return difference(run.lines("expect"), outputOf(run)); });
 #include <cstddef>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -45,6 +46,8 @@ struct CaseRun {
 };
 
 std::vector<std::string> splitWords(const std::string& text);
+// The lines of a stream, each with a newline.
+Lines linesOf(std::istream&& in);
 // What differs between two lists of lines, empty if nothing does.
 std::string difference(const Lines& expected, const Lines& found);
 

@@ -19,54 +19,43 @@ namespace {
 
 constexpr int kTime = 1000;
 
-std::map<std::string, std::string, std::less<>>& texts() {
-    static std::map<std::string, std::string, std::less<>> kept;
-    return kept;
-}
+std::map<std::string, std::string, std::less<>> texts;
 
-const std::string* find(const char* path) {
-    const auto found = texts().find(std::string_view(path));
-    return found == texts().end() ? nullptr : &found->second;
-}
-
-class KeptOutput : public std::ostringstream {
-public:
-    explicit KeptOutput(const char* name) : name_(name) {}
-    ~KeptOutput() override { texts()[name_] = str(); }
-
-private:
-    std::string name_;
+// Kept when it is finished.
+struct Output : std::ostringstream {
+    explicit Output(const char* path) : name(path) {}
+    ~Output() override { texts[name] = str(); }
+    const std::string name;
 };
 
-class KeptStream : public FS_WriterStream {
-public:
-    explicit KeptStream(const char* name) { adoptStream(new KeptOutput(name)); }
+struct Stream : FS_WriterStream {
+    explicit Stream(const char* path) { adoptStream(new Output(path)); }
 };
 
-class Reader : public FS_ReaderHelper {
+struct Reader : FS_ReaderHelper {
     FS_ReaderStream* createStream(const char* path) override {
-        const std::string* text = find(path);
-        return text ? new FS_ReaderStream(text->data(), static_cast<int>(text->size()), kTime) : nullptr;
+        const auto text = texts.find(path);
+        if (text == texts.end()) return nullptr;
+        return new FS_ReaderStream(text->second.data(), static_cast<int>(text->second.size()), kTime);
     }
 };
 
-class Writer : public FS_WriterHelper {
+struct Writer : FS_WriterHelper {
     FS_WriterStream* createStream(const char* path) override {
-        return std::string_view(path).starts_with("kept:") ? new KeptStream(path) : nullptr;
+        return std::string_view(path).starts_with("kept:") ? new Stream(path) : nullptr;
     }
 };
 
-class Info : public FS_InfoHelper {
-    bool canHandle(const char* path) override { return find(path) || std::string_view(path).starts_with("kept:"); }
-    bool hasAccess(const char* path, int) override { return find(path) != nullptr; }
+struct Info : FS_InfoHelper {
+    bool canHandle(const char* path) override {
+        return texts.contains(path) || std::string_view(path).starts_with("kept:");
+    }
+    bool hasAccess(const char* path, int) override { return texts.contains(path); }
     bool getIsDirectory(const char* path) override { return std::string_view(path) == "kept:"; }
     int getModTime(const char*) override { return kTime; }
-    std::int64_t getSize(const char* path) override {
-        const std::string* text = find(path);
-        return text ? static_cast<std::int64_t>(text->size()) : 0;
-    }
+    std::int64_t getSize(const char*) override { return 0; }
     bool getContents(const char*, UT_StringArray& files, UT_StringArray*) override {
-        for (const auto& [name, text] : texts()) files.append(name);
+        for (const auto& [name, text] : texts) files.append(name);
         return true;
     }
 };
@@ -78,10 +67,10 @@ void installFSHelpers(void* data) {
     static Reader reader;
     static Writer writer;
     static Info info;
-    texts()["kept:who"] = data ? "data" : UT_DSO::getRunningFile();
-    texts()["http://kept/x"] = "an address";
+    texts["kept:who"] = data ? "data" : UT_DSO::getRunningFile();
+    texts["http://kept/x"] = "an address";
 #ifdef PLUGIN_OPENS_A_PATH
     std::this_thread::sleep_for(std::chrono::milliseconds(20));  // so that other threads come meanwhile
-    texts()["kept:opened"] += FS_Reader("kept:who").isGood() ? "y" : "n";
+    texts["kept:opened"] += FS_Reader("kept:who").isGood() ? "y" : "n";
 #endif
 }
