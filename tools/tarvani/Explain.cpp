@@ -118,8 +118,12 @@ std::string noSection(const FS_IndexFile& index, const std::string& name) {
 
 std::string whyUnreadable(const std::string& text) {
     const LibraryPath path(text);
-    if (const std::string fault = fileFault(path); !fault.empty())
-        return path.sections.empty() || text.empty() ? fault : at(path.outer, fault);
+    if (const std::string fault = fileFault(path); !fault.empty()) {
+        if (path.sections.empty() || text.empty()) return fault;
+        const bool isName = ::access(text.c_str(), F_OK) == 0;
+        return at(path.outer, fault) +
+               (isName ? "; \"?\" begins a section, so no path leads to the file of that name" : "");
+    }
     for (std::size_t i = 0; i < path.sections.size(); ++i) {
         const std::string container = path.level(i);
         if (const std::string fault = containerFault(container); !fault.empty()) return at(container, fault);

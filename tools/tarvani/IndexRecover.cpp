@@ -2,9 +2,11 @@
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
 #include <indexfile/FS_IndexRecovery.h>
+#include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
 #include <stream/FS_ReaderStream.h>
 
+#include <cerrno>
 #include <nlohmann/json.hpp>
 
 #include "Arguments.h"
@@ -85,6 +87,7 @@ int recover(const std::string& path, const std::vector<std::string>& temporary, 
     const LibraryPath parts(path);
     if (!parts.isLocal || !parts.sections.empty())
         throw Failure{path, "only a local file can be recovered, and with it its sections"};
+    if (FS_Info(parts.file.c_str()).getIsDirectory()) throw Failure{path, errorWords(EISDIR)};
     FS_IndexRecovery recovery(path.c_str());
     if (temporary.empty() && recovery.getLeftovers().empty()) {
         const std::string fault = recovery.getFault().empty() ? "whole" : recovery.getFault();

@@ -34,12 +34,19 @@ constexpr Letter kLetters[] = {
     {"-x", "replace variables in the names of included files, which is done in any case"},
 };
 
+// Why there is no source. What other subcommands read by the same path may be there.
+std::string whyClosed(const std::string& path, int error) {
+    const LibraryPath parts(path);
+    const bool isPlain = parts.isLocal && parts.file == path;
+    return errorWords(error) + (isPlain ? "" : "; a section or a page is piped from \"tarvani cat\" to \"-\"");
+}
+
 // The file that is read: as it stands on the command line, without a search.
 class Input {
 public:
     explicit Input(const std::string& path)
         : path_(path), file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb"), &std::fclose) {
-        if (!file_) throw Failure{path, errorWords(errno)};
+        if (!file_) throw Failure{path, whyClosed(path, errno)};
         if (::fstat(::fileno(file_.get()), &status_) == 0 && S_ISDIR(status_.st_mode))
             throw Failure{name(), errorWords(EISDIR)};
         std::setvbuf(file_.get(), block_.get(), _IOFBF, kBlockSize);
