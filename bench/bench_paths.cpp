@@ -60,7 +60,7 @@ void sortEntries(benchmark::State& state) {
         state.PauseTiming();
         auto files = std::make_unique<UT_PathFile>();
         files->setSearchPath(UT_PATH_DEFAULT, "*.txt *.geo *.pic");
-        for (int i = 0; i < count; ++i) files->appendFileInfo(scratch.path(nameOf(i * 7919LL % count)).c_str());
+        for (int i = 0; i < count; ++i) files->appendFileInfo(scratch.path(nameOf(i * 7919LL % count)).c_str(), 0);
         state.ResumeTiming();
         files->sortFileInfos(byName);
         if (files->getFileInfo(count - 1, 0)->getFileName() != nameOf(count - 1))
@@ -85,7 +85,7 @@ void readLines(benchmark::State& state) {
         auto files = std::make_unique<UT_PathFile>();
         files->setSearchPath(UT_PATH_DEFAULT, "first.txt");
         files->applyStandardFilter();
-        for (int i = 1; i < state.range(0); ++i) files->appendFileInfo("/none");
+        for (int i = 1; i < state.range(0); ++i) files->appendFileInfo("/none", 0);
         if (files->getFileInfoCount(1) != state.range(0)) return state.SkipWithError("entries lost");
         state.ResumeTiming();
         int lines = 0;

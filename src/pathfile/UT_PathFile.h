@@ -62,8 +62,8 @@ public:
     // Adds at the end. The list owns `info` from then on.
     void appendFileInfo(UT_PathFileInfo* info);
     // Adds a new entry with that full path, and no file on disk; null, and nothing added, if createFileInfo() gave
-    // none. The integer has no meaning.
-    UT_PathFileInfo* appendFileInfo(const char* path, int = 0);
+    // none. The integer has no meaning; pass 0.
+    UT_PathFileInfo* appendFileInfo(const char* path, int);
     // Each deletes an entry and closes its gap; nothing happens for one that isn't there. By pointer the entry is
     // deleted whether or not it is in the list; of several with one path the last goes.
     void removeFileInfo(int index);

@@ -65,9 +65,9 @@ Lines step(Objects<UT_PathFile>& lists, const Verb& verb, const std::string& res
     if (verb == "home") return shown(homeOf(list));
     if (verb == "place") return shown(placeOf(list));
     if (verb == "line" || verb == "rest") return linesOf(list, verb == "rest");
-    if (verb == "append") list.appendFileInfo(path(rest).c_str());
+    if (verb == "append") list.appendFileInfo(path(rest).c_str(), 0);
     if (verb == "nameless") list.appendFileInfo(new UT_PathFileInfo(&list));
-    if (verb == "gap") list.appendFileInfo(static_cast<UT_PathFileInfo*>(nullptr));
+    if (verb == "gap") list.appendFileInfo(nullptr);
     if (verb == "repeat") list.appendFileInfo(entry);
     if (verb == "remove") list.removeFileInfo(rest.empty() ? nullptr : path(rest).c_str());
     if (verb == "remove" && rest.empty()) list.removeFileInfo(static_cast<UT_PathFileInfo*>(nullptr));

@@ -44,7 +44,7 @@ TEST_F(PathFileList, ASubclassMakesTheEntriesAndKeepsItsPlace) {
         Counting file(count);
         file.setSearchPath(0, "* ^b");
         file.applyStandardFilter();
-        file.appendFileInfo("/x");
+        file.appendFileInfo("/x", 0);
         EXPECT_EQ(count, 3);
         file.appendFileInfo(file.getFileInfo(1, 0));  // twice in the list, deleted once
         file.removeMatchingFiles(path("mid/a").data(), 0);
