@@ -140,3 +140,10 @@ inline bool operator==(const UT_String& a, std::string_view b) {
 inline bool operator==(const UT_String& a, const char* b) {
     return a.view() == (b ? std::string_view(b) : std::string_view());
 }
+#if __cplusplus < 202002L
+// From C++20 on the compiler makes this of the above.
+template <class Text>
+bool operator!=(const UT_String& a, const Text& b) {
+    return !(a == b);
+}
+#endif

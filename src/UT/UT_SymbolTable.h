@@ -77,6 +77,7 @@ public:
         friend bool operator==(const traverser& a, const traverser& b) {
             return a.atEnd() || b.atEnd() ? a.atEnd() == b.atEnd() : a.index_ == b.index_;
         }
+        friend bool operator!=(const traverser& a, const traverser& b) { return !(a == b); }
 
     private:
         friend class UT_SymbolTable;

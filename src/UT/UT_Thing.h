@@ -30,6 +30,7 @@ public:
 
     // True if both hold the same pointer or the same integer.
     friend bool operator==(const UT_Thing& a, const UT_Thing& b) { return a.pointer_ == b.pointer_; }
+    friend bool operator!=(const UT_Thing& a, const UT_Thing& b) { return !(a == b); }
 
 private:
     void* pointer_ = nullptr;

@@ -21,6 +21,7 @@ struct FS_Stat {
         return modTime == other.modTime && size == other.size && isDirectory == other.isDirectory &&
                isShortcut == other.isShortcut;
     }
+    constexpr bool operator!=(const FS_Stat& other) const { return !(*this == other); }
 
     // Folds one more file of a sequence in: the later time, the sum of the sizes. The kind stays.
     constexpr void updateSequenceStat(const FS_Stat& other) {

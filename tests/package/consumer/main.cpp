@@ -23,10 +23,10 @@ public:
     }
 };
 
-std::string firstLine(const std::string& path) {
+UT_String firstLine(const std::string& path) {
     FS_Reader reader(path.c_str());
     UT_WorkBuffer line;
-    return reader.isGood() && reader.getStream()->getLine(line, '\n') ? line.buffer() : "";
+    return reader.isGood() && reader.getStream()->getLine(line, '\n') ? UT_String(line.view()) : UT_String();
 }
 }  // namespace
 
