@@ -1,6 +1,7 @@
 // What a killed commit leaves is told from what is in the files: a container knows its own length, and a file that is
 // half old and half new begins with the bytes of the temporary.
 #include <UT/FilePrefix.h>
+#include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_Output.h>
 #include <UT/UT_String.h>
@@ -59,8 +60,7 @@ bool beginsAsContainer(const std::string& path, bool orReserved) {
 
 }  // namespace
 
-FS_IndexRecovery::FS_IndexRecovery(const char* path)
-    : path_(stripFilePrefix(path != nullptr ? std::string_view(path) : std::string_view())) {
+FS_IndexRecovery::FS_IndexRecovery(const char* path) : path_(stripFilePrefix(textscan::viewOf(path))) {
     const platform::FileStatus target = platform::fileStatus(path_.c_str());
     if (target) {
         directory_ = platform::temporaryDirectory();

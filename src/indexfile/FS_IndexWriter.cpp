@@ -3,6 +3,7 @@
 #include <UT/FilePrefix.h>
 #include <UT/FileSource.h>
 #include <UT/Saturated.h>
+#include <UT/TextScan.h>
 #include <UT/UT_IStream.h>
 #include <UT/UT_SymbolTable.h>
 #include <indexfile/FS_IndexWriter.h>
@@ -147,7 +148,7 @@ void FS_IndexWriter::State::writeTable() {
 }
 
 FS_IndexWriter::FS_IndexWriter(const char* path)
-    : state_(std::make_unique<State>(path != nullptr ? std::string(stripFilePrefix(path)) : std::string())) {}
+    : state_(std::make_unique<State>(std::string(stripFilePrefix(textscan::viewOf(path))))) {}
 
 FS_IndexWriter::~FS_IndexWriter() = default;
 

@@ -130,7 +130,7 @@ std::optional<Placeholder> placeholderAt(std::string_view text, std::size_t coun
 CPP_Macro::CPP_Macro(CPP_MacroType macroType) : type(macroType) {}
 
 CPP_Macro::CPP_Macro(const char* text, int commandLine) : type(CPP_MACRO_NORMAL) {
-    std::string_view rest = text ? std::string_view(text) : std::string_view();
+    std::string_view rest = textscan::viewOf(text);
     const std::string_view word = takeWord(rest, commandLine ? "(=" : "(");
     bool legal = isValidName(word);
     const bool hasList = legal && rest.starts_with('(');
