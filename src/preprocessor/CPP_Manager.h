@@ -123,6 +123,7 @@ private:
     void expandLine(UT_WorkBuffer& line);
     void expandText(UT_WorkBuffer& line);
     void stripComments(UT_WorkBuffer& line, std::size_t at);
+    bool passComment(UT_WorkBuffer& line, std::size_t& at);
     static Directive directiveOf(std::string_view word);
     void processCommand(std::string_view text, UT_WorkBuffer& out);
     bool expandDirective(std::string_view& text, UT_WorkBuffer& out);

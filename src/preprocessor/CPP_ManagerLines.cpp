@@ -88,6 +88,19 @@ void blankCarriageReturns(UT_WorkBuffer& line, std::size_t at, std::size_t end) 
     for (; at != text.npos; at = text.find('\r', at + 1)) line.fill(at, 1, ' ');
 }
 
+// The place behind the text in quotes that begins at `at`, in which carriage returns become blanks; behind the quote
+// alone if nothing closes it. `unclosed` then keeps that no later quote of the kind closes either: a line of a thousand
+// is searched once.
+std::size_t passQuoted(UT_WorkBuffer& line, std::size_t at, bool& unclosed) {
+    const std::string_view text = line.view();
+    const std::size_t close =
+        unclosed ? text.npos : textscan::closingQuote(text, at, textscan::QuoteRule::NotBehindBackslash);
+    unclosed = close == text.npos;
+    const std::size_t end = unclosed ? at + 1 : close + 1;
+    blankCarriageReturns(line, at, end);
+    return end;
+}
+
 // Ends a line at `length`, with `lineEnd` in the place of the rest.
 void cut(UT_WorkBuffer& line, std::size_t length, const char* lineEnd) {
     line.truncate(static_cast<int>(length));
@@ -162,35 +175,16 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
                          (stripsHash && text.find('#', at) != text.npos);
     if (!mayHold && !(flags & CPP_IN_COMMENT)) return blankCarriageReturns(line, at, text.size());
 
-    const auto passComment = [&] {
-        flags |= CPP_IN_COMMENT;
-        if (at == text.size()) return false;  // without a newline, and stays so
-        const std::size_t close = text.find("*/", at);
-        if (close == text.npos) {
-            cut(line, at, "\n");
-            return false;
-        }
-        line.fill(at, close + 2 - at, ' ');
-        flags &= ~CPP_IN_COMMENT;
-        at = close + 2;
-        return true;
-    };
     if (flags & CPP_IN_COMMENT) {
-        if (!passComment()) return;
+        if (!passComment(line, at)) return;
         at = nextStop(text, at);
     }
-    bool unclosed[2] = {};  // no further quote of this kind closes: a line of a thousand is searched once
+    bool unclosed[2] = {};  // for each kind of quote
     for (; at < text.size(); at = nextStop(text, at)) {
         const char c = text[at];
         const bool isC = stripsC && c == '/';
         if (cppwords::kindOf(c) == cppwords::Kind::Quote) {
-            bool& isUnclosed = unclosed[c == '"'];
-            const std::size_t close =
-                isUnclosed ? text.npos : textscan::closingQuote(text, at, textscan::QuoteRule::NotBehindBackslash);
-            isUnclosed = close == text.npos;
-            const std::size_t end = isUnclosed ? at + 1 : close + 1;
-            blankCarriageReturns(line, at, end);
-            at = end;
+            at = passQuoted(line, at, unclosed[c == '"']);
         } else if (c == '\r') {
             line.fill(at++, 1, ' ');
         } else if (stripsHash && c == '#') {
@@ -200,11 +194,28 @@ void CPP_Manager::stripComments(UT_WorkBuffer& line, std::size_t at) {
         } else if (isC && text.substr(at + 1).starts_with('*')) {
             line.fill(at, 2, ' ');
             at += 2;
-            if (!passComment()) return;
+            if (!passComment(line, at)) return;
         } else {
             ++at;
         }
     }
+}
+
+// Makes blanks of a block comment from `at` on, its opening not counted, and moves `at` behind it. False if the line
+// ends first; then the comment stays open.
+bool CPP_Manager::passComment(UT_WorkBuffer& line, std::size_t& at) {
+    const std::string_view text = line.view();
+    flags |= CPP_IN_COMMENT;
+    if (at == text.size()) return false;  // without a newline, and stays so
+    const std::size_t close = text.find("*/", at);
+    if (close == text.npos) {
+        cut(line, at, "\n");
+        return false;
+    }
+    line.fill(at, close + 2 - at, ' ');
+    flags &= ~CPP_IN_COMMENT;
+    at = close + 2;
+    return true;
 }
 
 // Carries a directive out. `text` begins behind the `#` and runs to the end of its buffer, so that a NUL ends it. `out`
