@@ -8,7 +8,6 @@
 #include <platform/Outcome.h>
 #include <platform/WorkingDirectory.h>
 #include <stream/FS_Reader.h>
-#include <stream/FS_ReaderStream.h>
 #include <stream/FS_Writer.h>
 
 #include <cerrno>
@@ -21,7 +20,6 @@
 #include <utility>
 
 #include "IndexParts.h"
-#include "SectionTable.h"
 
 using platform::FileKind;
 using platform::FileStatus;

@@ -10,7 +10,6 @@
 
 #include "IndexFormat.h"
 #include "IndexParts.h"
-#include "SectionTable.h"
 #include "TableWriter.h"
 
 using namespace indexformat;

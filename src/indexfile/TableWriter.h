@@ -1,7 +1,6 @@
 #pragma once
 // Private: writes the head of a container and its table. The bytes of the sections follow in the order of the table,
 // each behind those of the one before.
-#include <UT/UT_IStream.h>
 #include <UT/UT_Output.h>
 
 #include "IndexFormat.h"

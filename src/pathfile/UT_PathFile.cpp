@@ -3,7 +3,6 @@
 #include <UT/UT_PathSearch.h>
 #include <pathfile/PathPatterns.h>
 #include <pathfile/UT_PathFile.h>
-#include <pathfile/UT_PathFileInfo.h>
 #include <stream/FS_Reader.h>
 
 #include <algorithm>

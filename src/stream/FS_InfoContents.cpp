@@ -7,7 +7,6 @@
 #include <platform/Directory.h>
 #include <platform/FileStatus.h>
 #include <stream/FS_Info.h>
-#include <stream/FS_Reader.h>
 #include <stream/OpenSection.h>
 
 #include <cstdint>

@@ -1,5 +1,4 @@
 // The section rule of reading paths. One of the sources of stream/ that call into indexfile/.
-#include <UT/UT_IStream.h>
 #include <UT/UT_Path.h>
 #include <UT/UT_String.h>
 #include <indexfile/FS_IndexFile.h>
