@@ -8,7 +8,7 @@ int UT_StringArray::append(const char* text) {
 }
 
 int UT_StringArray::append(std::string_view text) {
-    strings_.push_back(UT_String(text));
+    strings_.emplace_back(text);
     return entries() - 1;
 }
 
