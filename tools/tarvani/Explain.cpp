@@ -48,6 +48,13 @@ std::string containerFault(const std::string& path) {
     return {};
 }
 
+// Why nothing is there by the name of a local file: `words`, or that it is an address such as "https://host".
+std::string missing(const std::string& file, const std::string& words) {
+    const std::size_t colon = file.find("://");
+    if (colon == std::string::npos || file.find('/') < colon) return words;
+    return "nothing serves addresses that begin with \"" + file.substr(0, colon + 1) + "\"";
+}
+
 // Why the outer file of a path can't be read.
 std::string fileFault(const LibraryPath& path) {
     if (path.outer.empty()) return "an empty path names nothing";
@@ -57,7 +64,8 @@ std::string fileFault(const LibraryPath& path) {
         return FS_Reader(path.outer.c_str()).isGood() ? "" : "can't be opened";
     }
     struct stat status {};
-    if (::stat(path.file.c_str(), &status) != 0) return errorWords(errno);
+    if (::stat(path.file.c_str(), &status) != 0)
+        return errno == ENOENT ? missing(path.file, errorWords(ENOENT)) : errorWords(errno);
     if (S_ISDIR(status.st_mode)) return errorWords(EISDIR);
     if (::access(path.file.c_str(), R_OK) != 0) return errorWords(errno);
     return {};
@@ -75,7 +83,8 @@ std::string newFileFault(const std::string& file) {
     const std::string parent = parentOf(file);
     struct stat status {};
     if (::stat(parent.c_str(), &status) != 0)
-        return errno == ENOENT ? "no directory \"" + parent + "\"; make it first" : parent + ": " + errorWords(errno);
+        return errno == ENOENT ? missing(file, "no directory \"" + parent + "\"; make it first")
+                               : parent + ": " + errorWords(errno);
     if (!S_ISDIR(status.st_mode)) return parent + ": " + errorWords(ENOTDIR);
     if (file.ends_with('/')) return "no directory \"" + file + "\", and a file name is needed";
     if (::lstat(file.c_str(), &status) == 0) return {};  // a link that leads nowhere yet
