@@ -86,6 +86,17 @@ public:
         return place;
     }
 
+    // Calls `call` with one entry after the other until it gives 0. Gaps and names stay meanwhile. The end is asked for
+    // anew at every step, since `call` may change the table.
+    template <class Call>
+    int callForAll(Call call) {
+        const traverser walk(this, 0);
+        for (std::uint32_t place = skipGaps(0); place < size(); place = skipGaps(place + 1)) {
+            if (!call(entries_[place])) return 0;
+        }
+        return 1;
+    }
+
     static std::uint32_t hashOf(std::string_view name) {
         const std::uint64_t hash = hashText(name);
         return static_cast<std::uint32_t>(hash ^ (hash >> 32));
@@ -263,25 +274,16 @@ unsigned UT_SymbolTable::entries() const {
 int UT_SymbolTable::traverse(Callback callback, void* data) {
     if (!callback) return 0;
     if (!body_) return 1;
-    Entries& table = *body_;
-    const traverser walk(&table, 0);  // while it lives, gaps and names stay
-    // Asked anew at every step, since the callback may change the table.
-    for (std::uint32_t place = table.skipGaps(0); place < table.size(); place = table.skipGaps(place + 1)) {
-        if (!callback(table[place].thing, table[place].text, data)) return 0;
-    }
-    return 1;
+    return body_->callForAll([&](Entries::Entry& entry) { return callback(entry.thing, entry.text, data); });
 }
 
 int UT_SymbolTable::traverseConst(Callback callback, void* data) const {
     if (!callback) return 0;
     if (!body_) return 1;
-    Entries& table = *body_;
-    const traverser walk(&table, 0);
-    for (std::uint32_t place = table.skipGaps(0); place < table.size(); place = table.skipGaps(place + 1)) {
-        UT_Thing thing = table[place].thing;
-        if (!callback(thing, table[place].text, data)) return 0;
-    }
-    return 1;
+    return body_->callForAll([&](const Entries::Entry& entry) {
+        UT_Thing copy = entry.thing;
+        return callback(copy, entry.text, data);
+    });
 }
 
 UT_SymbolTable::traverser UT_SymbolTable::begin() {
