@@ -255,7 +255,7 @@ private:
     void writeTable(std::ostream& out, const std::vector<int>& sizes);
     int endOfRun(int first) const;
     void writeRun(int first, int next, std::ostream& out);
-    bool mayReplace(const char* path, bool& isOwnSource, UT_String* reason) const;
+    bool checkTarget(const char* path, bool& isOwnSource, UT_String* reason) const;
     bool standsAsRead(UT_IStream& source) const;
     void followSource();
     void followLinks(const char* path);

@@ -50,7 +50,7 @@ bool FS_IndexFile::save(const char* path, UT_String* reason) {
         if (looks && !standsAsRead(*source.stream())) return refuse(reason, kChanged);
     }
     bool isOwnSource = false;
-    if (!mayReplace(path, isOwnSource, reason)) return false;
+    if (!checkTarget(path, isOwnSource, reason)) return false;
     if (!sectionsOf(path).empty()) {
         FS_Writer writer(path);
         if (writer.getStream() != nullptr) writeFile(*writer.getStream());
@@ -75,10 +75,10 @@ bool FS_IndexFile::save(const char* path, UT_String* reason) {
 
 // Looks at what stands at the path: it must be nothing, or something that a container may replace. Finds out whether it
 // is what this object reads from.
-bool FS_IndexFile::mayReplace(const char* path, bool& isOwnSource, UT_String* reason) const {
+bool FS_IndexFile::checkTarget(const char* path, bool& isOwnSource, UT_String* reason) const {
     const std::string file(fileOf(path));
     const platform::FileStatus target = platform::fileStatus(file.c_str());
-    if (const platform::Outcome outcome = ::mayReplace(file, target); !outcome.done)
+    if (const platform::Outcome outcome = mayReplace(file, target); !outcome.done)
         return refuse(reason, outcome.reason);
     if (!target) return true;
     const OpenSource source(*this);
