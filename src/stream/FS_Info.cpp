@@ -1,6 +1,5 @@
 // The questions of FS_Info. Each goes the same way: a section first, then the helper that claims the path, and the
 // local file system last. One of the sources of stream/ that call into indexfile/.
-#include <UT/UT_FileUtil.h>
 #include <UT/UT_Path.h>
 #include <indexfile/FS_IndexFile.h>
 #include <platform/FileStatus.h>
@@ -92,7 +91,7 @@ std::int64_t FS_Info::getFileDataSize() const {
     if (!section.isEmpty()) return lookUpSection(path.view(), section.view()).value_or(SectionFacts{}).dataSize;
     if (path.isNull()) return 0;
     if (auto* helper = claimingHelper(path.buffer())) return helper->getSize(path.buffer());
-    return UT_FileUtil::getFileSize(localPath(path));
+    return platform::fileStatus(localPath(path)).size;
 }
 
 bool FS_Info::getIsDirectory() const {
