@@ -50,11 +50,14 @@ std::string condensed(const Columns& row) {
     return text.buffer();
 }
 
+// Another column is the directory.
 std::string endingOfTemporary(const Columns& row) {
     const std::string begins = "/tmp/tarvani-XXXXXX";
-    const WithVariable place("TMPDIR", "");
-    UT_String name;
-    EXPECT_TRUE(UTcreateTempFileName(name, row[0].c_str()));
+    const WithVariable place("TMPDIR", row.size() > 1 ? row[1].c_str() : "");
+    UT_String name("old");
+    const bool made = row[0].empty() ? UTgetTmpName(name, nullptr) : UTcreateTempFileName(name, row[0].c_str());
+    EXPECT_NE(made, name.isNull());
+    if (!made) return "none";
     EXPECT_EQ(UT_FileUtil::removeFile(name.buffer()), 0);
     return std::string(name.view().substr(begins.size()));
 }
@@ -161,15 +164,6 @@ TEST_F(Paths, TellTheStatusOfFilesAndWhetherThereAreAny) {
         EXPECT_TRUE(stat.type == UT_FileStat::UNKNOWN && stat.size + stat.time == 0)
             << "an earlier entry's values stay";
     }
-}
-
-TEST_F(Paths, OfTemporariesNeedADirectory) {
-    const WithVariable place("TMPDIR", dir.path().c_str());
-    UT_String name;
-    EXPECT_TRUE(UTgetTmpName(name, nullptr));
-    EXPECT_EQ(dir.path(dir.names()[0]), name.buffer());
-    const WithVariable nowhere("TMPDIR", dir.path("missing").c_str());
-    EXPECT_FALSE(UTgetTmpName(name, nullptr) || !name.isNull());
 }
 
 TEST(Variables, ComeFromTheEnvironmentAndMayReplaceTheirOwnText) {
