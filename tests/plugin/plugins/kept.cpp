@@ -62,8 +62,7 @@ struct Info : FS_InfoHelper {
 
 }  // namespace
 
-extern "C" TARVANI_EXPORT void installFSHelpers(void* data);
-void installFSHelpers(void* data) {
+extern "C" TARVANI_EXPORT void installFSHelpers(void* data) {
     static Reader reader;
     static Writer writer;
     static Info info;

@@ -6,8 +6,7 @@
 #include <vector>
 
 #ifdef PLUGIN_VERSION
-extern "C" TARVANI_EXPORT void TarvaniDSOVersion(const char** version);
-void TarvaniDSOVersion(const char** version) {
+extern "C" TARVANI_EXPORT void TarvaniDSOVersion(const char** version) {
     *version = PLUGIN_VERSION;
 }
 #elif !defined(PLUGIN_WITHOUT_VERSION)
@@ -27,24 +26,19 @@ const std::string loadedAs = running();
 }  // namespace
 
 extern "C" {
-TARVANI_EXPORT void record(void* data);
-TARVANI_EXPORT void recordLoading(void* data);
-TARVANI_EXPORT void recordNested(void* data);
-TARVANI_EXPORT void installFSHelpers(void* data);
-}
-
-void record(void* data) {
+TARVANI_EXPORT void record(void* data) {
     static_cast<std::vector<std::string>*>(data)->push_back(running());
 }
 
-void recordLoading(void* data) {
+TARVANI_EXPORT void recordLoading(void* data) {
     static_cast<std::vector<std::string>*>(data)->push_back(loadedAs);
 }
 
 // Walks the list while the list is walked.
-void recordNested(void* data) {
+TARVANI_EXPORT void recordNested(void* data) {
     UT_DSO().run("record", data, 1);
     record(data);
 }
 
-void installFSHelpers(void*) {}
+TARVANI_EXPORT void installFSHelpers(void*) {}
+}
