@@ -10,10 +10,7 @@
 
 namespace platform {
 
-Directory::Directory(const char* path) {
-    handle_.reset(::opendir(path ? path : ""));
-    if (!handle_) error_ = errno;
-}
+Directory::Directory(const char* path) : handle_(::opendir(path ? path : "")) {}
 
 void Directory::Close::operator()(void* handle) const {
     ::closedir(static_cast<DIR*>(handle));
@@ -21,22 +18,15 @@ void Directory::Close::operator()(void* handle) const {
 
 const char* Directory::next() {
     if (!handle_) return nullptr;
-    for (;;) {
-        // Only a cleared errno tells the end from a failure.
-        errno = 0;
-        const dirent* entry = ::readdir(static_cast<DIR*>(handle_.get()));
-        if (!entry) {
-            error_ = errno;
-            return nullptr;
-        }
+    while (const dirent* const entry = ::readdir(static_cast<DIR*>(handle_.get()))) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
         name_ = entry->d_name;
         return name_;
     }
+    return nullptr;
 }
 
 FileStatus Directory::status() const {
-    if (!handle_) return {.error = error_};
     return linkStatusAt(::dirfd(static_cast<DIR*>(handle_.get())), name_);
 }
 

@@ -16,14 +16,12 @@ class Directory {
 public:
     explicit Directory(const char* path);
 
-    // False when the directory can't be read; error() then tells why. next() gives nothing.
+    // False when the directory can't be read; next() gives nothing then.
     bool isOpen() const { return handle_ != nullptr; }
-    // The next name, `.` and `..` left out, valid until the next call; null at the end.
+    // The next name, `.` and `..` left out, valid until the next call; null at the end and where reading fails.
     const char* next();
     // The status of the name that next() gave last; a link is not followed.
     FileStatus status() const;
-    // errno of a failed opening or reading, else 0.
-    int error() const { return error_; }
 
 private:
     struct Close {
@@ -31,7 +29,6 @@ private:
     };
     std::unique_ptr<void, Close> handle_;
     const char* name_ = "";
-    int error_ = 0;
 };
 
 // Makes a directory and the parents that are missing. One that exists is no error. 0, or the errno of the failure.
