@@ -6,6 +6,7 @@
 #include <preprocessor/CPP_Macro.h>
 #include <preprocessor/Words.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -54,6 +55,32 @@ std::vector<std::string_view> takeParameters(std::string_view& text) {
     return parameters;
 }
 
+// Appends the word at `at`, with the signs `#` in front of it, to `out`; for a parameter its placeholder. Gives the
+// place behind, and for a parameter that behind the signs there.
+std::size_t compileWord(std::string_view text, std::size_t at, std::span<const std::string_view> parameters,
+                        UT_WorkBuffer& out) {
+    const std::size_t signs = at;
+    while (at < text.size() && text[at] == '#') ++at;
+    if (at == text.size()) return at;  // and so the signs go
+    const bool inQuotes = at - signs == 1;
+    const std::string_view word = text.substr(at, cppwords::endOf(text, at) - at);
+    at += word.size();
+    const auto parameter = std::find(parameters.begin(), parameters.end(), word);
+    if (parameter == parameters.end()) {
+        out.append(text.substr(signs, at - signs));
+        return at;
+    }
+    char placeholder[16];
+    const char* const format = inQuotes ? "\"#%td#\"" : "#%td#";
+    std::snprintf(placeholder, sizeof placeholder, format, parameter - parameters.begin());
+    out.append(placeholder);
+    // Two signs paste what follows; a single one becomes a blank.
+    if (text.substr(at).starts_with("##")) return at + 2;
+    if (!text.substr(at).starts_with('#')) return at;
+    out.append(' ');
+    return at + 1;
+}
+
 // The replacement text of a macro with parentheses: `text` up to its end or line end, with placeholders.
 UT_WorkBuffer compileDefinition(std::string_view text, std::span<const std::string_view> parameters) {
     text = text.substr(0, text.find('\n'));
@@ -64,39 +91,15 @@ UT_WorkBuffer compileDefinition(std::string_view text, std::span<const std::stri
         while (at < text.size() && !cppwords::isStart(text[at]) && text[at] != '#' && text[at] != '"') ++at;
         out.append(text.substr(plain, at - plain));
         if (at == text.size()) break;
-        if (text[at] == '"') {
-            // One that isn't closed takes the rest.
-            const std::size_t close = textscan::closingQuote(text, at, textscan::QuoteRule::NotBehindBackslash);
-            const std::size_t end = close == text.npos ? text.size() : close + 1;
-            out.append(text.substr(at, end - at));
-            at = end;
+        if (text[at] != '"') {
+            at = compileWord(text, at, parameters, out);
             continue;
         }
-        const std::size_t signs = at;
-        while (at < text.size() && text[at] == '#') ++at;
-        if (at == text.size()) break;  // and so the signs go
-        const std::string_view word = text.substr(at, cppwords::endOf(text, at) - at);
-        std::size_t index = 0;
-        while (index < parameters.size() && parameters[index] != word) ++index;
-        if (index == parameters.size()) {
-            out.append(text.substr(signs, at - signs));
-            out.append(word);
-            at += word.size();
-            continue;
-        }
-        // One sign in front makes a string of the argument; several only go, so that it joins what stands before them.
-        char placeholder[16];
-        const char* const format = at - signs == 1 ? "\"#%zu#\"" : "#%zu#";
-        std::snprintf(placeholder, sizeof placeholder, format, index);
-        out.append(placeholder);
-        at += word.size();
-        // Two signs paste what follows; a single one becomes a blank.
-        if (text.substr(at).starts_with("##")) {
-            at += 2;
-        } else if (text.substr(at).starts_with('#')) {
-            at += 1;
-            out.append(' ');
-        }
+        // One that isn't closed takes the rest.
+        const std::size_t close = textscan::closingQuote(text, at, textscan::QuoteRule::NotBehindBackslash);
+        const std::size_t end = close == text.npos ? text.size() : close + 1;
+        out.append(text.substr(at, end - at));
+        at = end;
     }
     return out;
 }
