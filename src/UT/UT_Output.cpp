@@ -104,27 +104,15 @@ int UTcheckOutStream(std::ostream& out, const char* message, const char* second)
 std::ostream& operator<<(std::ostream& out, const UT_String& text) {
     const std::string_view bytes = text.view();
     if (isPlainWord(bytes)) return out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    constexpr std::string_view kEscaped = "\"\\\n\r\t";
+    constexpr std::string_view kLetters = "\"\\nrt";
     out.put('"');
     for (const char c : bytes) {
-        switch (c) {
-            case '"':
-                out.write("\\\"", 2);
-                break;
-            case '\\':
-                out.write("\\\\", 2);
-                break;
-            case '\n':
-                out.write("\\n", 2);
-                break;
-            case '\r':
-                out.write("\\r", 2);
-                break;
-            case '\t':
-                out.write("\\t", 2);
-                break;
-            default:
-                out.put(c);
-        }
+        const std::size_t found = kEscaped.find(c);
+        if (found == kEscaped.npos)
+            out.put(c);
+        else
+            out.put('\\').put(kLetters[found]);
     }
     return out.put('"');
 }
