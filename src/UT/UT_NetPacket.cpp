@@ -8,6 +8,7 @@
 #include <string_view>
 
 namespace {
+
 constexpr int kAny = -1;
 using Fields = std::array<int, 4>;
 
@@ -37,6 +38,7 @@ std::optional<Fields> parseFields(std::string_view text) {
 bool matches(const Fields& mask, const Fields& address) {
     return std::equal(mask.begin(), mask.end(), address.begin(), [](int m, int a) { return m == kAny || m == a; });
 }
+
 }  // namespace
 
 int UT_NetPacket::matchIPMask(const char* mask, const char* address, UT_NetSocket*) {

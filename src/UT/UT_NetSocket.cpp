@@ -8,6 +8,7 @@
 #include <utility>
 
 namespace {
+
 using platform::Deadline;
 using platform::Ready;
 
@@ -48,6 +49,7 @@ std::unique_ptr<UT_NetSocket> makeSocket(platform::UniqueFd fd) {
     fd.release();
     return made;
 }
+
 }  // namespace
 
 UT_NetSocket* UT_NetSocket::newSocket(int port, bool listening, bool) {

@@ -11,8 +11,10 @@
 #include <utility>
 
 namespace {
+
 constexpr std::size_t kMostCharacters = std::numeric_limits<int>::max();
 constexpr std::size_t kFirstCapacity = 63;  // with its NUL a block of 64 bytes
+
 }  // namespace
 
 char UT_WorkBuffer::nothing_[1] = "";

@@ -9,6 +9,7 @@
 #include <string>
 
 namespace {
+
 constexpr int kLongestRead = 8191;
 constexpr char kEndOfMessage = 4;
 // A longer message doesn't leave its storage to the connection.
@@ -25,6 +26,7 @@ std::string judgedAddress(UT_NetSocket& peer) {
     std::snprintf(host, sizeof host, "%d.%d.%d.%d", own[0], own[1], own[2], own[3]);
     return host;
 }
+
 }  // namespace
 
 // Lives in the call that runs the callback, where the destructor leaves word. Also a callback that throws ends it.

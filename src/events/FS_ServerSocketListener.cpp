@@ -6,6 +6,7 @@
 #include <memory>
 
 namespace {
+
 constexpr int kNoChild = -1;
 constexpr int kChildPollTime = 1000;
 
@@ -25,6 +26,7 @@ private:
     bool*& place_;
     bool isListenerGone_ = false;
 };
+
 }  // namespace
 
 FS_ServerSocketListener* FS_ServerSocketListener::createSocketListener(int port, MessageCallback callback, void* data,

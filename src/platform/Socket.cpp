@@ -20,7 +20,8 @@
 
 namespace platform {
 namespace {
-template <typename Call>
+
+template <class Call>
 Transfer transfer(Call call) {
     const ssize_t count = uninterrupted(call);
     return count < 0 ? Transfer{.error = errno} : Transfer{.count = static_cast<std::size_t>(count)};
@@ -37,7 +38,7 @@ void copyAddress(unsigned char address[4], const sockaddr* from) {
     std::memcpy(address, &ipv4.sin_addr, 4);
 }
 
-template <typename Name>
+template <class Name>
 Address addressBy(Name name, int fd) {
     sockaddr_in address{};
     socklen_t size = sizeof address;
@@ -46,6 +47,7 @@ Address addressBy(Name name, int fd) {
     if (!::inet_ntop(AF_INET, &address.sin_addr, host, sizeof host)) return {};
     return {host, ntohs(address.sin_port)};
 }
+
 }  // namespace
 
 Transfer receive(int fd, void* buffer, std::size_t size) {

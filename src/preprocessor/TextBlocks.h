@@ -17,7 +17,7 @@ namespace textblocks {
 using Block = unsigned char __attribute__((vector_size(16)));
 
 // What the test says of each character, since looking that up is faster than asking.
-template <typename Test>
+template <class Test>
 constexpr std::array<bool, 256> tableOf() {
     std::array<bool, 256> passes{};
     for (unsigned c = 0; c < passes.size(); ++c) passes[c] = Test()(static_cast<unsigned char>(c));
@@ -42,7 +42,7 @@ inline std::size_t zerosInFront(const Block& passed) {
 
 // The first position from `at` on whose character passes `test`, the length of the text if there is none. The test
 // takes one character as well as a block of them, and is therefore written without && and ||.
-template <typename Test>
+template <class Test>
 std::size_t firstOf(std::string_view text, std::size_t at, Test test) {
     if (text.size() - at >= sizeof(Block)) {
         // The last block lies over the one in front of it, where nothing was found.
