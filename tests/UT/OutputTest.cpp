@@ -16,18 +16,15 @@
 namespace {
 
 // Doubles each byte, writes "." where it is told of the end, and may refuse a call.
-class Doubler : public UT_StreamBufferFilter {
-public:
-    explicit Doubler(int refused = 0) : refused_(refused) {}
+struct Doubler : UT_StreamBufferFilter {
+    explicit Doubler(int refusedCall) : refused(refusedCall) {}
     bool filter(const char* data, std::size_t count, bool last, UT_WorkBuffer& out) override {
         for (std::size_t i = 0; i < count; ++i) out.append(std::string(2, data[i]));
         if (last) out.append('.');
-        return ++calls_ != refused_;
+        return ++calls != refused;
     }
-
-private:
-    const int refused_;
-    int calls_ = 0;
+    const int refused;
+    int calls = 0;
 };
 
 }  // namespace

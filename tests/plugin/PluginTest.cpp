@@ -1,12 +1,9 @@
 // Searching, checking and calling plug-ins, and the helpers that they bring: cases/plugins.cases, and what a case can't
 // say.
-#include <UT/UT_IStream.h>
 #include <UT/UT_MessageBox.h>
 #include <UT/UT_String.h>
-#include <UT/UT_WorkBuffer.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <plugin/UT_DSO.h>
 #include <stream/FS_Info.h>
 #include <stream/FS_Reader.h>
@@ -24,6 +21,7 @@
 #include <vector>
 
 #include "../support/CaseFile.h"
+#include "../support/Reading.h"
 #include "../support/ScratchDir.h"
 
 namespace {
@@ -54,10 +52,8 @@ std::string found(const char* file, const char* function, int checkVersion) {
 }
 
 std::string contentOf(const char* path) {
-    const FS_Reader reader(path);
-    UT_WorkBuffer line;
-    if (!reader.getStream() || !reader.getStream()->getLine(line, '\n')) return "nothing";
-    return line.buffer();
+    FS_Reader reader(path);
+    return reader.isGood() ? readAll(*reader.getStream()) : "nothing";
 }
 
 // What threads find that read a path at once, each answer once.
