@@ -76,13 +76,12 @@ struct SavedAtTheEnd {
     History* history = nullptr;
 } savedAtTheEnd;
 
-// Of no list if there is no such type.
+// One without lists if no type has the name.
 FS_FileHistoryType typeNamed(const std::string& name) {
-    int type = 0;
-    while (type < FS_FileHistoryManager::kTypes &&
-           name != FS_FileHistoryManager::getTypeName(static_cast<FS_FileHistoryType>(type)))
-        ++type;
-    return static_cast<FS_FileHistoryType>(type);
+    auto type = FS_HISTORY_SCN;
+    for (int i = 0; History::getTypeName(type) && name != History::getTypeName(type);)
+        type = static_cast<FS_FileHistoryType>(++i);
+    return type;
 }
 
 Lines tryToSave(History& history) {
